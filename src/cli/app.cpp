@@ -1,0 +1,32 @@
+#include <iostream>
+
+#include "cli/commands.h"
+
+namespace px::cli {
+
+void Fail(const Status& status) { Fail(status.message()); }
+
+void Fail(const std::string& message) {
+  std::cerr << "pergonix-yedek: " << message << "\n";
+  throw CLI::RuntimeError(kExitError);
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app{"Pergonix Yedek: the backup and restore tool of the Pergonix suite",
+               "pergonix-yedek"};
+  app.set_version_flag("--version", std::string("pergonix-yedek ") + PX_VERSION);
+  app.require_subcommand(0, 1);
+  AddAyarlarCommand(app);
+  AddMdbCommands(app);
+  AddXbfCommands(app);
+  AddPbfCommands(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    return app.exit(e);
+  }
+  if (argc <= 1) std::cout << app.help();
+  return kExitOk;
+}
+
+}  // namespace px::cli

@@ -1,0 +1,8 @@
+#include "cli/commands.h"
+
+namespace px::cli {
+
+// Placeholder until the mdb commands land.
+void AddMdbCommands(CLI::App&) {}
+
+}  // namespace px::cli

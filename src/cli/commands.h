@@ -1,0 +1,29 @@
+#pragma once
+// Sub-commands of pergonix-yedek. Each Add* registers its commands on the app; command
+// callbacks report failures through Fail(), which prints the message and sets the exit code.
+
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "core/status.h"
+
+namespace px::cli {
+
+void AddAyarlarCommand(CLI::App& app);
+void AddMdbCommands(CLI::App& app);
+void AddXbfCommands(CLI::App& app);
+void AddPbfCommands(CLI::App& app);
+
+// Exit codes of the program.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitError = 1;
+
+// Prints "pergonix-yedek: <message>" on standard error and ends the command with kExitError.
+[[noreturn]] void Fail(const Status& status);
+[[noreturn]] void Fail(const std::string& message);
+
+// Runs the program; returns the process exit code.
+int Run(int argc, char** argv);
+
+}  // namespace px::cli
