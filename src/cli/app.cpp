@@ -4,7 +4,9 @@
 
 namespace px::cli {
 
-void Fail(const Status& status) { Fail(status.message()); }
+void Fail(const Status& status) {
+  Fail(status.message());
+}
 
 void Fail(const std::string& message) {
   std::cerr << "pergonix-yedek: " << message << "\n";

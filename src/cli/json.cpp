@@ -76,7 +76,9 @@ struct ToJson {
 
 }  // namespace
 
-std::string ValueToJson(const Value& v) { return std::visit(ToJson{}, v); }
+std::string ValueToJson(const Value& v) {
+  return std::visit(ToJson{}, v);
+}
 
 Status WriteRowsJsonLines(RowSource& rows, std::ostream& out) {
   const auto& fields = rows.fields();

@@ -1,3 +1,5 @@
 #include "cli/commands.h"
 
-int main(int argc, char** argv) { return px::cli::Run(argc, argv); }
+int main(int argc, char** argv) {
+  return px::cli::Run(argc, argv);
+}

@@ -15,13 +15,21 @@ namespace px {
 using Bytes = std::span<const uint8_t>;
 using MutableBytes = std::span<uint8_t>;
 
-inline uint16_t LoadLe16(const uint8_t* p) { return uint16_t(p[0] | (p[1] << 8)); }
-inline uint32_t LoadLe24(const uint8_t* p) { return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16; }
+inline uint16_t LoadLe16(const uint8_t* p) {
+  return uint16_t(p[0] | (p[1] << 8));
+}
+inline uint32_t LoadLe24(const uint8_t* p) {
+  return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16;
+}
 inline uint32_t LoadLe32(const uint8_t* p) {
   return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
 }
-inline uint64_t LoadLe64(const uint8_t* p) { return uint64_t(LoadLe32(p)) | uint64_t(LoadLe32(p + 4)) << 32; }
-inline uint32_t LoadBe24(const uint8_t* p) { return uint32_t(p[0]) << 16 | uint32_t(p[1]) << 8 | uint32_t(p[2]); }
+inline uint64_t LoadLe64(const uint8_t* p) {
+  return uint64_t(LoadLe32(p)) | uint64_t(LoadLe32(p + 4)) << 32;
+}
+inline uint32_t LoadBe24(const uint8_t* p) {
+  return uint32_t(p[0]) << 16 | uint32_t(p[1]) << 8 | uint32_t(p[2]);
+}
 inline uint32_t LoadBe32(const uint8_t* p) {
   return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | uint32_t(p[3]);
 }
@@ -80,7 +88,9 @@ class ByteReader {
     return true;
   }
 
-  std::optional<uint8_t> U8() { return Take<uint8_t>(1, [](const uint8_t* p) { return p[0]; }); }
+  std::optional<uint8_t> U8() {
+    return Take<uint8_t>(1, [](const uint8_t* p) { return p[0]; });
+  }
   std::optional<uint16_t> U16() { return Take<uint16_t>(2, LoadLe16); }
   std::optional<uint32_t> U24() { return Take<uint32_t>(3, LoadLe24); }
   std::optional<uint32_t> U32() { return Take<uint32_t>(4, LoadLe32); }

@@ -65,8 +65,8 @@ class [[nodiscard]] Status {
 }  // namespace px
 
 // Returns early from the enclosing function when `expr` yields an error Status.
-#define PX_RETURN_IF_ERROR(expr)        \
-  do {                                  \
-    ::px::Status px_status_ = (expr);   \
+#define PX_RETURN_IF_ERROR(expr)             \
+  do {                                       \
+    ::px::Status px_status_ = (expr);        \
     if (!px_status_.ok()) return px_status_; \
   } while (0)

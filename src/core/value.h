@@ -17,8 +17,8 @@ namespace px {
 // ADO DataTypeEnum codes used by the suite.
 namespace ado {
 inline constexpr int kEmpty = 0;
-inline constexpr int kSmallInt = 2;      // Integer
-inline constexpr int kInteger = 3;       // Long
+inline constexpr int kSmallInt = 2;  // Integer
+inline constexpr int kInteger = 3;   // Long
 inline constexpr int kSingle = 4;
 inline constexpr int kDouble = 5;
 inline constexpr int kCurrency = 6;
@@ -91,26 +91,49 @@ struct Binary {
 using Value = std::variant<Null, bool, int64_t, float, double, Currency, Decimal, OleDate, Guid,
                            std::string, Binary>;
 
-inline bool IsNull(const Value& v) { return std::holds_alternative<Null>(v); }
+inline bool IsNull(const Value& v) {
+  return std::holds_alternative<Null>(v);
+}
 
-// Metadata of one field as an OLE DB provider reports it.
+// ADO FieldAttributeEnum bits (Field.Attributes).
+namespace fld {
+inline constexpr uint32_t kMayDefer = 0x2;
+inline constexpr uint32_t kUpdatable = 0x4;
+inline constexpr uint32_t kUnknownUpdatable = 0x8;
+inline constexpr uint32_t kFixed = 0x10;
+inline constexpr uint32_t kIsNullable = 0x20;
+inline constexpr uint32_t kMayBeNull = 0x40;
+inline constexpr uint32_t kLong = 0x80;
+inline constexpr uint32_t kRowID = 0x100;
+inline constexpr uint32_t kRowVersion = 0x200;
+inline constexpr uint32_t kCacheDeferred = 0x1000;
+inline constexpr uint32_t kKeyColumn = 0x8000;
+}  // namespace fld
+
+// Metadata of one field as an OLE DB provider reports it for "SELECT * FROM table" on a
+// client-side cursor (what ADO persists in a recordset file's schema).
 struct FieldInfo {
   std::string name;
   int ado_type = ado::kEmpty;
   // Defined size: characters for text, bytes for binary, the type's width for fixed types;
   // 536870910 (Jet memo), 1073741823 (Jet OLE) and similar for long fields.
   int64_t size = 0;
-  int precision = 0;  // as the provider reports it (255 when not applicable)
-  int scale = 0;      // as the provider reports it (255 when not applicable)
-  bool nullable = true;     // the field may hold NULL (rs:maybenull)
-  bool autonumber = false;  // AutoNumber / identity (rs:autoincrement)
-  bool is_long = false;     // BLOB-like: memo, OLE object (rs:long)
-  bool fixed = false;       // fixed length (rs:fixedlength)
-  bool key_column = false;  // part of the primary key of its base table (rs:keycolumn)
-  bool allow_zero_length = false;  // Jet "AllowZeroLength" property (text and memo)
-  bool required = false;           // Jet "Required" property
-  std::string base_table;   // rs:basetable; empty when unknown
-  std::string base_column;  // rs:basecolumn; empty when unknown
+  int precision = 255;             // 255 when not applicable
+  int scale = 255;                 // 255 when not applicable
+  uint32_t attributes = 0;         // fld::* bits
+  bool autonumber = false;         // AutoNumber / identity (ISAUTOINCREMENT, rs:autoincrement)
+  bool allow_zero_length = false;  // Jet "AllowZeroLength" column property
+  bool required = false;           // Jet "Required" column property
+  std::string base_table;          // rs:basetable; empty when unknown
+  std::string base_column;         // rs:basecolumn; empty when unknown
+  std::string base_catalog;        // rs:basecatalog (SQL Server database); empty for Jet
+
+  bool Has(uint32_t bit) const { return (attributes & bit) != 0; }
+  bool nullable() const { return Has(fld::kIsNullable); }
+  bool may_be_null() const { return Has(fld::kMayBeNull); }
+  bool is_long() const { return Has(fld::kLong); }
+  bool fixed() const { return Has(fld::kFixed); }
+  bool key_column() const { return Has(fld::kKeyColumn); }
 };
 
 using Row = std::vector<Value>;

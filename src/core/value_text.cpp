@@ -158,8 +158,7 @@ std::string GuidToText(const Guid& g) {
 }
 
 std::optional<Guid> GuidFromText(std::string_view text) {
-  if (text.size() == 38 && text.front() == '{' && text.back() == '}')
-    text = text.substr(1, 36);
+  if (text.size() == 38 && text.front() == '{' && text.back() == '}') text = text.substr(1, 36);
   if (text.size() != 36) return std::nullopt;
   uint8_t raw[16];
   size_t n = 0;
@@ -210,8 +209,7 @@ std::optional<DateParts> OleDateToParts(double days) {
 }
 
 double PartsToOleDate(const DateParts& p) {
-  const int64_t day_number =
-      DaysFromCivil(p.year, unsigned(p.month), unsigned(p.day)) - kOleEpoch;
+  const int64_t day_number = DaysFromCivil(p.year, unsigned(p.month), unsigned(p.day)) - kOleEpoch;
   const int64_t ms = ((int64_t(p.hour) * 60 + p.minute) * 60 + p.second) * 1000 + p.millisecond;
   const double fraction = double(ms) / double(kMsPerDay);
   return day_number >= 0 ? double(day_number) + fraction : double(day_number) - fraction;
