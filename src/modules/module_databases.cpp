@@ -2,21 +2,11 @@
 
 #include <variant>
 
-#include "core/value_text.h"
 #include "db/jet_criteria.h"
+#include "db/text_of.h"
 
 namespace px::modules {
 namespace {
-
-// A column's value as text, Null as empty (the suite concatenates with "").
-std::string AsText(const Value& v) {
-  if (auto* s = std::get_if<std::string>(&v)) return *s;
-  if (auto* i = std::get_if<int64_t>(&v)) return std::to_string(*i);
-  if (IsNull(v)) return "";
-  if (auto* c = std::get_if<Currency>(&v)) return CurrencyToPlain(*c);
-  if (auto* d = std::get_if<Decimal>(&v)) return DecimalToPlain(*d);
-  return "";
-}
 
 Result<size_t> Column(const RowSource& rows, const char* name) {
   const auto& fields = rows.fields();
@@ -52,10 +42,10 @@ Status ModulVeritabanlariniOku(db::Connection& katalog, const std::string& modul
   Row row;
   while (rows->Next(row)) {
     ModulVeritabani v;
-    v.access_adi = AsText(row[access_col]);
-    v.sql_server_adi = AsText(row[sql_col]);
-    v.konum = KonumSeviyesi(AsText(row[konum_col]));
-    if (tanim != nullptr) *tanim = AsText(row[tanim_col]);
+    v.access_adi = db::TextOf(row[access_col]);
+    v.sql_server_adi = db::TextOf(row[sql_col]);
+    v.konum = KonumSeviyesi(db::TextOf(row[konum_col]));
+    if (tanim != nullptr) *tanim = db::TextOf(row[tanim_col]);
     liste.push_back(std::move(v));
   }
   return rows->status();
