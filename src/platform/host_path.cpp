@@ -1,18 +1,160 @@
 #include "platform/host_path.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <system_error>
+
+#include "platform/text_case.h"
+
 namespace px {
+namespace fs = std::filesystem;
+
+namespace {
+
+// Entries looked at when matching one component; a folder beyond this is hostile.
+constexpr size_t kMaxEntriesScanned = 1'000'000;
+// Components of one path; longer paths are refused by Windows long before this.
+constexpr size_t kMaxComponents = 4096;
+
+char UpperLetter(char c) {
+  return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c;
+}
+
+bool IsLetter(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+std::vector<std::string_view> SplitComponents(std::string_view rest) {
+  std::vector<std::string_view> parts;
+  size_t i = 0;
+  while (i < rest.size() && parts.size() < kMaxComponents) {
+    size_t j = rest.find_first_of("\\/", i);
+    if (j == std::string_view::npos) j = rest.size();
+    if (j > i) parts.push_back(rest.substr(i, j - i));
+    i = j + 1;
+  }
+  return parts;
+}
+
+// The entry of `dir` that spells `name` in another letter case; empty when none. Several
+// candidates (possible on case-sensitive hosts) resolve to the smallest name.
+std::string FindEntryIgnoringCase(const fs::path& dir, std::string_view name) {
+  std::error_code ec;
+  fs::directory_iterator it(dir, ec);
+  if (ec) return {};
+  const std::string wanted = FoldCase(name);
+  std::string best;
+  size_t scanned = 0;
+  for (; it != fs::directory_iterator() && scanned < kMaxEntriesScanned; it.increment(ec)) {
+    if (ec) break;
+    ++scanned;
+    std::string entry = it->path().filename().string();
+    if (FoldCase(entry) == wanted && (best.empty() || entry < best)) best = std::move(entry);
+  }
+  return best;
+}
+
+Result<fs::path> DefaultDriveC() {
+  fs::path base;
+  if (const char* xdg = std::getenv("XDG_DATA_HOME"); xdg && *xdg) {
+    base = xdg;
+  } else if (const char* home = std::getenv("HOME"); home && *home) {
+    base = fs::path(home) / ".local" / "share";
+  } else {
+    return Status::NotFound("drive C: has no folder: neither PERGONIX_DRIVES nor HOME is set");
+  }
+  fs::path root = base / "pergonix-yedek" / "C";
+  std::error_code ec;
+  fs::create_directories(root, ec);
+  if (ec) return Status::IOError("cannot create " + root.string() + ": " + ec.message());
+  return root;
+}
+
+}  // namespace
+
+Result<std::vector<DriveMapping>> ParseDriveMap(std::string_view spec) {
+  std::vector<DriveMapping> map;
+  size_t i = 0;
+  while (i <= spec.size()) {
+    size_t j = spec.find(';', i);
+    if (j == std::string_view::npos) j = spec.size();
+    std::string_view entry = TrimBlanks(spec.substr(i, j - i));
+    i = j + 1;
+    if (entry.empty()) continue;
+    size_t eq = entry.find('=');
+    std::string_view letter =
+        eq == std::string_view::npos ? entry : TrimBlanks(entry.substr(0, eq));
+    std::string_view folder = eq == std::string_view::npos ? "" : TrimBlanks(entry.substr(eq + 1));
+    if (letter.size() != 1 || !IsLetter(letter[0]) || folder.empty()) {
+      return Status::InvalidArgument(std::string(kDriveMapVariable) + ": entry '" +
+                                     std::string(entry) + "' is not of the form X=/folder");
+    }
+    const char up = UpperLetter(letter[0]);
+    if (std::none_of(map.begin(), map.end(), [&](const auto& m) { return m.letter == up; })) {
+      map.push_back({up, fs::path(std::string(folder))});
+    }
+  }
+  return map;
+}
 
 bool IsDrivePath(std::string_view path) {
-  if (path.size() < 2 || path[1] != ':') return false;
-  const char c = path[0];
-  if (!((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'))) return false;
+  if (path.size() < 2 || path[1] != ':' || !IsLetter(path[0])) return false;
   return path.size() == 2 || path[2] == '\\' || path[2] == '/';
 }
 
-// Placeholder: host paths only, until the drive map lands.
-Result<std::filesystem::path> ToHostPath(std::string_view path) {
-  if (IsDrivePath(path)) return Status::NotSupported("no drive map for " + std::string(path));
-  return std::filesystem::path(path);
+Result<fs::path> DriveRoot(char letter) {
+  const char up = UpperLetter(letter);
+  const char* spec = std::getenv(kDriveMapVariable);
+  if (spec == nullptr) {
+    if (up == 'C') return DefaultDriveC();
+    return Status::NotFound(std::string("drive ") + up + ": is not mapped (set " +
+                            kDriveMapVariable + ")");
+  }
+  PX_ASSIGN_OR_RETURN(auto map, ParseDriveMap(spec));
+  for (const auto& m : map) {
+    if (m.letter == up) return m.root;
+  }
+  return Status::NotFound(std::string("drive ") + up + ": is not in " + kDriveMapVariable);
+}
+
+fs::path ResolveBelow(const fs::path& root, std::string_view rest) {
+  fs::path current = root;
+  size_t depth = 0;  // components below the root, so that ".." never climbs above it
+  bool exists = true;
+  for (std::string_view part : SplitComponents(rest)) {
+    if (part == ".") continue;
+    if (part == "..") {
+      if (depth > 0) {
+        current = current.parent_path();
+        --depth;
+        std::error_code ec;
+        exists = fs::is_directory(current, ec);
+      }
+      continue;
+    }
+    ++depth;
+    std::error_code ec;
+    if (exists && !fs::exists(fs::symlink_status(current / part, ec))) {
+      std::string found = FindEntryIgnoringCase(current, part);
+      if (!found.empty()) {
+        current /= found;
+        continue;
+      }
+      exists = false;
+    }
+    current /= std::string(part);
+  }
+  return current;
+}
+
+Result<fs::path> ToHostPath(std::string_view path) {
+#ifdef _WIN32
+  return fs::path(std::string(path));
+#else
+  if (!IsDrivePath(path)) return fs::path(std::string(path));
+  PX_ASSIGN_OR_RETURN(fs::path root, DriveRoot(path[0]));
+  return ResolveBelow(root, path.substr(2));
+#endif
 }
 
 }  // namespace px

@@ -1,0 +1,11 @@
+#pragma once
+// The temporary folder as GetTempPathA gives it: a host path ending with the separator.
+// On POSIX systems TMPDIR when set and not empty, else "/tmp/". The folder is not checked.
+
+#include <string>
+
+namespace px {
+
+std::string TempPath();
+
+}  // namespace px

@@ -1,0 +1,171 @@
+#include "platform/profile.h"
+
+#include <gtest/gtest.h>
+
+#include "support/temp_folder.h"
+
+namespace px {
+namespace {
+
+using testing::ReadAll;
+using testing::ScopedEnv;
+using testing::TempFolder;
+
+class ProfileTest : public ::testing::Test {
+ protected:
+  std::string Read(const std::string& section, const std::string& key,
+                   const std::string& def = "<yok>") {
+    auto r = ReadProfileString(section, key, def, ini_);
+    EXPECT_TRUE(r.ok()) << r.status().ToString();
+    return r.ok() ? *r : "";
+  }
+  void Put(const std::string& bytes) { ini_ = dir_.Write("config.ini", bytes); }
+
+  ScopedEnv cp_{kAnsiCodePageVariable, std::nullopt};
+  TempFolder dir_;
+  std::filesystem::path ini_ = dir_.path() / "config.ini";
+};
+
+// The tricky file: spaces around '=', quotes, duplicates, lower-case section names,
+// comments, Windows-1254 letters, CRLF line ends.
+constexpr char kTricky[] =
+    "; Pergonix ayarlari\r\n"
+    "[pergo]\r\n"
+    "  CalismaAlani   =   D:\\Muhasebe\\Pergonix  \r\n"
+    "Yil=2009\r\n"
+    "yil=1999\r\n"
+    ";Sirket=999\r\n"
+    "Sirket = \"002\"\r\n"
+    "KullaniciAdi='\xDE\x45N\xDDZ \xE7\xF0\xFD'\r\n"
+    "Bos=\r\n"
+    "Tirnak=\"yarim\r\n"
+    "Ic=a \"b\" c\r\n"
+    "Iki=\"\"x\"\"\r\n"
+    "Yorum=deger ; yorum degil\r\n"
+    "[ Veritabani ]\r\n"
+    "VERITABANITURU=sqlserver\r\n"
+    "[PERGO]\r\n"
+    "Sirket=555\r\n";
+
+TEST_F(ProfileTest, TrimsNamesAndValuesAndKeepsBackslashes) {
+  Put(kTricky);
+  EXPECT_EQ(Read("Pergo", "CalismaAlani"), "D:\\Muhasebe\\Pergonix");
+}
+
+TEST_F(ProfileTest, SectionAndKeyIgnoreCaseFirstMatchWins) {
+  Put(kTricky);
+  EXPECT_EQ(Read("PERGO", "YIL"), "2009");
+  EXPECT_EQ(Read("Veritabani", "VeritabaniTuru"), "sqlserver");
+  // The later [PERGO] section is never consulted.
+  EXPECT_EQ(Read("Pergo", "Sirket"), "002");
+}
+
+TEST_F(ProfileTest, OnePairOfMatchingQuotesIsRemoved) {
+  Put(kTricky);
+  EXPECT_EQ(Read("Pergo", "Tirnak"), "\"yarim");
+  EXPECT_EQ(Read("Pergo", "Ic"), "a \"b\" c");
+  EXPECT_EQ(Read("Pergo", "Iki"), "\"x\"");
+  EXPECT_EQ(Read("Pergo", "Yorum"), "deger ; yorum degil");
+}
+
+TEST_F(ProfileTest, DecodesWindows1254) {
+  Put(kTricky);
+  EXPECT_EQ(Read("Pergo", "KullaniciAdi"), "ŞENİZ çğı");
+}
+
+TEST_F(ProfileTest, Windows1252WhenAsked) {
+  ScopedEnv cp(kAnsiCodePageVariable, "1252");
+  Put(kTricky);
+  EXPECT_EQ(Read("Pergo", "KullaniciAdi"), "ÞENÝZ çðý");
+}
+
+TEST_F(ProfileTest, UnsupportedCodePageIsAnError) {
+  ScopedEnv cp(kAnsiCodePageVariable, "65001");
+  Put(kTricky);
+  EXPECT_FALSE(ReadProfileString("Pergo", "Yil", "", ini_).ok());
+}
+
+TEST_F(ProfileTest, EmptyValueIsNotTheDefault) {
+  Put(kTricky);
+  EXPECT_EQ(Read("Pergo", "Bos"), "");
+}
+
+TEST_F(ProfileTest, DefaultWhenFileSectionOrKeyIsMissing) {
+  EXPECT_EQ(Read("Pergo", "Yil", "2026"), "2026");
+  Put(kTricky);
+  EXPECT_EQ(Read("Yok", "Yil", "2026"), "2026");
+  EXPECT_EQ(Read("Pergo", "Sirket2", "001"), "001");
+  EXPECT_EQ(Read("Pergo", "Sirket", "001"), "002");
+  // A commented-out key is missing; trailing blanks of the default are dropped.
+  EXPECT_EQ(Read("Veritabani", "Sirket", "x  "), "x");
+}
+
+TEST_F(ProfileTest, KeysBeforeAnySectionAreIgnored) {
+  Put("Yil=1\n[Pergo]\nSirket=2\n");
+  EXPECT_EQ(Read("Pergo", "Yil", "d"), "d");
+  EXPECT_EQ(Read("Pergo", "Sirket"), "2");
+}
+
+TEST_F(ProfileTest, ReadsAreCutToTheBuffer) {
+  Put("[Pergo]\nUzun=" + std::string(600, 'a') + "\n");
+  EXPECT_EQ(Read("Pergo", "Uzun").size(), 511u);
+  auto r = ReadProfileString("Pergo", "Uzun", "", ini_, 10);
+  EXPECT_EQ(*r, std::string(9, 'a'));
+  // Characters, not UTF-8 bytes: 600 Ş read back as 511 Ş.
+  Put("[Pergo]\nUzun=" + std::string(600, '\xDE') + "\n");
+  std::string expected;
+  for (int i = 0; i < 511; ++i) expected += "Ş";
+  EXPECT_EQ(Read("Pergo", "Uzun"), expected);
+  EXPECT_EQ(*ReadProfileString("Pergo", "Yok", std::string(600, 'd'), ini_), std::string(511, 'd'));
+}
+
+TEST_F(ProfileTest, WriteReplacesTheKeyAndKeepsTheRestByteForByte) {
+  Put(kTricky);
+  ASSERT_TRUE(WriteProfileString("pergo", "YIL", "2010", ini_).ok());
+  std::string expected = kTricky;
+  expected.replace(expected.find("Yil=2009"), 8, "Yil=2010");
+  EXPECT_EQ(ReadAll(ini_), expected);
+  EXPECT_EQ(Read("Pergo", "Yil"), "2010");
+}
+
+TEST_F(ProfileTest, WriteKeepsIndentationAndKeySpelling) {
+  Put(kTricky);
+  ASSERT_TRUE(WriteProfileString("Pergo", "calismaalani", "C:\\Yeni", ini_).ok());
+  EXPECT_NE(ReadAll(ini_).find("\r\n  CalismaAlani=C:\\Yeni\r\n"), std::string::npos);
+}
+
+TEST_F(ProfileTest, WriteAddsAMissingKeyAtTheEndOfItsSection) {
+  Put("[Pergo]\r\nYil=2009\r\n\r\n[Veritabani]\r\nProvider=SQLOLEDB\r\n");
+  ASSERT_TRUE(WriteProfileString("Pergo", "Sirket", "003", ini_).ok());
+  EXPECT_EQ(ReadAll(ini_),
+            "[Pergo]\r\nYil=2009\r\nSirket=003\r\n\r\n[Veritabani]\r\nProvider=SQLOLEDB\r\n");
+}
+
+TEST_F(ProfileTest, WriteAddsAMissingSectionFollowingTheFilesLineEnds) {
+  Put("[Pergo]\nYil=2009");
+  ASSERT_TRUE(WriteProfileString("Veritabani", "Provider", "SQLOLEDB", ini_).ok());
+  EXPECT_EQ(ReadAll(ini_), "[Pergo]\nYil=2009\n[Veritabani]\nProvider=SQLOLEDB\n");
+  ASSERT_TRUE(WriteProfileString("Veritabani", "SqlServerAdi", "SUNUCU", ini_).ok());
+  EXPECT_EQ(ReadAll(ini_),
+            "[Pergo]\nYil=2009\n[Veritabani]\nProvider=SQLOLEDB\nSqlServerAdi=SUNUCU\n");
+}
+
+TEST_F(ProfileTest, WriteCreatesTheFileInWindows1254) {
+  ASSERT_TRUE(WriteProfileString("Pergo", "KullaniciAdi", "İŞLETME", ini_).ok());
+  EXPECT_EQ(ReadAll(ini_), "[Pergo]\r\nKullaniciAdi=\xDD\xDELETME\r\n");
+  EXPECT_EQ(Read("Pergo", "KullaniciAdi"), "İŞLETME");
+}
+
+TEST_F(ProfileTest, UnwritableCharacterLeavesTheFileAlone) {
+  Put(kTricky);
+  EXPECT_FALSE(WriteProfileString("Pergo", "Yil", "日本", ini_).ok());
+  EXPECT_EQ(ReadAll(ini_), kTricky);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.path()), {}), 1);
+}
+
+TEST_F(ProfileTest, WriteIntoAMissingFolderFails) {
+  EXPECT_FALSE(WriteProfileString("Pergo", "Yil", "1", dir_.path() / "yok" / "x.ini").ok());
+}
+
+}  // namespace
+}  // namespace px
