@@ -1,0 +1,57 @@
+#pragma once
+// The catalog: the rows of MSysObjects (table definition on page 2) that ADOX lists in
+// Catalog.Tables, in the order the rows are stored.
+//
+// MSysObjects columns used: Id (a table's TDEF page in the low 24 bits), ParentId (the
+// "Tables" container), Name, Type (1 table, 4 ODBC link, 5 query, 6 Access link), Flags
+// (0x80000000 Jet system object, 0x2 Access system object, query kind in 0xF0), LvProp.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/result.h"
+
+namespace px::jet {
+
+inline constexpr uint32_t kMSysObjectsPage = 2;
+inline constexpr int32_t kTablesContainerId = 0x0F000001;
+
+namespace objtype {
+inline constexpr int kTable = 1;
+inline constexpr int kContainer = 3;
+inline constexpr int kOdbcLink = 4;
+inline constexpr int kQuery = 5;
+inline constexpr int kAccessLink = 6;
+}  // namespace objtype
+
+inline constexpr uint32_t kObjectFlagJetSystem = 0x80000000u;
+inline constexpr uint32_t kObjectFlagAccessSystem = 0x00000002u;
+inline constexpr uint32_t kQueryKindMask = 0xF0;
+
+// ADOX Table.Type strings.
+inline constexpr std::string_view kAdoxTable = "TABLE";
+inline constexpr std::string_view kAdoxSystemTable = "SYSTEM TABLE";
+inline constexpr std::string_view kAdoxAccessTable = "ACCESS TABLE";
+inline constexpr std::string_view kAdoxLink = "LINK";
+inline constexpr std::string_view kAdoxPassThrough = "PASS-THROUGH";
+inline constexpr std::string_view kAdoxView = "VIEW";
+
+struct CatalogEntry {
+  int32_t id = 0;
+  int32_t parent_id = 0;
+  std::string name;
+  int type = 0;
+  uint32_t flags = 0;
+  std::string adox_type;  // empty for objects ADOX does not list as tables
+  std::vector<uint8_t> lv_prop;
+
+  uint32_t tdef_page() const { return uint32_t(id) & 0x00FFFFFFu; }
+  bool has_tdef() const { return type == objtype::kTable; }
+};
+
+// The ADOX type of an object row, or "" when ADOX lists it elsewhere (stored procedures:
+// action and other non-select queries).
+std::string AdoxTableType(int type, uint32_t flags);
+
+}  // namespace px::jet

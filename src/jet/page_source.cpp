@@ -1,0 +1,133 @@
+#include "jet/page_source.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "jet/rc4.h"
+
+namespace px::jet {
+
+namespace {
+
+class FileSource final : public PageSource {
+ public:
+  FileSource(int fd, uint64_t size, std::string name) : fd_(fd), size_(size), name_(name) {}
+  ~FileSource() override { ::close(fd_); }
+  FileSource(const FileSource&) = delete;
+  FileSource& operator=(const FileSource&) = delete;
+
+  const std::string& name() const override { return name_; }
+  uint64_t size() const override { return size_; }
+
+  Status Read(uint64_t offset, MutableBytes out) override {
+    size_t done = 0;
+    while (done < out.size()) {
+      ssize_t n = ::pread(fd_, out.data() + done, out.size() - done, off_t(offset + done));
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) {
+        return Status::IOError(name_ + ": read failed at offset " + std::to_string(offset) + ": " +
+                               std::strerror(errno));
+      }
+      if (n == 0) {
+        return Status::Corruption(name_ + ": file ends at offset " + std::to_string(offset + done) +
+                                  " inside a page");
+      }
+      done += size_t(n);
+    }
+    return Status::Ok();
+  }
+
+ private:
+  int fd_;
+  uint64_t size_;
+  std::string name_;
+};
+
+class MemorySourceImpl final : public PageSource {
+ public:
+  MemorySourceImpl(std::vector<uint8_t> bytes, std::string name)
+      : bytes_(std::move(bytes)), name_(std::move(name)) {}
+  const std::string& name() const override { return name_; }
+  uint64_t size() const override { return bytes_.size(); }
+  Status Read(uint64_t offset, MutableBytes out) override {
+    if (offset > bytes_.size() || out.size() > bytes_.size() - offset) {
+      return Status::Corruption(name_ + ": data ends before offset " +
+                                std::to_string(offset + out.size()));
+    }
+    std::memcpy(out.data(), bytes_.data() + offset, out.size());
+    return Status::Ok();
+  }
+
+ private:
+  std::vector<uint8_t> bytes_;
+  std::string name_;
+};
+
+}  // namespace
+
+Result<std::unique_ptr<PageSource>> OpenFileSource(const std::filesystem::path& path,
+                                                   std::string display_name) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    int err = errno;
+    std::string msg = display_name + ": cannot open: " + std::strerror(err);
+    return err == ENOENT ? Status::NotFound(msg) : Status::IOError(msg);
+  }
+  struct stat st;
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    ::close(fd);
+    return Status::IOError(display_name + ": not a regular file");
+  }
+  return std::unique_ptr<PageSource>(
+      std::make_unique<FileSource>(fd, uint64_t(st.st_size), std::move(display_name)));
+}
+
+std::unique_ptr<PageSource> MemorySource(std::vector<uint8_t> bytes, std::string display_name) {
+  return std::make_unique<MemorySourceImpl>(std::move(bytes), std::move(display_name));
+}
+
+Pager::Pager(std::unique_ptr<PageSource> source, uint32_t page_size, uint32_t db_key,
+             size_t cache_pages)
+    : source_(std::move(source)),
+      page_size_(page_size),
+      db_key_(db_key),
+      page_count_(uint32_t(std::min<uint64_t>(source_->size() / page_size, 0xFFFFFFu + 1))),
+      capacity_(cache_pages == 0 ? 1 : cache_pages) {}
+
+Result<Page> Pager::Get(uint32_t number) {
+  auto it = index_.find(number);
+  if (it != index_.end()) {
+    lru_.splice(lru_.begin(), lru_, it->second);
+    return Page{number, it->second->second};
+  }
+  PX_ASSIGN_OR_RETURN(PageData data, Load(number));
+  lru_.emplace_front(number, data);
+  index_[number] = lru_.begin();
+  if (lru_.size() > capacity_) {
+    index_.erase(lru_.back().first);
+    lru_.pop_back();
+  }
+  return Page{number, std::move(data)};
+}
+
+Result<PageData> Pager::Load(uint32_t number) {
+  if (number >= page_count_) {
+    return Status::Corruption(file_name() + ": page " + std::to_string(number) +
+                              " is beyond the end of the file (" + std::to_string(page_count_) +
+                              " pages)");
+  }
+  auto buf = std::make_shared<std::vector<uint8_t>>(page_size_);
+  PX_RETURN_IF_ERROR(source_->Read(uint64_t(number) * page_size_, *buf));
+  if (db_key_ != 0 && number != 0) {
+    uint8_t key[4];
+    StoreLe32(key, db_key_ ^ number);
+    Rc4Xor(Bytes(key, 4), *buf);
+  }
+  return PageData(std::move(buf));
+}
+
+}  // namespace px::jet

@@ -1,0 +1,71 @@
+#pragma once
+// Where pages come from: a file opened read-only or a buffer in memory, behind one
+// interface, and the Pager that cuts it into pages through a small bounded cache.
+
+#include <cstdint>
+#include <filesystem>
+#include <list>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "core/bytes.h"
+#include "core/result.h"
+
+namespace px::jet {
+
+// A read-only byte store. Read fails (never zero-fills) when the range passes the end.
+class PageSource {
+ public:
+  virtual ~PageSource() = default;
+  // The name used in messages (the file path as the user gave it).
+  virtual const std::string& name() const = 0;
+  virtual uint64_t size() const = 0;
+  virtual Status Read(uint64_t offset, MutableBytes out) = 0;
+};
+
+Result<std::unique_ptr<PageSource>> OpenFileSource(const std::filesystem::path& path,
+                                                   std::string display_name);
+std::unique_ptr<PageSource> MemorySource(std::vector<uint8_t> bytes, std::string display_name);
+
+using PageData = std::shared_ptr<const std::vector<uint8_t>>;
+
+// One page: its number and its bytes (exactly page_size of them). Holding a Page keeps its
+// bytes alive after the cache has dropped them.
+struct Page {
+  uint32_t number = 0;
+  PageData data;
+  Bytes bytes() const { return Bytes(data->data(), data->size()); }
+  uint8_t type() const { return (*data)[0]; }
+};
+
+// Cuts a source into pages, undoes page encoding when the database key is set, and keeps
+// the most recently used pages (at most `cache_pages`) in memory.
+class Pager {
+ public:
+  static constexpr size_t kDefaultCachePages = 256;
+
+  Pager(std::unique_ptr<PageSource> source, uint32_t page_size, uint32_t db_key,
+        size_t cache_pages = kDefaultCachePages);
+
+  // Page `number`, or Corruption naming the file when it lies beyond the end of the file.
+  Result<Page> Get(uint32_t number);
+
+  uint32_t page_size() const { return page_size_; }
+  uint32_t page_count() const { return page_count_; }
+  const std::string& file_name() const { return source_->name(); }
+
+ private:
+  Result<PageData> Load(uint32_t number);
+
+  std::unique_ptr<PageSource> source_;
+  uint32_t page_size_;
+  uint32_t db_key_;
+  uint32_t page_count_;
+  size_t capacity_;
+  std::list<std::pair<uint32_t, PageData>> lru_;  // front = most recent
+  std::unordered_map<uint32_t, decltype(lru_)::iterator> index_;
+};
+
+}  // namespace px::jet

@@ -1,0 +1,119 @@
+#include "jet/text.h"
+
+#include "platform/codepage.h"
+
+namespace px::jet {
+
+namespace {
+
+constexpr uint32_t kReplacement = 0xFFFD;
+
+bool IsHighSurrogate(uint32_t u) {
+  return u >= 0xD800 && u <= 0xDBFF;
+}
+bool IsLowSurrogate(uint32_t u) {
+  return u >= 0xDC00 && u <= 0xDFFF;
+}
+
+void AppendUnits(std::string& out, const std::u16string& units) {
+  for (size_t i = 0; i < units.size(); ++i) {
+    uint32_t u = units[i];
+    if (IsHighSurrogate(u) && i + 1 < units.size() && IsLowSurrogate(units[i + 1])) {
+      u = 0x10000 + ((u - 0xD800) << 10) + (uint32_t(units[i + 1]) - 0xDC00);
+      ++i;
+    } else if (IsHighSurrogate(u) || IsLowSurrogate(u)) {
+      u = kReplacement;
+    }
+    AppendUtf8CodePoint(out, u);
+  }
+}
+
+// Simple case folding for the scripts the suite's data uses: Latin-1, Latin Extended-A,
+// Greek and Cyrillic; other characters fold to themselves.
+uint32_t FoldLower(uint32_t c) {
+  if (c >= 'A' && c <= 'Z') return c + 32;
+  if ((c >= 0xC0 && c <= 0xDE && c != 0xD7)) return c + 32;
+  if (c >= 0x100 && c <= 0x17F && c != 0x130 && c != 0x131 && c != 0x138 && c != 0x149 &&
+      c != 0x17F) {
+    const bool odd_pairs = (c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E);
+    if (odd_pairs) return (c % 2 == 1) ? c + 1 : c;
+    if (c == 0x178) return 0xFF;
+    return (c % 2 == 0) ? c + 1 : c;
+  }
+  if (c >= 0x391 && c <= 0x3AB && c != 0x3A2) return c + 32;
+  if (c >= 0x410 && c <= 0x42F) return c + 32;
+  if (c >= 0x400 && c <= 0x40F) return c + 80;
+  return c;
+}
+
+}  // namespace
+
+Result<std::string> DecodeUtf16Le(Bytes bytes) {
+  if (bytes.size() % 2 != 0) {
+    return Status::Corruption("UTF-16 text has an odd byte count " + std::to_string(bytes.size()));
+  }
+  std::u16string units(bytes.size() / 2, u'\0');
+  for (size_t i = 0; i < units.size(); ++i) units[i] = char16_t(LoadLe16(&bytes[2 * i]));
+  std::string out;
+  out.reserve(bytes.size());
+  AppendUnits(out, units);
+  return out;
+}
+
+Result<std::string> DecodeJet4Text(Bytes bytes) {
+  if (bytes.size() < 2 || bytes[0] != 0xFF || bytes[1] != 0xFE) return DecodeUtf16Le(bytes);
+  std::u16string units;
+  units.reserve(bytes.size());
+  bool compressed = true;
+  size_t i = 2;
+  while (i < bytes.size()) {
+    if (bytes[i] == 0) {
+      compressed = !compressed;
+      ++i;
+    } else if (compressed) {
+      units.push_back(char16_t(bytes[i++]));
+    } else if (i + 1 < bytes.size()) {
+      units.push_back(char16_t(LoadLe16(&bytes[i])));
+      i += 2;
+    } else {
+      return Status::Corruption("compressed text ends inside a UTF-16 character");
+    }
+  }
+  std::string out;
+  out.reserve(units.size());
+  AppendUnits(out, units);
+  return out;
+}
+
+Result<std::string> DecodeJet3Text(Bytes bytes, int code_page) {
+  return DecodeCodePage(code_page, AsChars(bytes));
+}
+
+std::u32string JetFoldCase(std::string_view utf8, uint16_t sort_order_lcid) {
+  const bool turkish = sort_order_lcid == kLcidTurkish;
+  std::u32string out;
+  out.reserve(utf8.size());
+  size_t i = 0;
+  while (i < utf8.size()) {
+    auto cp = NextUtf8(utf8, i);
+    if (!cp) {  // keep malformed bytes distinct from every character
+      out.push_back(0x110000u + static_cast<unsigned char>(utf8[i++]));
+      continue;
+    }
+    uint32_t c = *cp;
+    if (turkish && c == 'I')
+      c = 0x131;
+    else if (turkish && c == 0x130)
+      c = 'i';
+    else
+      c = FoldLower(c);
+    out.push_back(c);
+  }
+  return out;
+}
+
+bool JetTextEquals(std::string_view a, std::string_view b, uint16_t sort_order_lcid) {
+  return JetFoldCase(a, sort_order_lcid) == JetFoldCase(b, sort_order_lcid);
+}
+
+}  // namespace px::jet

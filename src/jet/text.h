@@ -1,0 +1,38 @@
+#pragma once
+// Text as Jet stores it, decoded to UTF-8, and text comparison the way Jet compares text.
+//
+// Jet 4 stores UTF-16LE. A value may start with FF FE and use the compressed scheme: each
+// byte is a code unit with a zero high byte; a 00 byte switches between that and plain
+// UTF-16LE pairs. Jet 3 stores single-byte code-page text.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/bytes.h"
+#include "core/result.h"
+
+namespace px::jet {
+
+// UTF-16LE to UTF-8. An odd byte count is an error; an unpaired surrogate becomes U+FFFD.
+Result<std::string> DecodeUtf16Le(Bytes bytes);
+
+// Jet 4 text: compressed (FF FE prefix) or plain UTF-16LE.
+Result<std::string> DecodeJet4Text(Bytes bytes);
+
+// Jet 3 text in the given Windows code page (1252 and 1254 supported).
+Result<std::string> DecodeJet3Text(Bytes bytes, int code_page);
+
+inline constexpr uint16_t kLcidGeneral = 1033;
+inline constexpr uint16_t kLcidTurkish = 1055;
+
+// True when Jet's "=" on text would call the two UTF-8 strings equal: letters compare
+// without regard to case; everything else, accents included, must match. Under the
+// Turkish sort order (LCID 1055) dotted and dotless i pair as Turkish does (I with ı,
+// İ with i); under every other order I pairs with i, and ı and İ are letters of their own.
+bool JetTextEquals(std::string_view a, std::string_view b, uint16_t sort_order_lcid);
+
+// The case-folded form used by JetTextEquals (for keys of lookup maps).
+std::u32string JetFoldCase(std::string_view utf8, uint16_t sort_order_lcid);
+
+}  // namespace px::jet
