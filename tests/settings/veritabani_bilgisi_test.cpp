@@ -1,0 +1,278 @@
+#include "settings/veritabani_bilgisi.h"
+
+#include <gtest/gtest.h>
+
+#include "db/memory_connection.h"
+#include "operator/scripted_operator.h"
+#include "platform/host_path.h"
+#include "platform/profile.h"
+#include "settings/hata_mesaji.h"
+#include "settings/ini.h"
+#include "support/temp_folder.h"
+
+namespace px::settings {
+namespace {
+
+using testing::ReadAll;
+using testing::ScopedEnv;
+using testing::TempFolder;
+
+// A connection that hands every call to one the test keeps.
+class Ortak : public db::Connection {
+ public:
+  explicit Ortak(db::Connection& c) : c_(c) {}
+  Result<std::vector<db::TableEntry>> Tables() override { return c_.Tables(); }
+  Result<std::unique_ptr<RowSource>> Query(std::string_view sql) override { return c_.Query(sql); }
+
+ private:
+  db::Connection& c_;
+};
+
+// Opens the prepared company database, if any, and remembers what it was asked to open.
+class FakeAcici : public BaglantiAcici {
+ public:
+  Result<std::unique_ptr<db::Connection>> Ac(const BaglantiTanimi& tanim) override {
+    istenen.push_back(tanim);
+    if (!hazir) return Status::NotFound("sirket.mdb not found");
+    return std::unique_ptr<db::Connection>(std::make_unique<Ortak>(*hazir));
+  }
+  std::unique_ptr<db::MemoryConnection> hazir;
+  std::vector<BaglantiTanimi> istenen;
+};
+
+std::unique_ptr<db::MemoryConnection> SirketVeritabani(Value derece) {
+  db::MemoryTable sirket;
+  sirket.fields = {db::TextField("intSirketNo"),       db::TextField("strSirketAdi"),
+                   db::TextField("strSirketFax"),      db::TextField("strSirketTelefon1"),
+                   db::TextField("strSirketTelefon2"), db::TextField("strSirketAdi2"),
+                   db::TextField("intSirketVergiNo"),  db::TextField("strSirketVergiDaire")};
+  sirket.rows = {{std::string("001"), std::string("Örnek Ltd."), std::string("F"),
+                  std::string("T1"), std::string("T2"), std::string("İkinci"), std::string("123"),
+                  std::string("Kızılay")}};
+  db::MemoryTable guvenlik;
+  guvenlik.fields = {db::TextField("Kullanici"), db::TextField("Derecesi")};
+  guvenlik.rows = {{std::string("001PERGO"), std::move(derece)}};
+  auto c = std::make_unique<db::MemoryConnection>();
+  c->Add("tblSirket", std::move(sirket));
+  c->Add("Guvenlik", std::move(guvenlik));
+  return c;
+}
+
+class VeritabaniBilgisiTest : public ::testing::Test {
+ protected:
+  VeritabaniBilgisiOrtami Ortam() {
+    VeritabaniBilgisiOrtami o;
+    o.op = &op_;
+    o.acici = &acici_;
+    o.bu_yil = [] { return 2026; };
+    return o;
+  }
+  void Config(const std::string& bytes) { c_.Write("Pergonix/Config.INI", bytes); }
+
+  TempFolder c_;
+  ScopedEnv drives_{kDriveMapVariable, "C=" + c_.str()};
+  ScopedEnv cp_{kAnsiCodePageVariable, std::nullopt};
+  op::ScriptedOperator op_;
+  FakeAcici acici_;
+};
+
+TEST_F(VeritabaniBilgisiTest, DefaultsWithoutConfigFile) {
+  clsVeritabaniBilgisi b(Ortam());
+  EXPECT_EQ(b.CalismaAlani(), "C:\\Pergonix");
+  EXPECT_EQ(b.CalismaYili(), "2026");
+  EXPECT_EQ(b.SirketNo(), "001");
+  EXPECT_EQ(b.KullaniciAdi(), "PERGO");
+  EXPECT_EQ(b.VeriTabaniTuru(), "Access");
+  EXPECT_EQ(b.Provider(), "Microsoft.Jet.OLEDB.4.0");
+  EXPECT_EQ(b.SQLServerAdi(), "");
+  EXPECT_EQ(b.SqlServerKullanici(), "pergo");
+  EXPECT_EQ(b.SqlServerKullaniciSifre(), "51736420");
+  // The company database could not be opened: unknown company, no box, level 0.
+  EXPECT_EQ(b.SirketAdi(), "Bilinmeyen Şirket Adı");
+  EXPECT_EQ(b.VergiNo(), "");
+  EXPECT_EQ(b.KullaniciDerecesi(), 0);
+  EXPECT_TRUE(op_.boxes.empty());
+  ASSERT_EQ(acici_.istenen.size(), 1u);
+  EXPECT_EQ(acici_.istenen[0],
+            (BaglantiTanimi{"C:\\Pergonix\\genel\\data\\sirket.mdb", "Microsoft.Jet.OLEDB.4.0"}));
+}
+
+TEST_F(VeritabaniBilgisiTest, TrickyConfigReadsAsTheProfileFunctionsReturnIt) {
+  Config(
+      "[pergo]\r\n"
+      "CalismaAlani = \"D:\\Muhasebe\\Pergo\"  \r\n"
+      "Yil= 2009\r\n"
+      "Yil=2010\r\n"
+      ";Sirket=009\r\n"
+      "Sirket='002'\r\n"
+      "KullaniciAdi=\xD6ZG\xDCR \xDDLKER\r\n"
+      "[VERITABANI]\r\n"
+      "veritabanituru = sqlserver\r\n"
+      "Provider=SQLOLEDB\r\n"
+      "SqlServerAdi=SUNUCU\\SQLEXPRESS\r\n"
+      "SqlServerSifre=\r\n");
+  clsVeritabaniBilgisi b(Ortam());
+  EXPECT_EQ(b.CalismaAlani(), "D:\\Muhasebe\\Pergo");
+  EXPECT_EQ(b.CalismaYili(), "2009");
+  EXPECT_EQ(b.SirketNo(), "002");
+  EXPECT_EQ(b.KullaniciAdi(), "ÖZGÜR İLKER");
+  EXPECT_EQ(b.VeriTabaniTuru(), "SQLServer");
+  EXPECT_EQ(b.Provider(), "SQLOLEDB");
+  EXPECT_EQ(b.SQLServerAdi(), "SUNUCU\\SQLEXPRESS");
+  EXPECT_EQ(b.SqlServerKullanici(), "pergo");
+  EXPECT_EQ(b.SqlServerKullaniciSifre(), "");
+  ASSERT_EQ(acici_.istenen.size(), 1u);
+  EXPECT_EQ(acici_.istenen[0].baglanti_metni,
+            "provider=SQLOLEDB;server=SUNUCU\\SQLEXPRESS;uid=pergo;password=;database=sirket ");
+  EXPECT_EQ(acici_.istenen[0].provider, "");
+}
+
+TEST_F(VeritabaniBilgisiTest, KindNormalisesOnlyTheTwoNames) {
+  Config("[Veritabani]\nVeritabaniTuru=aCCess\n");
+  EXPECT_EQ(clsVeritabaniBilgisi(Ortam()).VeriTabaniTuru(), "Access");
+  Config("[Veritabani]\nVeritabaniTuru=Oracle\n");
+  clsVeritabaniBilgisi b(Ortam());
+  EXPECT_EQ(b.VeriTabaniTuru(), "Oracle");
+  EXPECT_EQ(b.SirketBaglantisi().provider, "Microsoft.Jet.OLEDB.4.0");
+}
+
+TEST_F(VeritabaniBilgisiTest, LongValuesAreCutAt511Characters) {
+  Config("[Pergo]\nCalismaAlani=C:\\" + std::string(700, 'x') + "\n");
+  EXPECT_EQ(clsVeritabaniBilgisi(Ortam()).CalismaAlani().size(), 511u);
+}
+
+TEST_F(VeritabaniBilgisiTest, CompanyRecordAndLevel) {
+  acici_.hazir = SirketVeritabani(std::string("4"));
+  db::MemoryConnection* db = acici_.hazir.get();
+  clsVeritabaniBilgisi b(Ortam());
+  EXPECT_EQ(b.SirketAdi(), "Örnek Ltd.");
+  EXPECT_EQ(b.SirketFaxNo(), "F");
+  EXPECT_EQ(b.SirketTelefonNo1(), "T1");
+  EXPECT_EQ(b.SirketTelefonNo2(), "T2");
+  EXPECT_EQ(b.SirketAdi2(), "İkinci");
+  EXPECT_EQ(b.VergiNo(), "123");
+  EXPECT_EQ(b.VergiDairesi(), "Kızılay");
+  EXPECT_EQ(b.KullaniciDerecesi(), 4);
+  EXPECT_EQ(db->queries, (std::vector<std::string>{
+                             "SELECT * FROM tblSirket WHERE intSirketNo = '001' ",
+                             "SELECT Derecesi FROM Guvenlik WHERE Kullanici = '001PERGO'"}));
+}
+
+TEST_F(VeritabaniBilgisiTest, UnknownCompanyStillLooksUpTheLevel) {
+  Config("[Pergo]\nSirket=007\n");
+  acici_.hazir = SirketVeritabani(std::string("4"));
+  clsVeritabaniBilgisi b(Ortam());
+  EXPECT_EQ(b.SirketAdi(), "Bilinmeyen Şirket Adı");
+  EXPECT_EQ(b.VergiDairesi(), "");
+  EXPECT_EQ(b.KullaniciDerecesi(), 2);  // no Guvenlik row for 007PERGO
+}
+
+TEST_F(VeritabaniBilgisiTest, BlankOrNullLevelIsZero) {
+  acici_.hazir = SirketVeritabani(std::string("  "));
+  EXPECT_EQ(clsVeritabaniBilgisi(Ortam()).KullaniciDerecesi(), 0);
+  acici_.hazir = SirketVeritabani(Null{});
+  EXPECT_EQ(clsVeritabaniBilgisi(Ortam()).KullaniciDerecesi(), 0);
+  EXPECT_TRUE(op_.boxes.empty());
+}
+
+TEST_F(VeritabaniBilgisiTest, BadLevelShowsTheClassErrorBoxAndGivesZero) {
+  acici_.hazir = SirketVeritabani(std::string("yönetici"));
+  clsVeritabaniBilgisi b(Ortam());
+  EXPECT_EQ(b.KullaniciDerecesi(), 0);
+  ASSERT_EQ(op_.boxes.size(), 1u);
+  const op::Box& box = op_.boxes[0];
+  EXPECT_EQ(box.title, "HATA");
+  EXPECT_EQ(box.icon, op::Icon::kExclamation);
+  EXPECT_EQ(box.buttons, op::Buttons::kOk);
+  EXPECT_EQ(box.text.substr(0, 14), "Hata No: 13\r\nH");
+  EXPECT_NE(box.text.find("\r\nSatır No: 0\r\nProsedür Adı: KullaniciDerecesiBul\r\n"
+                          "Modül Tipi: Class Module\r\nModül Adı: clsVeritabaniBilgisi"),
+            std::string::npos);
+}
+
+TEST_F(VeritabaniBilgisiTest, MissingSecurityTableGivesTheBoxWithItsNumber) {
+  clsVeritabaniBilgisi b(Ortam());
+  db::MemoryConnection bos;
+  EXPECT_EQ(b.KullaniciDerecesiBul("PERGO", "001", bos), 0);
+  ASSERT_EQ(op_.boxes.size(), 1u);
+  EXPECT_EQ(op_.boxes[0].text.substr(0, 22), "Hata No: -2147217865\r\n");
+}
+
+TEST(HataMesaji, SixLinesExactly) {
+  op::ScriptedOperator op;
+  HataMesajiGoster(op, {91, "Nesne yok", 12}, "KonumBilgisi");
+  ASSERT_EQ(op.boxes.size(), 1u);
+  EXPECT_EQ(op.boxes[0], (op::Box{"Hata No: 91\r\nHata Açıklama: Nesne yok\r\nSatır No: 12\r\n"
+                                  "Prosedür Adı: KonumBilgisi\r\nModül Tipi: Class Module\r\n"
+                                  "Modül Adı: clsVeritabaniBilgisi",
+                                  "HATA", op::Icon::kExclamation, op::Buttons::kOk, 1}));
+}
+
+// The legacy record: root, blank, year (4), filler, company (3), two fillers, user (30),
+// filler, kind letter, server (20).
+std::string PergoKaydi(const std::string& kok, char tur) {
+  std::string user = "\xDDLKER";
+  user.resize(30, ' ');
+  std::string server = "  SUNUCU";
+  server.resize(20, ' ');
+  return kok + " 2008|005||" + user + "|" + std::string(1, tur) + server;
+}
+
+TEST_F(VeritabaniBilgisiTest, LegacyFixedLayout) {
+  clsVeritabaniBilgisi b = clsVeritabaniBilgisi(Ortam());
+  c_.Write("pergonix/pergo.ini", PergoKaydi("D:\\Pergonix", 'S'));
+  b.KonumBilgisiPergoINI();
+  EXPECT_EQ(b.CalismaAlani(), "D:\\Pergonix");
+  EXPECT_EQ(b.CalismaYili(), "2008");
+  EXPECT_EQ(b.SirketNo(), "005");
+  EXPECT_EQ(b.KullaniciAdi(), "İLKER");
+  EXPECT_EQ(b.SQLServerAdi(), "SUNUCU");
+  EXPECT_EQ(b.VeriTabaniTuru(), "S");
+  EXPECT_EQ(b.Provider(), "SQLOLEDB");
+  EXPECT_EQ(b.SqlServerKullanici(), "sa");
+  EXPECT_EQ(b.SqlServerKullaniciSifre(), "");
+
+  c_.Write("pergonix/pergo.ini", PergoKaydi("C:\\P", 'A'));
+  b.KonumBilgisiPergoINI();
+  EXPECT_EQ(b.CalismaAlani(), "C:\\P");
+  EXPECT_EQ(b.Provider(), "Microsoft.Jet.OLEDB.4.0");
+  EXPECT_TRUE(op_.boxes.empty());
+}
+
+TEST_F(VeritabaniBilgisiTest, LegacyRecordWithoutBlankOnlyTrimsAndSetsTheLogin) {
+  Config("[Pergo]\nKullaniciAdi=  PERGO  \n[Veritabani]\nVeritabaniTuru=S\n");
+  clsVeritabaniBilgisi b(Ortam());
+  c_.Write("pergonix/pergo.ini", "C:\\Pergonix_tek_parca");
+  b.KonumBilgisiPergoINI();
+  EXPECT_EQ(b.CalismaAlani(), "C:\\Pergonix");  // untouched
+  EXPECT_EQ(b.KullaniciAdi(), "PERGO");
+  EXPECT_EQ(b.Provider(), "SQLOLEDB");
+  EXPECT_EQ(b.SqlServerKullanici(), "sa");
+}
+
+TEST_F(VeritabaniBilgisiTest, LegacyReaderReportsUnderTheOtherReadersName) {
+  clsVeritabaniBilgisi b(Ortam());
+  c_.Mkdir("pergonix/pergo.ini");  // a folder where the file should be
+  {
+    ScopedEnv bad(kAnsiCodePageVariable, "437");
+    b.KonumBilgisiPergoINI();
+  }
+  ASSERT_EQ(op_.boxes.size(), 1u);
+  EXPECT_NE(op_.boxes[0].text.find("Prosedür Adı: KonumBilgisi\r\n"), std::string::npos);
+  EXPECT_EQ(b.SqlServerKullanici(), "pergo");  // left before the assignments
+}
+
+TEST_F(VeritabaniBilgisiTest, IniHelpersGoThroughTheDriveMap) {
+  // The folder must exist, as for the Windows call.
+  EXPECT_FALSE(IniYaz("Pergo", "Yil", "2011", "c:\\PERGONIX\\config.ini"));
+  c_.Mkdir("Pergonix");
+  EXPECT_TRUE(IniYaz("Pergo", "Yil", "  2011  ", "c:\\PERGONIX\\config.ini"));
+  EXPECT_EQ(ReadAll(c_.path() / "Pergonix" / "config.ini"), "[Pergo]\r\nYil=2011\r\n");
+  EXPECT_EQ(IniOku("pergo", "yil", "x", "C:\\pergonix\\config.ini"), "2011");
+  EXPECT_EQ(IniOku("Pergo", "Yok", "", "C:\\pergonix\\config.ini"), "");
+  EXPECT_EQ(IniOku("Pergo", "Yil", "d", "Q:\\config.ini"), "d");
+  EXPECT_FALSE(IniYaz("Pergo", "Yil", "1", "Q:\\config.ini"));
+}
+
+}  // namespace
+}  // namespace px::settings
