@@ -18,6 +18,7 @@ int Run(int argc, char** argv) {
                "pergonix-yedek"};
   app.set_version_flag("--version", std::string("pergonix-yedek ") + PX_VERSION);
   app.require_subcommand(0, 1);
+  AddGlobalOptions(app);
   AddAyarlarCommand(app);
   AddMdbCommands(app);
   AddXbfCommands(app);

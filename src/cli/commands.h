@@ -7,8 +7,20 @@
 #include <CLI/CLI.hpp>
 
 #include "core/status.h"
+#include "operator/operator.h"
 
 namespace px::cli {
+
+// Options of the whole program, before the sub-command: --evet (unattended runs).
+struct GlobalOptions {
+  bool evet = false;
+};
+GlobalOptions& Globals();
+void AddGlobalOptions(CLI::App& app);
+
+// The operator of this run on the console: prompts on a terminal; with --evet Yes/No
+// questions are answered Yes and Retry/Cancel boxes Cancel; otherwise default buttons.
+op::Operator& ConsoleOperator();
 
 void AddAyarlarCommand(CLI::App& app);
 void AddMdbCommands(CLI::App& app);
