@@ -127,6 +127,7 @@ struct FieldInfo {
   std::string base_table;          // rs:basetable; empty when unknown
   std::string base_column;         // rs:basecolumn; empty when unknown
   std::string base_catalog;        // rs:basecatalog (SQL Server database); empty for Jet
+  std::string base_schema;         // rs:baseschema (SQL Server owner); empty for Jet
 
   bool Has(uint32_t bit) const { return (attributes & bit) != 0; }
   bool nullable() const { return Has(fld::kIsNullable); }

@@ -1,0 +1,550 @@
+#include "xbf/xbf_types.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include "core/value_text.h"
+
+namespace px::xbf {
+
+namespace {
+
+struct TypeRow {
+  int ado_type;
+  SchemaType schema;
+};
+
+// dt:maxLength of fixed-size types is the provider's storage size.
+constexpr TypeRow kTypes[] = {
+    {ado::kTinyInt, {"i1", "", 1}},
+    {ado::kUnsignedTinyInt, {"ui1", "", 1}},
+    {ado::kSmallInt, {"i2", "", 2}},
+    {ado::kUnsignedSmallInt, {"ui2", "", 2}},
+    {ado::kInteger, {"int", "", 4}},
+    {ado::kUnsignedInt, {"ui4", "", 4}},
+    {ado::kBigInt, {"i8", "", 8}},
+    {ado::kUnsignedBigInt, {"ui8", "", 8}},
+    {ado::kSingle, {"r4", "", 4}},
+    {ado::kDouble, {"float", "", 8}},
+    {ado::kCurrency, {"number", "currency", 8}},
+    {ado::kBoolean, {"boolean", "", 2}},
+    {ado::kDate, {"dateTime", "variantdate", 16}},
+    {ado::kDBDate, {"date", "", 6}},
+    {ado::kDBTime, {"time", "", 6}},
+    {ado::kDBTimeStamp, {"dateTime", "timestamp", 16}},
+    {ado::kFileTime, {"dateTime", "filetime", 16}},
+    {ado::kGUID, {"uuid", "", 16}},
+    {ado::kNumeric, {"number", "numeric", 19}},
+    {ado::kDecimal, {"number", "decimal", 16}},
+    {139 /* adVarNumeric */, {"number", "varnumeric", 0}},
+    {ado::kBSTR, {"string", "", 0}},
+    {ado::kChar, {"string", "str", 0}},
+    {ado::kVarChar, {"string", "str", 0}},
+    {ado::kLongVarChar, {"string", "str", 0}},
+    {ado::kWChar, {"string", "", 0}},
+    {ado::kVarWChar, {"string", "", 0}},
+    {ado::kLongVarWChar, {"string", "", 0}},
+    {ado::kVariant, {"string", "", 0}},
+    {ado::kBinary, {"bin.hex", "", 0}},
+    {ado::kVarBinary, {"bin.hex", "", 0}},
+    {ado::kLongVarBinary, {"bin.hex", "", 0}},
+};
+
+constexpr int kVarNumeric = 139;
+
+int StringType(const DeclaredType& t) {
+  const bool ansi = t.dbtype == "str";
+  if (t.is_long) return ansi ? ado::kLongVarChar : ado::kLongVarWChar;
+  if (t.fixed) return ansi ? ado::kChar : ado::kWChar;
+  return ansi ? ado::kVarChar : ado::kVarWChar;
+}
+
+Result<int> NumberType(const DeclaredType& t) {
+  if (t.dbtype == "currency") return ado::kCurrency;
+  if (t.dbtype == "numeric") return ado::kNumeric;
+  if (t.dbtype == "decimal") return ado::kDecimal;
+  if (t.dbtype == "varnumeric") return kVarNumeric;
+  // ADO opens a plain "number" only with a width it can hold a varnumeric in.
+  if (t.max_length &&
+      (*t.max_length == 8 || *t.max_length == 16 || *t.max_length == 19 || *t.max_length == 38)) {
+    return kVarNumeric;
+  }
+  return Status::InvalidArgument("type 'number' needs rs:dbtype or a width of 8, 16, 19 or 38");
+}
+
+int DateTimeType(const DeclaredType& t) {
+  if (t.dbtype == "timestamp") return ado::kDBTimeStamp;
+  if (t.dbtype == "filetime") return ado::kFileTime;
+  return ado::kDate;
+}
+
+}  // namespace
+
+std::optional<SchemaType> SchemaTypeOf(int ado_type) {
+  for (const auto& row : kTypes) {
+    if (row.ado_type == ado_type) return row.schema;
+  }
+  return std::nullopt;
+}
+
+Result<int> AdoTypeOf(const DeclaredType& t) {
+  const std::string& n = t.dt_type;
+  if (n.empty() || n == "string") return StringType(t);
+  if (n == "number") return NumberType(t);
+  if (n == "currency") return ado::kCurrency;
+  if (n == "decimal") return ado::kDecimal;
+  if (n == "dateTime") return DateTimeType(t);
+  if (n == "bin.hex") {
+    if (t.is_long) return ado::kLongVarBinary;
+    return t.fixed ? ado::kBinary : ado::kVarBinary;
+  }
+  static constexpr std::pair<std::string_view, int> kAliases[] = {
+      {"i1", ado::kTinyInt},         {"ui1", ado::kUnsignedTinyInt},
+      {"i2", ado::kSmallInt},        {"ui2", ado::kUnsignedSmallInt},
+      {"int", ado::kInteger},        {"i4", ado::kInteger},
+      {"ui4", ado::kUnsignedInt},    {"i8", ado::kBigInt},
+      {"ui8", ado::kUnsignedBigInt}, {"r4", ado::kSingle},
+      {"float", ado::kDouble},       {"r8", ado::kDouble},
+      {"boolean", ado::kBoolean},    {"date", ado::kDBDate},
+      {"time", ado::kDBTime},        {"uuid", ado::kGUID},
+  };
+  for (const auto& [name, code] : kAliases) {
+    if (n == name) return code;
+  }
+  // Other XML-Data types (fixed.14.4, dateTime.tz, bin.base64, ...) are kept as text.
+  return StringType(t);
+}
+
+int64_t DefaultSize(int ado_type) {
+  auto s = SchemaTypeOf(ado_type);
+  if (s && s->width) return s->width;
+  return 4294967295LL;
+}
+
+bool HasScale(int t) {
+  return t == ado::kNumeric || t == ado::kDecimal || t == kVarNumeric || t == ado::kDBTimeStamp;
+}
+
+bool IsTextType(int t) {
+  auto s = SchemaTypeOf(t);
+  return !s || s->dt_type == "string";
+}
+
+bool IsBinaryType(int t) {
+  return t == ado::kBinary || t == ado::kVarBinary || t == ado::kLongVarBinary;
+}
+
+size_t Utf8Length(std::string_view s) {
+  size_t n = 0;
+  for (char c : s) n += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  return n;
+}
+
+// ---------------------------------------------------------------------------------------
+// Formatting
+
+namespace {
+
+Status Mismatch(const FieldInfo& f, const char* what) {
+  return Status::InvalidArgument("field " + f.name + ": " + what + " does not fit type " +
+                                 std::to_string(f.ado_type));
+}
+
+// "%.*G" with ADO's conventions: no "-0".
+std::string GeneralText(double d, int digits) {
+  if (d == 0) return "0";
+  char buf[64];
+  std::snprintf(buf, sizeof buf, "%.*G", digits, d);
+  return buf;
+}
+
+// Singles print with the fewest digits that read back to the same float.
+std::string SingleText(float f) {
+  if (f == 0) return "0";
+  char buf[64];
+  auto r = std::to_chars(buf, buf + sizeof buf, f, std::chars_format::scientific);
+  int digits = 0;
+  for (char* p = buf; p < r.ptr && *p != 'e'; ++p) digits += (*p >= '0' && *p <= '9');
+  return GeneralText(double(f), digits);
+}
+
+// Numeric values carry exactly `scale` decimals, and a pure fraction has no leading "0".
+std::string NumericText(const Decimal& d, int scale) {
+  std::string plain = DecimalToPlain(d);
+  const bool negative = !plain.empty() && plain[0] == '-';
+  if (negative) plain.erase(0, 1);
+  size_t point = plain.find('.');
+  std::string whole = plain.substr(0, point);
+  std::string frac = point == std::string::npos ? "" : plain.substr(point + 1);
+  if (scale != 255 && int(frac.size()) < scale) frac.append(size_t(scale - int(frac.size())), '0');
+  if (whole == "0" && !frac.empty()) whole.clear();
+  std::string out = negative ? "-" : "";
+  out += whole;
+  if (!frac.empty()) out += "." + frac;
+  return out;
+}
+
+Result<double> AsDouble(const FieldInfo& f, const Value& v) {
+  if (auto* d = std::get_if<double>(&v)) return *d;
+  if (auto* s = std::get_if<float>(&v)) return double(*s);
+  if (auto* i = std::get_if<int64_t>(&v)) return double(*i);
+  return Mismatch(f, "value");
+}
+
+Result<Decimal> AsDecimal(const FieldInfo& f, const Value& v) {
+  if (auto* d = std::get_if<Decimal>(&v)) return *d;
+  if (auto* i = std::get_if<int64_t>(&v)) {
+    Decimal d;
+    d.negative = *i < 0;
+    d.lo = d.negative ? uint64_t(0) - uint64_t(*i) : uint64_t(*i);
+    return d;
+  }
+  if (auto* c = std::get_if<Currency>(&v)) {
+    auto d = DecimalFromText(CurrencyToPlain(*c));
+    if (d) return *d;
+  }
+  return Mismatch(f, "value");
+}
+
+Result<std::string> IntegerText(const FieldInfo& f, const Value& v) {
+  if (auto* i = std::get_if<int64_t>(&v)) return std::to_string(*i);
+  if (auto* b = std::get_if<bool>(&v)) return std::string(*b ? "-1" : "0");
+  if (auto* d = std::get_if<Decimal>(&v); d && d->scale == 0) return DecimalToPlain(*d);
+  return Mismatch(f, "value");
+}
+
+Result<std::string> DateText(const FieldInfo& f, const Value& v) {
+  auto* d = std::get_if<OleDate>(&v);
+  if (!d) return Mismatch(f, "value");
+  auto p = OleDateToParts(d->days);
+  if (!p || p->year < 0 || p->year > 9999) return Mismatch(f, "date");
+  const bool keep_fraction = f.ado_type == ado::kDBTimeStamp || f.ado_type == ado::kFileTime;
+  if (!keep_fraction && p->millisecond >= 500) {
+    DateParts up = *p;
+    up.millisecond = 0;
+    up.second += 1;  // PartsToOleDate carries the extra second
+    p = OleDateToParts(PartsToOleDate(up));
+    if (!p || p->year > 9999) return Mismatch(f, "date");
+  }
+  char buf[64];
+  if (f.ado_type == ado::kDBDate) {
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", p->year, p->month, p->day);
+  } else if (f.ado_type == ado::kDBTime) {
+    std::snprintf(buf, sizeof buf, "%02d:%02d:%02d", p->hour, p->minute, p->second);
+  } else {
+    int n = std::snprintf(buf, sizeof buf, "%04d-%02d-%02dT%02d:%02d:%02d", p->year, p->month,
+                          p->day, p->hour, p->minute, p->second);
+    if (keep_fraction && p->millisecond) {
+      std::snprintf(buf + n, sizeof buf - size_t(n), ".%03d000000", p->millisecond);
+    }
+  }
+  return std::string(buf);
+}
+
+Result<std::string> TextValue(const FieldInfo& f, const Value& v) {
+  auto* s = std::get_if<std::string>(&v);
+  if (!s) return Mismatch(f, "value");
+  std::string out = *s;
+  // Fixed-length text is padded with blanks to its declared length.
+  if ((f.ado_type == ado::kChar || f.ado_type == ado::kWChar) && f.size > 0 && f.size < 65536) {
+    const size_t len = Utf8Length(out);
+    if (len < size_t(f.size)) out.append(size_t(f.size) - len, ' ');
+  }
+  return out;
+}
+
+}  // namespace
+
+Result<std::string> FormatValue(const FieldInfo& f, const Value& v) {
+  switch (f.ado_type) {
+    case ado::kTinyInt:
+    case ado::kUnsignedTinyInt:
+    case ado::kSmallInt:
+    case ado::kUnsignedSmallInt:
+    case ado::kInteger:
+    case ado::kUnsignedInt:
+    case ado::kBigInt:
+    case ado::kUnsignedBigInt:
+      return IntegerText(f, v);
+    case ado::kSingle: {
+      if (auto* s = std::get_if<float>(&v); s && std::isfinite(*s)) return SingleText(*s);
+      PX_ASSIGN_OR_RETURN(double d, AsDouble(f, v));
+      if (!std::isfinite(d) || std::fabs(d) > std::numeric_limits<float>::max()) {
+        return Mismatch(f, "number");
+      }
+      return SingleText(float(d));
+    }
+    case ado::kDouble: {
+      PX_ASSIGN_OR_RETURN(double d, AsDouble(f, v));
+      if (!std::isfinite(d)) return Mismatch(f, "NaN or infinity");
+      return GeneralText(d, 17);
+    }
+    case ado::kCurrency: {
+      if (auto* c = std::get_if<Currency>(&v)) return CurrencyToPlain(*c);
+      if (auto* i = std::get_if<int64_t>(&v)) return std::to_string(*i);
+      return Mismatch(f, "value");
+    }
+    case ado::kBoolean: {
+      if (auto* b = std::get_if<bool>(&v)) return std::string(*b ? "True" : "False");
+      if (auto* i = std::get_if<int64_t>(&v)) return std::string(*i ? "True" : "False");
+      return Mismatch(f, "value");
+    }
+    case ado::kNumeric: {
+      PX_ASSIGN_OR_RETURN(Decimal d, AsDecimal(f, v));
+      return NumericText(d, f.scale);
+    }
+    case ado::kDecimal:
+    case kVarNumeric: {
+      PX_ASSIGN_OR_RETURN(Decimal d, AsDecimal(f, v));
+      return DecimalToPlain(d);
+    }
+    case ado::kDate:
+    case ado::kDBDate:
+    case ado::kDBTime:
+    case ado::kDBTimeStamp:
+    case ado::kFileTime:
+      return DateText(f, v);
+    case ado::kGUID: {
+      if (auto* g = std::get_if<Guid>(&v)) return GuidToText(*g);
+      return Mismatch(f, "value");
+    }
+    case ado::kBinary:
+    case ado::kVarBinary:
+    case ado::kLongVarBinary: {
+      if (auto* b = std::get_if<Binary>(&v)) return HexLower(b->bytes);
+      return Mismatch(f, "value");
+    }
+    default:
+      return TextValue(f, v);
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// Parsing
+
+namespace {
+
+Status Bad(const FieldInfo& f, std::string_view text) {
+  std::string shown(text.substr(0, 60));
+  return Status::InvalidArgument("field " + f.name + ": '" + shown + "' is not a value of type " +
+                                 std::to_string(f.ado_type));
+}
+
+bool NumberChars(std::string_view t) {
+  if (t.empty()) return false;
+  for (char c : t) {
+    if (!((c >= '0' && c <= '9') || c == '.' || c == '-' || c == '+' || c == 'e' || c == 'E')) {
+      return false;
+    }
+  }
+  return true;
+}
+
+Result<Value> ParseInteger(const FieldInfo& f, std::string_view t) {
+  int64_t lo = INT64_MIN, hi = INT64_MAX;
+  switch (f.ado_type) {
+    case ado::kTinyInt:
+      lo = -128, hi = 127;
+      break;
+    case ado::kUnsignedTinyInt:
+      lo = 0, hi = 255;
+      break;
+    case ado::kSmallInt:
+      lo = -32768, hi = 32767;
+      break;
+    case ado::kUnsignedSmallInt:
+      lo = 0, hi = 65535;
+      break;
+    case ado::kInteger:
+      lo = INT32_MIN, hi = INT32_MAX;
+      break;
+    case ado::kUnsignedInt:
+      lo = 0, hi = UINT32_MAX;
+      break;
+    default:
+      break;
+  }
+  if (f.ado_type == ado::kUnsignedBigInt) {
+    uint64_t u;
+    auto r = std::from_chars(t.data(), t.data() + t.size(), u);
+    if (r.ec != std::errc() || r.ptr != t.data() + t.size()) return Bad(f, t);
+    if (u <= uint64_t(INT64_MAX)) return Value(int64_t(u));
+    Decimal d;  // beyond int64: kept exactly as a whole decimal
+    d.lo = u;
+    return Value(d);
+  }
+  int64_t i;
+  auto r = std::from_chars(t.data(), t.data() + t.size(), i);
+  if (r.ec != std::errc() || r.ptr != t.data() + t.size() || i < lo || i > hi) return Bad(f, t);
+  return Value(i);
+}
+
+Result<Value> ParseFloating(const FieldInfo& f, std::string_view t) {
+  if (!NumberChars(t) || t.size() > 400) return Bad(f, t);
+  std::string s(t);
+  char* end = nullptr;
+  if (f.ado_type == ado::kSingle) {
+    float v = std::strtof(s.c_str(), &end);
+    if (end != s.c_str() + s.size() || !std::isfinite(v)) return Bad(f, t);
+    return Value(v);
+  }
+  double v = std::strtod(s.c_str(), &end);
+  if (end != s.c_str() + s.size() || !std::isfinite(v)) return Bad(f, t);
+  return Value(v);
+}
+
+bool ReadDigits(std::string_view& t, size_t n, int& out) {
+  if (t.size() < n) return false;
+  out = 0;
+  for (size_t i = 0; i < n; ++i) {
+    if (t[i] < '0' || t[i] > '9') return false;
+    out = out * 10 + (t[i] - '0');
+  }
+  t.remove_prefix(n);
+  return true;
+}
+
+bool Expect(std::string_view& t, char c) {
+  if (t.empty() || t[0] != c) return false;
+  t.remove_prefix(1);
+  return true;
+}
+
+bool ParseTimePart(std::string_view& t, DateParts& p) {
+  if (!ReadDigits(t, 2, p.hour) || !Expect(t, ':') || !ReadDigits(t, 2, p.minute) ||
+      !Expect(t, ':') || !ReadDigits(t, 2, p.second)) {
+    return false;
+  }
+  if (Expect(t, '.')) {
+    // Up to nine fraction digits; kept to the millisecond, rounded.
+    int64_t nanos = 0;
+    size_t digits = 0;
+    while (!t.empty() && t[0] >= '0' && t[0] <= '9' && digits < 9) {
+      nanos = nanos * 10 + (t[0] - '0');
+      t.remove_prefix(1);
+      ++digits;
+    }
+    if (digits == 0) return false;
+    for (; digits < 9; ++digits) nanos *= 10;
+    p.millisecond = int((nanos + 500000) / 1000000);
+  }
+  return p.hour < 24 && p.minute < 60 && p.second < 60;
+}
+
+bool ValidDay(const DateParts& p) {
+  static const int kDays[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (p.month < 1 || p.month > 12 || p.day < 1 || p.day > kDays[p.month - 1]) return false;
+  const bool leap = (p.year % 4 == 0 && p.year % 100 != 0) || p.year % 400 == 0;
+  return !(p.month == 2 && p.day == 29 && !leap);
+}
+
+Result<Value> ParseDate(const FieldInfo& f, std::string_view text) {
+  std::string_view t = text;
+  DateParts p;
+  if (f.ado_type == ado::kDBTime || (t.size() > 2 && t[2] == ':')) {
+    if (!ParseTimePart(t, p) || !t.empty()) return Bad(f, text);
+    return Value(OleDate{PartsToOleDate(p)});
+  }
+  if (!ReadDigits(t, 4, p.year) || !Expect(t, '-') || !ReadDigits(t, 2, p.month) ||
+      !Expect(t, '-') || !ReadDigits(t, 2, p.day) || !ValidDay(p)) {
+    return Bad(f, text);
+  }
+  if (Expect(t, 'T') && !ParseTimePart(t, p)) return Bad(f, text);
+  if (!t.empty()) return Bad(f, text);
+  return Value(OleDate{PartsToOleDate(p)});
+}
+
+int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+Result<Value> ParseHex(const FieldInfo& f, std::string_view t) {
+  Binary b;
+  b.bytes.reserve(t.size() / 2);
+  int high = -1;
+  for (char c : t) {
+    if (c == ' ' || c == '\t' || c == '\r' || c == '\n') continue;
+    const int d = HexDigit(c);
+    if (d < 0) return Bad(f, t);
+    if (high < 0) {
+      high = d;
+    } else {
+      b.bytes.push_back(uint8_t(high << 4 | d));
+      high = -1;
+    }
+  }
+  // ADO accepts an odd digit count; the lone last digit is dropped.
+  return Value(std::move(b));
+}
+
+Result<Value> ParseBool(const FieldInfo& f, std::string_view t) {
+  auto eq = [&](std::string_view w) {
+    if (t.size() != w.size()) return false;
+    for (size_t i = 0; i < t.size(); ++i) {
+      if (std::tolower(static_cast<unsigned char>(t[i])) != w[i]) return false;
+    }
+    return true;
+  };
+  if (eq("true") || t == "1" || t == "-1") return Value(true);
+  if (eq("false") || t == "0") return Value(false);
+  return Bad(f, t);
+}
+
+}  // namespace
+
+Result<Value> ParseValue(const FieldInfo& f, std::string_view t) {
+  switch (f.ado_type) {
+    case ado::kTinyInt:
+    case ado::kUnsignedTinyInt:
+    case ado::kSmallInt:
+    case ado::kUnsignedSmallInt:
+    case ado::kInteger:
+    case ado::kUnsignedInt:
+    case ado::kBigInt:
+    case ado::kUnsignedBigInt:
+      return ParseInteger(f, t);
+    case ado::kSingle:
+    case ado::kDouble:
+      return ParseFloating(f, t);
+    case ado::kCurrency: {
+      auto c = CurrencyFromText(t);
+      if (!c) return Bad(f, t);
+      return Value(*c);
+    }
+    case ado::kNumeric:
+    case ado::kDecimal:
+    case kVarNumeric: {
+      auto d = DecimalFromText(t);
+      if (!d) return Bad(f, t);
+      return Value(*d);
+    }
+    case ado::kBoolean:
+      return ParseBool(f, t);
+    case ado::kDate:
+    case ado::kDBDate:
+    case ado::kDBTime:
+    case ado::kDBTimeStamp:
+    case ado::kFileTime:
+      return ParseDate(f, t);
+    case ado::kGUID: {
+      auto g = GuidFromText(t);
+      if (!g) return Bad(f, t);
+      return Value(*g);
+    }
+    case ado::kBinary:
+    case ado::kVarBinary:
+    case ado::kLongVarBinary:
+      return ParseHex(f, t);
+    default:
+      return Value(std::string(t));
+  }
+}
+
+}  // namespace px::xbf

@@ -1,0 +1,359 @@
+#include "xbf/xml_tokenizer.h"
+
+#include <cstring>
+
+namespace px::xbf {
+
+// Turns the input into UTF-8 bytes and tracks line and column.
+class XmlTokenizer::Chars {
+ public:
+  explicit Chars(ByteInput& in) : in_(in), raw_(kChunk) {}
+
+  // The next byte (0..255), -1 at the end of the input, -2 after an input error.
+  int Peek() {
+    if (pos_ < out_.size()) return static_cast<unsigned char>(out_[pos_]);
+    if (!error_.ok()) return -2;
+    if (eof_) return -1;
+    Refill();
+    if (!error_.ok()) return -2;
+    return pos_ < out_.size() ? static_cast<unsigned char>(out_[pos_]) : -1;
+  }
+  int Get() {
+    const int c = Peek();
+    if (c < 0) return c;
+    ++pos_;
+    if (c == '\n') {
+      ++line;
+      column = 1;
+    } else if ((c & 0xC0) != 0x80) {
+      ++column;
+    }
+    return c;
+  }
+  const Status& error() const { return error_; }
+
+  int line = 1, column = 1;
+
+ private:
+  enum class Encoding { kUnknown, kUtf8, kUtf16Le, kUtf16Be };
+  static constexpr size_t kChunk = 64 * 1024;
+
+  void Refill();
+  void DetectEncoding();
+  void DecodeUtf16();
+
+  ByteInput& in_;
+  std::vector<uint8_t> raw_;
+  size_t raw_len_ = 0;    // bytes of raw_ in use
+  size_t raw_start_ = 0;  // first byte not yet decoded
+  std::string out_;
+  size_t pos_ = 0;
+  Encoding encoding_ = Encoding::kUnknown;
+  uint32_t high_surrogate_ = 0;
+  bool eof_ = false;
+  Status error_;
+};
+
+void XmlTokenizer::Chars::Refill() {
+  out_.clear();
+  pos_ = 0;
+  while (out_.empty() && !eof_ && error_.ok()) {
+    // Keep an undecoded tail (half a UTF-16 unit) in front of the new bytes.
+    const size_t keep = raw_len_ - raw_start_;
+    std::memmove(raw_.data(), raw_.data() + raw_start_, keep);
+    raw_start_ = 0;
+    auto got = in_.Read(raw_.data() + keep, raw_.size() - keep);
+    if (!got.ok()) {
+      error_ = got.status();
+      return;
+    }
+    raw_len_ = keep + *got;
+    if (*got == 0) eof_ = true;
+    if (encoding_ == Encoding::kUnknown) {
+      if (raw_len_ < 3 && !eof_) continue;  // a BOM needs up to three bytes
+      DetectEncoding();
+    }
+    if (encoding_ == Encoding::kUtf8) {
+      out_.assign(reinterpret_cast<const char*>(raw_.data()) + raw_start_, raw_len_ - raw_start_);
+      raw_start_ = raw_len_;
+    } else {
+      DecodeUtf16();
+    }
+    if (eof_ && error_.ok() && (raw_start_ < raw_len_ || high_surrogate_)) {
+      error_ = Status::Corruption("input ends inside a UTF-16 character");
+    }
+  }
+}
+
+void XmlTokenizer::Chars::DetectEncoding() {
+  const uint8_t* b = raw_.data();
+  if (raw_len_ >= 3 && b[0] == 0xEF && b[1] == 0xBB && b[2] == 0xBF) {
+    encoding_ = Encoding::kUtf8;
+    raw_start_ = 3;
+  } else if (raw_len_ >= 2 && b[0] == 0xFF && b[1] == 0xFE) {
+    encoding_ = Encoding::kUtf16Le;
+    raw_start_ = 2;
+  } else if (raw_len_ >= 2 && b[0] == 0xFE && b[1] == 0xFF) {
+    encoding_ = Encoding::kUtf16Be;
+    raw_start_ = 2;
+  } else if (raw_len_ >= 2 && b[0] == '<' && b[1] == 0) {
+    encoding_ = Encoding::kUtf16Le;
+  } else if (raw_len_ >= 2 && b[0] == 0 && b[1] == '<') {
+    encoding_ = Encoding::kUtf16Be;
+  } else {
+    encoding_ = Encoding::kUtf8;
+  }
+}
+
+void XmlTokenizer::Chars::DecodeUtf16() {
+  const bool le = encoding_ == Encoding::kUtf16Le;
+  auto put = [&](uint32_t cp) {
+    if (cp < 0x80) {
+      out_ += char(cp);
+    } else if (cp < 0x800) {
+      out_ += char(0xC0 | cp >> 6);
+      out_ += char(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+      out_ += char(0xE0 | cp >> 12);
+      out_ += char(0x80 | (cp >> 6 & 0x3F));
+      out_ += char(0x80 | (cp & 0x3F));
+    } else {
+      out_ += char(0xF0 | cp >> 18);
+      out_ += char(0x80 | (cp >> 12 & 0x3F));
+      out_ += char(0x80 | (cp >> 6 & 0x3F));
+      out_ += char(0x80 | (cp & 0x3F));
+    }
+  };
+  for (; raw_start_ + 1 < raw_len_; raw_start_ += 2) {
+    const uint8_t* p = raw_.data() + raw_start_;
+    const uint32_t unit = le ? uint32_t(p[0] | p[1] << 8) : uint32_t(p[0] << 8 | p[1]);
+    if (high_surrogate_) {
+      if (unit < 0xDC00 || unit > 0xDFFF) {
+        error_ = Status::Corruption("unpaired UTF-16 surrogate");
+        return;
+      }
+      put(0x10000 + ((high_surrogate_ - 0xD800) << 10) + (unit - 0xDC00));
+      high_surrogate_ = 0;
+    } else if (unit >= 0xD800 && unit <= 0xDBFF) {
+      high_surrogate_ = unit;
+    } else if (unit >= 0xDC00 && unit <= 0xDFFF) {
+      error_ = Status::Corruption("unpaired UTF-16 surrogate");
+      return;
+    } else {
+      put(unit);
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+
+const std::string* XmlToken::Find(std::string_view attr_name) const {
+  for (size_t i = 0; i < attribute_count; ++i) {
+    if (attributes[i].name == attr_name) return &attributes[i].value;
+  }
+  return nullptr;
+}
+
+XmlTokenizer::XmlTokenizer(ByteInput& in, std::string source_name)
+    : chars_(std::make_unique<Chars>(in)), source_name_(std::move(source_name)) {}
+
+XmlTokenizer::~XmlTokenizer() = default;
+
+Status XmlTokenizer::ErrorAt(int line, int column, const std::string& message) const {
+  return Status::Corruption(source_name_ + ": line " + std::to_string(line) + ", column " +
+                            std::to_string(column) + ": " + message);
+}
+
+Status XmlTokenizer::Error(const std::string& message) const {
+  if (!chars_->error().ok()) {
+    return ErrorAt(chars_->line, chars_->column, chars_->error().message());
+  }
+  return ErrorAt(chars_->line, chars_->column, message);
+}
+
+namespace {
+
+bool IsBlank(int c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+bool EndsName(int c) {
+  return c < 0 || IsBlank(c) || c == '/' || c == '>' || c == '=' || c == '<' || c == '\'' ||
+         c == '"' || c == '?';
+}
+
+void AppendUtf8(std::string& out, uint32_t cp) {
+  if (cp < 0x80) {
+    out += char(cp);
+  } else if (cp < 0x800) {
+    out += char(0xC0 | cp >> 6);
+    out += char(0x80 | (cp & 0x3F));
+  } else if (cp < 0x10000) {
+    out += char(0xE0 | cp >> 12);
+    out += char(0x80 | (cp >> 6 & 0x3F));
+    out += char(0x80 | (cp & 0x3F));
+  } else {
+    out += char(0xF0 | cp >> 18);
+    out += char(0x80 | (cp >> 12 & 0x3F));
+    out += char(0x80 | (cp >> 6 & 0x3F));
+    out += char(0x80 | (cp & 0x3F));
+  }
+}
+
+}  // namespace
+
+Status XmlTokenizer::SkipBlank() {
+  while (IsBlank(chars_->Peek())) chars_->Get();
+  if (chars_->Peek() == -2) return Error("");
+  return Status::Ok();
+}
+
+Status XmlTokenizer::SkipUntil(std::string_view terminator) {
+  size_t matched = 0;
+  for (;;) {
+    const int c = chars_->Get();
+    if (c < 0) return Error("input ends inside a comment or processing instruction");
+    if (c == static_cast<unsigned char>(terminator[matched])) {
+      if (++matched == terminator.size()) return Status::Ok();
+    } else {
+      matched = c == static_cast<unsigned char>(terminator[0]) ? 1 : 0;
+    }
+  }
+}
+
+Status XmlTokenizer::ReadName(std::string& out) {
+  out.clear();
+  while (!EndsName(chars_->Peek())) {
+    if (out.size() >= kMaxName) return Error("name longer than " + std::to_string(kMaxName));
+    out += char(chars_->Get());
+  }
+  if (chars_->Peek() == -2) return Error("");
+  if (out.empty()) return Error("a name was expected");
+  return Status::Ok();
+}
+
+Status XmlTokenizer::ReadReference(std::string& out) {
+  std::string ref;
+  for (;;) {
+    const int c = chars_->Get();
+    if (c < 0) return Error("input ends inside a character reference");
+    if (c == ';') break;
+    if (ref.size() >= 12) return Error("character reference too long");
+    ref += char(c);
+  }
+  static constexpr std::pair<std::string_view, char> kNamed[] = {
+      {"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"apos", '\''}, {"quot", '"'}};
+  for (const auto& [name, ch] : kNamed) {
+    if (ref == name) {
+      out += ch;
+      return Status::Ok();
+    }
+  }
+  if (ref.size() < 2 || ref[0] != '#') return Error("unknown entity &" + ref + ";");
+  const bool hex = ref[1] == 'x' || ref[1] == 'X';
+  const size_t start = hex ? 2 : 1;
+  if (start >= ref.size()) return Error("empty character reference");
+  uint32_t cp = 0;
+  for (size_t i = start; i < ref.size(); ++i) {
+    const char c = ref[i];
+    int d = -1;
+    if (c >= '0' && c <= '9')
+      d = c - '0';
+    else if (hex && c >= 'a' && c <= 'f')
+      d = c - 'a' + 10;
+    else if (hex && c >= 'A' && c <= 'F')
+      d = c - 'A' + 10;
+    if (d < 0) return Error("bad character reference &" + ref + ";");
+    cp = cp * (hex ? 16 : 10) + uint32_t(d);
+    if (cp > 0x10FFFF) return Error("character reference out of range &" + ref + ";");
+  }
+  if (cp >= 0xD800 && cp <= 0xDFFF) return Error("surrogate character reference &" + ref + ";");
+  AppendUtf8(out, cp);
+  return Status::Ok();
+}
+
+Status XmlTokenizer::ReadValue(std::string& out) {
+  out.clear();
+  const int quote = chars_->Get();
+  if (quote != '\'' && quote != '"') return Error("a quoted attribute value was expected");
+  for (;;) {
+    const int c = chars_->Get();
+    if (c == quote) return Status::Ok();
+    if (c < 0) return Error("input ends inside an attribute value");
+    if (c == '<') return Error("'<' inside an attribute value");
+    if (out.size() >= kMaxValue) return Error("attribute value too long");
+    if (c == '&') {
+      PX_RETURN_IF_ERROR(ReadReference(out));
+    } else {
+      out += char(c);
+    }
+  }
+}
+
+Status XmlTokenizer::ReadTag(XmlToken& t) {
+  t.attribute_count = 0;
+  t.self_closing = false;
+  if (chars_->Peek() == '/') {
+    chars_->Get();
+    t.kind = XmlToken::kEnd;
+    PX_RETURN_IF_ERROR(ReadName(t.name));
+    PX_RETURN_IF_ERROR(SkipBlank());
+    if (chars_->Get() != '>') return Error("'>' expected after </" + t.name);
+    return Status::Ok();
+  }
+  t.kind = XmlToken::kStart;
+  PX_RETURN_IF_ERROR(ReadName(t.name));
+  for (;;) {
+    PX_RETURN_IF_ERROR(SkipBlank());
+    const int c = chars_->Peek();
+    if (c == '>') {
+      chars_->Get();
+      return Status::Ok();
+    }
+    if (c == '/') {
+      chars_->Get();
+      if (chars_->Get() != '>') return Error("'>' expected after '/' in <" + t.name);
+      t.self_closing = true;
+      return Status::Ok();
+    }
+    if (c < 0) return Error("input ends inside the tag <" + t.name);
+    if (t.attribute_count >= kMaxAttributes) return Error("too many attributes in <" + t.name);
+    if (t.attribute_count == t.attributes.size()) t.attributes.emplace_back();
+    XmlAttribute& a = t.attributes[t.attribute_count];
+    PX_RETURN_IF_ERROR(ReadName(a.name));
+    PX_RETURN_IF_ERROR(SkipBlank());
+    if (chars_->Get() != '=') return Error("'=' expected after attribute " + a.name);
+    PX_RETURN_IF_ERROR(SkipBlank());
+    PX_RETURN_IF_ERROR(ReadValue(a.value));
+    ++t.attribute_count;
+  }
+}
+
+Status XmlTokenizer::Next(XmlToken& t) {
+  for (;;) {
+    PX_RETURN_IF_ERROR(SkipBlank());
+    t.line = chars_->line;
+    t.column = chars_->column;
+    const int c = chars_->Get();
+    if (c == -1) {
+      t.kind = XmlToken::kEof;
+      return Status::Ok();
+    }
+    if (c == -2) return Error("");
+    if (c != '<') return Error("text outside a tag");
+    const int n = chars_->Peek();
+    if (n == '?') {
+      PX_RETURN_IF_ERROR(SkipUntil("?>"));
+      continue;
+    }
+    if (n == '!') {
+      chars_->Get();
+      if (chars_->Get() != '-' || chars_->Get() != '-') return Error("unsupported markup <!");
+      PX_RETURN_IF_ERROR(SkipUntil("-->"));
+      continue;
+    }
+    return ReadTag(t);
+  }
+}
+
+}  // namespace px::xbf

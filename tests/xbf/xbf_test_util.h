@@ -1,0 +1,84 @@
+#pragma once
+// Helpers shared by the recordset file tests.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "xbf/byte_stream.h"
+#include "xbf/xbf_reader.h"
+#include "xbf/xbf_writer.h"
+
+namespace px::xbf::testing {
+
+inline std::filesystem::path SampleDir() {
+  return std::filesystem::path(PX_SHARED_DIR) / "samples" / "adoxml";
+}
+
+// Skips the calling test when the shared samples are not present.
+#define PX_REQUIRE_SAMPLES()                                                         \
+  if (!std::filesystem::is_directory(::px::xbf::testing::SampleDir()))               \
+  GTEST_SKIP() << "ADO XML samples not found at " << ::px::xbf::testing::SampleDir() \
+               << " (PX_SHARED_DIR)"
+
+inline std::string ReadAll(const std::filesystem::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+inline std::string Sample(const std::string& prefix) {
+  for (const auto& e : std::filesystem::directory_iterator(SampleDir())) {
+    if (e.path().filename().string().rfind(prefix, 0) == 0) return ReadAll(e.path());
+  }
+  ADD_FAILURE() << "no sample " << prefix;
+  return {};
+}
+
+// Reads every row of `text`; fails the test on an error.
+struct ReadBack {
+  std::vector<FieldInfo> fields;
+  std::vector<Row> rows;
+  RowsetOptions rowset;
+  Status status;
+};
+
+inline ReadBack ReadText(const std::string& text) {
+  ReadBack out;
+  MemoryInput in(text);
+  auto r = XbfReader::Open(in, "test.xbf");
+  if (!r.ok()) {
+    out.status = r.status();
+    return out;
+  }
+  out.fields = (*r)->fields();
+  out.rowset = (*r)->rowset();
+  Row row;
+  while ((*r)->Next(row)) out.rows.push_back(row);
+  out.status = (*r)->status();
+  return out;
+}
+
+// Reads `text` and writes it again with the same schema and rowset properties.
+inline std::string Rewrite(const std::string& text, Status* status = nullptr) {
+  MemoryInput in(text);
+  StringSink sink;
+  auto r = XbfReader::Open(in, "test.xbf");
+  Status st = r.ok() ? WriteRecordset(**r, sink, (*r)->rowset()) : r.status();
+  if (status) *status = st;
+  return sink.data();
+}
+
+// LF line ends to CRLF (samples whose committer normalised the line ends).
+inline std::string ToCrlf(const std::string& s) {
+  std::string out;
+  for (char c : s) {
+    if (c == '\n') out += '\r';
+    out += c;
+  }
+  return out;
+}
+
+}  // namespace px::xbf::testing
