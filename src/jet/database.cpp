@@ -49,9 +49,10 @@ Result<std::unique_ptr<Database>> Database::FromSource(std::unique_ptr<PageSourc
   PX_RETURN_IF_ERROR(source->Read(0, first));
   PX_ASSIGN_OR_RETURN(DatabaseHeader header, DecodeHeader(first, source->name()));
   if (source->size() < uint64_t(header.format->page_size) * (kMSysObjectsPage + 1)) {
-    return Status::Corruption(source->name() + ": file of " + std::to_string(source->size()) +
-                              " bytes is too short for a " + VersionName(header.format->version) +
-                              " database");
+    return Status::Corruption(source->name() + ": page " + std::to_string(kMSysObjectsPage) +
+                              " (MSysObjects) is beyond the end of the file (" +
+                              std::to_string(source->size()) + " bytes); too short for a " +
+                              VersionName(header.format->version) + " database");
   }
   auto pager = std::make_unique<Pager>(std::move(source), header.format->page_size, header.db_key);
   std::unique_ptr<Database> db(new Database(header, std::move(pager)));
