@@ -127,6 +127,7 @@ Status XbfReader::ReadHead() {
     }
     PX_RETURN_IF_ERROR(tok_.Next(t_));
   }
+  if (tok_.utf16le_input()) rowset_.encoding = TextEncoding::kUtf16Le;
   if (t_.kind != XmlToken::kStart || Canon(t_.name) != "s:Schema" || t_.self_closing) {
     return Fail(t_, "<s:Schema> expected");
   }

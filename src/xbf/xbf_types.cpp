@@ -162,14 +162,13 @@ std::string GeneralText(double d, int digits) {
   return buf;
 }
 
-// Singles print with the fewest digits that read back to the same float.
+// Singles print with 8 significant digits (5.325f is "5.3249998"), subnormal ones with 10
+// ("1.401298464E-45"), as ADO writes them. Eight digits do not always single out one float;
+// such values read back as the nearest float, as they do in ADO.
 std::string SingleText(float f) {
   if (f == 0) return "0";
-  char buf[64];
-  auto r = std::to_chars(buf, buf + sizeof buf, f, std::chars_format::scientific);
-  int digits = 0;
-  for (char* p = buf; p < r.ptr && *p != 'e'; ++p) digits += (*p >= '0' && *p <= '9');
-  return GeneralText(double(f), digits);
+  const bool subnormal = std::fabs(f) < std::numeric_limits<float>::min();
+  return GeneralText(double(f), subnormal ? 10 : 8);
 }
 
 // Numeric values carry exactly `scale` decimals, and a pure fraction has no leading "0".

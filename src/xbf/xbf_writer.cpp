@@ -29,7 +29,9 @@ bool PlainXmlName(std::string_view n) {
   return true;
 }
 
-void AppendUtf16Le(std::string& out, std::string_view utf8) {
+}  // namespace
+
+void XbfWriter::AppendUtf16Le(std::string& out, std::string_view utf8) {
   auto unit = [&](uint32_t u) {
     out += char(u & 0xFF);
     out += char(u >> 8);
@@ -61,8 +63,6 @@ void AppendUtf16Le(std::string& out, std::string_view utf8) {
     }
   }
 }
-
-}  // namespace
 
 void AppendEscaped(std::string& out, std::string_view s) {
   for (char c : s) {

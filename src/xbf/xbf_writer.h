@@ -37,6 +37,8 @@ class XbfWriter {
   // The attribute name ADO gives each field: the field name when it is a plain XML name
   // not used before, else "c" + zero-based ordinal (the real name then goes to rs:name).
   static std::vector<std::string> XmlNames(const std::vector<FieldInfo>& fields);
+  // Appends UTF-8 text as UTF-16LE code units.
+  static void AppendUtf16Le(std::string& out, std::string_view utf8);
 
  private:
   void StartTag(int depth, std::string_view name, int continuation_depth);

@@ -31,6 +31,7 @@ class XmlTokenizer::Chars {
     return c;
   }
   const Status& error() const { return error_; }
+  bool utf16le() const { return encoding_ == Encoding::kUtf16Le; }
 
   int line = 1, column = 1;
 
@@ -158,6 +159,10 @@ XmlTokenizer::XmlTokenizer(ByteInput& in, std::string source_name)
     : chars_(std::make_unique<Chars>(in)), source_name_(std::move(source_name)) {}
 
 XmlTokenizer::~XmlTokenizer() = default;
+
+bool XmlTokenizer::utf16le_input() const {
+  return chars_->utf16le();
+}
 
 Status XmlTokenizer::ErrorAt(int line, int column, const std::string& message) const {
   return Status::Corruption(source_name_ + ": line " + std::to_string(line) + ", column " +

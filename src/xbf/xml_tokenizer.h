@@ -39,6 +39,8 @@ class XmlTokenizer {
 
   // The next tag, or kEof at the end of the input. Errors say where (line and column).
   Status Next(XmlToken& token);
+  // True when the input is UTF-16 little-endian (known once the first token was read).
+  bool utf16le_input() const;
   // An error at the current position or at a token's position.
   Status ErrorAt(int line, int column, const std::string& message) const;
 
