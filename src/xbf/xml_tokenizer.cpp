@@ -345,7 +345,7 @@ Status XmlTokenizer::Next(XmlToken& t) {
       return Status::Ok();
     }
     if (c == -2) return Error("");
-    if (c != '<') return Error("text outside a tag");
+    if (c != '<') return ErrorAt(t.line, t.column, "text outside a tag");
     const int n = chars_->Peek();
     if (n == '?') {
       PX_RETURN_IF_ERROR(SkipUntil("?>"));

@@ -1,0 +1,258 @@
+// Write with our writer, read with our reader, compare with the rows we started from.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "core/value_text.h"
+#include "xbf_test_util.h"
+
+namespace px::xbf {
+namespace {
+
+FieldInfo Field(std::string name, int type, int64_t size = 0, uint32_t attrs = 0) {
+  FieldInfo f;
+  f.name = std::move(name);
+  f.ado_type = type;
+  f.size = size;
+  f.attributes = attrs | fld::kMayBeNull | fld::kIsNullable;
+  return f;
+}
+
+class VectorSource : public RowSource {
+ public:
+  VectorSource(std::vector<FieldInfo> f, std::vector<Row> rows)
+      : fields_(std::move(f)), rows_(std::move(rows)) {}
+  const std::vector<FieldInfo>& fields() const override { return fields_; }
+  bool Next(Row& row) override {
+    if (next_ >= rows_.size()) return false;
+    row = rows_[next_++];
+    return true;
+  }
+  Status status() const override { return Status::Ok(); }
+
+ private:
+  std::vector<FieldInfo> fields_;
+  std::vector<Row> rows_;
+  size_t next_ = 0;
+};
+
+OleDate Date(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0) {
+  return OleDate{PartsToOleDate(DateParts{y, mo, d, h, mi, s, ms})};
+}
+
+std::vector<FieldInfo> AllTypes() {
+  std::vector<FieldInfo> f = {
+      Field("ID", ado::kInteger, 4, fld::kFixed),
+      Field("Kucuk", ado::kSmallInt, 2, fld::kFixed),
+      Field("Bayt", ado::kUnsignedTinyInt, 1, fld::kFixed),
+      Field("Buyuk", ado::kBigInt, 8, fld::kFixed),
+      Field("Tek", ado::kSingle, 4, fld::kFixed),
+      Field("Cift", ado::kDouble, 8, fld::kFixed),
+      Field("Para", ado::kCurrency, 8, fld::kFixed),
+      Field("EvetHayir", ado::kBoolean, 2, fld::kFixed),
+      Field("Tarih", ado::kDate, 16, fld::kFixed),
+      Field("Zaman", ado::kDBTimeStamp, 16, fld::kFixed),
+      Field("Kimlik", ado::kGUID, 16, fld::kFixed),
+      Field("Ondalik", ado::kDecimal, 16, fld::kFixed),
+      Field("Sayisal", ado::kNumeric, 19, fld::kFixed),
+      Field("Metin", ado::kVarWChar, 255),
+      Field("Not", ado::kLongVarWChar, 536870910, fld::kLong),
+      Field("Resim", ado::kLongVarBinary, 1073741823, fld::kLong),
+      Field("Sabit", ado::kWChar, 6, fld::kFixed),
+      Field("Şehir Adı", ado::kVarWChar, 50),  // not an XML name: written as c17
+  };
+  f[11].precision = 28;
+  f[11].scale = 10;
+  f[12].precision = 19;
+  f[12].scale = 4;
+  return f;
+}
+
+Decimal Dec(const char* text) {
+  return *DecimalFromText(text);
+}
+
+std::vector<Row> AllTypeRows() {
+  std::vector<uint8_t> all(300);
+  for (size_t i = 0; i < all.size(); ++i) all[i] = uint8_t(i);
+  std::string controls;
+  for (int c = 1; c < 32; ++c) controls += char(c);
+  Guid g = *GuidFromText("{01234567-89AB-CDEF-0123-456789ABCDEF}");
+  const Null n;
+  return {
+      {int64_t(1), int64_t(-32768), int64_t(255), std::numeric_limits<int64_t>::min(),
+       std::numeric_limits<float>::max(), std::numeric_limits<double>::max(),
+       Currency{std::numeric_limits<int64_t>::min()}, true, Date(100, 1, 1),
+       Date(9999, 12, 31, 23, 59, 59, 999), g, Dec("-123456789012345678.0123456789"), Dec("-.0001"),
+       std::string("Ağaç İşçi ığüşöç ĞÜŞİÖÇ & <'\"> €"),
+       std::string("satır 1\r\nsatır 2\tsekme") + controls, Binary{all}, std::string("ab    "),
+       std::string("İzmir")},
+      {int64_t(2), int64_t(32767), int64_t(0), std::numeric_limits<int64_t>::max(),
+       std::numeric_limits<float>::denorm_min(), std::numeric_limits<double>::denorm_min(),
+       Currency{std::numeric_limits<int64_t>::max()}, false, Date(1899, 12, 30, 12),
+       Date(1601, 1, 1), Guid{}, Dec("0.0000000001"), Dec("0"), std::string(""), std::string(""),
+       Binary{}, std::string("      "), std::string("")},
+      {int64_t(3), n, n, n, n, n, n, n, n, n, n, n, n, n, n, n, n, n},
+      {int64_t(4), int64_t(0), int64_t(1), int64_t(-1), -1.5f, -0.1, Currency{-1}, true,
+       Date(1, 1, 1), Date(2026, 1, 2, 3, 4, 5, 123), n, Dec("1"), Dec("12.5"),
+       std::string("a\x01\x02\x7f"), std::string(70000, 'x'), Binary{{0}}, std::string("Ş     "),
+       std::string("x")},
+  };
+}
+
+std::vector<Row> WriteAndRead(const std::vector<FieldInfo>& fields, const std::vector<Row>& rows,
+                              std::vector<FieldInfo>* read_fields = nullptr,
+                              RowsetOptions options = {}) {
+  VectorSource src(fields, rows);
+  StringSink sink;
+  Status st = WriteRecordset(src, sink, options);
+  EXPECT_TRUE(st.ok()) << st.ToString();
+  auto back = testing::ReadText(sink.data());
+  EXPECT_TRUE(back.status.ok()) << back.status.ToString();
+  if (read_fields) *read_fields = back.fields;
+  return back.rows;
+}
+
+TEST(XbfRoundTrip, EveryFieldTypeWithNullsEmptiesTurkishAndExtremes) {
+  auto fields = AllTypes();
+  auto rows = AllTypeRows();
+  rows[3][8] = Date(2000, 2, 29, 1, 2, 3);  // year 1 is outside what a file can hold
+  for (auto encoding : {TextEncoding::kUtf8, TextEncoding::kUtf16Le}) {
+    std::vector<FieldInfo> read_fields;
+    auto back = WriteAndRead(fields, rows, &read_fields, RowsetOptions{true, "", encoding});
+    ASSERT_EQ(back.size(), rows.size());
+    for (size_t r = 0; r < rows.size(); ++r) {
+      for (size_t c = 0; c < fields.size(); ++c) {
+        const Value& want = rows[r][c];
+        if (fields[c].ado_type == ado::kNumeric && !IsNull(want)) {
+          // Numerics come back with the field's scale; the number is the same.
+          EXPECT_EQ(DecimalToPlain(std::get<Decimal>(back[r][c])),
+                    DecimalToPlain(std::get<Decimal>(want)));
+          continue;
+        }
+        EXPECT_EQ(back[r][c], want) << "row " << r << " field " << fields[c].name;
+      }
+    }
+    ASSERT_EQ(read_fields.size(), fields.size());
+    for (size_t c = 0; c < fields.size(); ++c) {
+      EXPECT_EQ(read_fields[c].name, fields[c].name);
+      EXPECT_EQ(read_fields[c].ado_type, fields[c].ado_type) << fields[c].name;
+      EXPECT_EQ(read_fields[c].size, fields[c].size) << fields[c].name;
+      EXPECT_EQ(read_fields[c].attributes, fields[c].attributes) << fields[c].name;
+    }
+  }
+}
+
+TEST(XbfRoundTrip, ValuesAreWrittenAsAdoWritesThem) {
+  std::vector<FieldInfo> f = {
+      Field("D", ado::kDouble, 8, fld::kFixed),   Field("N", ado::kNumeric, 19, fld::kFixed),
+      Field("C", ado::kCurrency, 8, fld::kFixed), Field("S", ado::kSingle, 4, fld::kFixed),
+      Field("T", ado::kDate, 16, fld::kFixed),    Field("F", ado::kWChar, 4, fld::kFixed)};
+  f[1].scale = 4;
+  f[1].precision = 18;
+  VectorSource src(f,
+                   {{3.14159, Dec(".5"), Currency{15000}, 5.325f, Date(2001, 2, 3, 4, 5, 6, 600),
+                     std::string("a")},
+                    {-0.0, Dec("-7"), Currency{-7890}, 0.0f, Date(1899, 12, 30), std::string("")}});
+  StringSink sink;
+  ASSERT_TRUE(WriteRecordset(src, sink).ok());
+  const std::string& out = sink.data();
+  EXPECT_NE(out.find("\t<z:row D='3.1415899999999999' N='.5000' C='1.5' S='5.3249998'"
+                     " T='2001-02-03T04:05:07' F='a   '/>\r\n"),
+            std::string::npos)
+      << out;
+  EXPECT_NE(out.find("\t<z:row D='0' N='-7.0000' C='-0.789' S='0' T='1899-12-30T00:00:00'"
+                     " F='    '/>\r\n"),
+            std::string::npos)
+      << out;
+  EXPECT_EQ(out.substr(out.size() - 18), "</rs:data>\r\n</xml>");
+}
+
+TEST(XbfRoundTrip, NamesThatAreNotXmlNamesAreMapped) {
+  std::vector<FieldInfo> f = {Field("Ad", ado::kVarWChar, 10),    Field("Ad", ado::kVarWChar, 10),
+                              Field("1inci", ado::kVarWChar, 10), Field("a-b", ado::kVarWChar, 10),
+                              Field("Gün", ado::kVarWChar, 10),   Field("", ado::kVarWChar, 10)};
+  EXPECT_EQ(XbfWriter::XmlNames(f), (std::vector<std::string>{"Ad", "c1", "c2", "c3", "c4", "c5"}));
+  std::vector<FieldInfo> back_fields;
+  auto back = WriteAndRead(f,
+                           {{std::string("x"), std::string("y"), Null{}, std::string("z"),
+                             std::string("ğ"), std::string("e")}},
+                           &back_fields);
+  ASSERT_EQ(back.size(), 1u);
+  EXPECT_EQ(back[0][1], Value(std::string("y")));
+  EXPECT_EQ(back[0][4], Value(std::string("ğ")));
+  EXPECT_EQ(back_fields[4].name, "Gün");
+}
+
+TEST(XbfRoundTrip, ValuesThatDoNotFitTheirTypeAreRefused) {
+  std::vector<FieldInfo> f = {Field("D", ado::kDouble, 8, fld::kFixed)};
+  for (Value bad : {Value(std::string("x")), Value(std::numeric_limits<double>::infinity()),
+                    Value(std::nan(""))}) {
+    VectorSource src(f, {{bad}});
+    StringSink sink;
+    EXPECT_TRUE(WriteRecordset(src, sink).IsInvalidArgument());
+  }
+  VectorSource short_row(f, {Row{}});
+  StringSink sink;
+  EXPECT_TRUE(WriteRecordset(short_row, sink).IsInvalidArgument());
+}
+
+// A row source of `count` generated rows, for streaming checks.
+class CountingSource : public RowSource {
+ public:
+  explicit CountingSource(int64_t count) : count_(count) {
+    fields_ = {Field("ID", ado::kInteger, 4, fld::kFixed), Field("Metin", ado::kVarWChar, 50)};
+  }
+  const std::vector<FieldInfo>& fields() const override { return fields_; }
+  bool Next(Row& row) override {
+    if (next_ >= count_) return false;
+    row = {next_, std::string("satır ") + std::to_string(next_)};
+    ++next_;
+    return true;
+  }
+  Status status() const override { return Status::Ok(); }
+
+ private:
+  std::vector<FieldInfo> fields_;
+  int64_t count_, next_ = 0;
+};
+
+// Counts bytes and the largest single write.
+class MeasuringSink : public ByteSink {
+ public:
+  Status Write(std::string_view b) override {
+    total += b.size();
+    largest = std::max(largest, b.size());
+    return Status::Ok();
+  }
+  size_t total = 0, largest = 0;
+};
+
+TEST(XbfRoundTrip, RowsStreamThroughInBoundedChunks) {
+  CountingSource src(200000);
+  MeasuringSink sink;
+  ASSERT_TRUE(WriteRecordset(src, sink).ok());
+  EXPECT_GT(sink.total, 6000000u);
+  EXPECT_LT(sink.largest, 200000u);
+}
+
+TEST(XbfRoundTrip, ReplacedFileAppearsOnlyWhenComplete) {
+  const auto dir = std::filesystem::temp_directory_path() / "px_xbf_replace_test";
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+  const std::string target = (dir / "a-T.xbf").string();
+  { std::ofstream(target) << "old"; }
+  std::vector<FieldInfo> f = {Field("D", ado::kDouble, 8, fld::kFixed)};
+  VectorSource bad(f, {{1.0}, {std::string("not a number")}});
+  EXPECT_FALSE(WriteRecordsetFile(bad, target).ok());
+  EXPECT_EQ(testing::ReadAll(target), "old");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir), {}), 1);
+  VectorSource good(f, {{1.0}});
+  ASSERT_TRUE(WriteRecordsetFile(good, target).ok());
+  EXPECT_NE(testing::ReadAll(target).find("D='1'"), std::string::npos);
+  std::filesystem::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace px::xbf
