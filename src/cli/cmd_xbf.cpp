@@ -3,6 +3,7 @@
 
 #include "cli/commands.h"
 #include "cli/json.h"
+#include "jet/database.h"
 #include "platform/host_path.h"
 #include "xbf/xbf_reader.h"
 #include "xbf/xbf_writer.h"
@@ -67,6 +68,44 @@ void Kopyala(const std::string& input, const std::string& output) {
   if (!st.ok()) Fail(st);
 }
 
+// Replays a first row that was read ahead to see whether the table is empty.
+class ReadAhead : public RowSource {
+ public:
+  ReadAhead(RowSource& inner, Row first) : inner_(inner), first_(std::move(first)) {}
+  const std::vector<FieldInfo>& fields() const override { return inner_.fields(); }
+  bool Next(Row& row) override {
+    if (!replayed_) {
+      replayed_ = true;
+      row = std::move(first_);
+      return true;
+    }
+    return inner_.Next(row);
+  }
+  Status status() const override { return inner_.status(); }
+
+ private:
+  RowSource& inner_;
+  Row first_;
+  bool replayed_ = false;
+};
+
+// Like the backup's table export: an empty table writes no file.
+void Aktar(const std::string& mdb, const std::string& table, const std::string& output) {
+  auto db = jet::Database::OpenPath(mdb);
+  if (!db.ok()) Fail(db.status());
+  auto reader = (*db)->OpenTable(table);
+  if (!reader.ok()) Fail(reader.status());
+  Row first;
+  if (!(*reader)->Next(first)) {
+    if (!(*reader)->status().ok()) Fail((*reader)->status());
+    std::cerr << "pergonix-yedek: " << table << ": empty table, no file written\n";
+    return;
+  }
+  ReadAhead rows(**reader, std::move(first));
+  Status st = xbf::WriteRecordsetFile(rows, HostPathOrFail(output));
+  if (!st.ok()) Fail(st);
+}
+
 }  // namespace
 
 void AddXbfCommands(CLI::App& app) {
@@ -88,6 +127,13 @@ void AddXbfCommands(CLI::App& app) {
   kopyala->add_option("GIRDI", kopyala_in, "input .xbf or .pbf file")->required();
   kopyala->add_option("CIKTI", kopyala_out, "output .xbf file")->required();
   kopyala->callback([] { Kopyala(kopyala_in, kopyala_out); });
+
+  auto* aktar = xbf->add_subcommand("aktar", "write one table of an Access file as .xbf");
+  static std::string aktar_mdb, aktar_table, aktar_out;
+  aktar->add_option("MDB", aktar_mdb, "Access database (.mdb)")->required();
+  aktar->add_option("TABLO", aktar_table, "table name")->required();
+  aktar->add_option("CIKTI", aktar_out, ".xbf file to write (.pbf: compressed)")->required();
+  aktar->callback([] { Aktar(aktar_mdb, aktar_table, aktar_out); });
 }
 
 }  // namespace px::cli

@@ -70,12 +70,13 @@ FieldInfo ColumnFieldInfo(const ColumnDef& c, const JetFormat& f, const ColumnPr
   fi.autonumber = c.autonumber();
   fi.allow_zero_length = props.allow_zero_length.value_or(false);
   fi.required = props.required.value_or(false);
-  fi.attributes = fld::kMayDefer | fld::kUnknownUpdatable;
+  // Jet reports every column as possibly null (ADO files from Jet carry no
+  // rs:maybenull='false', not even for Yes/No or required columns); those two are not
+  // nullable.
+  fi.attributes = fld::kMayDefer | fld::kUnknownUpdatable | fld::kMayBeNull;
   if (t.fixed) fi.attributes |= fld::kFixed;
   if (t.is_long) fi.attributes |= fld::kLong;
-  if (c.type != coltype::kBoolean && !fi.required) {
-    fi.attributes |= fld::kIsNullable | fld::kMayBeNull;
-  }
+  if (c.type != coltype::kBoolean && !fi.required) fi.attributes |= fld::kIsNullable;
   return fi;
 }
 

@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "xbf/pbf.h"
 #include "xbf/xbf_types.h"
 
 namespace px::xbf {
@@ -182,7 +183,10 @@ void XbfWriter::DataType(const FieldInfo& f) {
   Attribute("dt:type", type ? type->dt_type : "string");
   if (type && !type->dbtype.empty()) Attribute("rs:dbtype", type->dbtype);
   if (f.ado_type != ado::kVariant) {
-    const int64_t size = f.size > 0 ? f.size : DefaultSize(f.ado_type);
+    // Fixed-size types always declare their storage size (a Jet Date/Time is 16 here,
+    // whatever the provider's column size says).
+    const int64_t width = type ? type->width : 0;
+    const int64_t size = width ? width : f.size > 0 ? f.size : DefaultSize(f.ado_type);
     Attribute("dt:maxLength", std::to_string(size));
   }
   if (HasScale(f.ado_type)) Attribute("rs:scale", std::to_string(f.scale));
@@ -319,7 +323,13 @@ Status WriteRecordset(RowSource& rows, ByteSink& sink, const RowsetOptions& opti
 
 Status WriteRecordsetFile(RowSource& rows, const std::string& path, const RowsetOptions& options) {
   PX_ASSIGN_OR_RETURN(auto file, ReplacingFile::Create(path));
-  PX_RETURN_IF_ERROR(WriteRecordset(rows, *file, options));
+  if (IsCompressedName(path)) {
+    PX_ASSIGN_OR_RETURN(auto deflate, DeflateSink::Create(*file));
+    PX_RETURN_IF_ERROR(WriteRecordset(rows, *deflate, options));
+    PX_RETURN_IF_ERROR(deflate->Finish());
+  } else {
+    PX_RETURN_IF_ERROR(WriteRecordset(rows, *file, options));
+  }
   return file->Commit();
 }
 

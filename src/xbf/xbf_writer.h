@@ -68,7 +68,8 @@ class XbfWriter {
 
 // Writes every row of `rows` to `sink` as one recordset file.
 Status WriteRecordset(RowSource& rows, ByteSink& sink, const RowsetOptions& options = {});
-// Same into the file `path`, which is replaced only once the whole file is written.
+// Same into the file `path`, which is replaced only once the whole file is written. When the
+// name ends in "pbf" the file is compressed as a package file (zlib, level 5).
 Status WriteRecordsetFile(RowSource& rows, const std::string& path,
                           const RowsetOptions& options = {});
 
