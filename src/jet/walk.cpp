@@ -1,5 +1,7 @@
 #include "jet/walk.h"
 
+#include "jet/index_reader.h"
+
 namespace px::jet {
 
 Status WalkDatabase(Database& db, WalkCounts& counts) {
@@ -10,6 +12,13 @@ Status WalkDatabase(Database& db, WalkCounts& counts) {
     Row row;
     while (reader->Next(row)) ++counts.rows;
     PX_RETURN_IF_ERROR(reader->status());
+    const TableDef& def = reader->definition();
+    for (size_t i = 0; i < def.real_indexes.size(); ++i) {
+      PX_ASSIGN_OR_RETURN(uint64_t n,
+                          CountIndexEntries(db.pager(), db.format(), def.page, def.real_indexes[i],
+                                            "index " + std::to_string(i) + " of " + e.name));
+      counts.index_entries += n;
+    }
   }
   return Status::Ok();
 }

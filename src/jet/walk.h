@@ -1,6 +1,7 @@
 #pragma once
 // A full read of a database: every table definition, property blob and row of every table
-// in the catalog. Used to check a file end to end (damage tests, fuzzing, verification).
+// in the catalog, and the leaf level of every index. Used to check a file end to end (damage tests,
+// fuzzing, verification).
 
 #include <cstdint>
 

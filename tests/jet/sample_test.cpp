@@ -10,6 +10,8 @@
 
 #include "core/value_text.h"
 #include "jet/database.h"
+#include "jet/index_reader.h"
+#include "jet/walk.h"
 
 namespace px::jet {
 namespace {
@@ -234,6 +236,46 @@ TEST(SampleRows, EveryTableOfEverySampleReadsCleanly) {
       while ((*reader)->Next(row)) ++n;
       EXPECT_TRUE((*reader)->status().ok()) << (*reader)->status().ToString();
     }
+  }
+}
+
+}  // namespace
+}  // namespace px::jet
+
+namespace px::jet {
+namespace {
+
+TEST(SampleIndexes, LeafLevelsHoldOneEntryPerRow) {
+  for (const char* file : {"indexTestV1997.mdb", "indexTestV2000.mdb", "compIndexTestV1997.mdb",
+                           "compIndexTestV2000.mdb"}) {
+    auto db = OpenSample(file);
+    if (!db) {
+      GTEST_SKIP() << "samples not found under " << SampleDir();
+    }
+    for (const std::string& name : db->UserTableNames()) {
+      auto def = db->ReadDefinition(*db->FindTable(name));
+      ASSERT_TRUE(def.ok());
+      const size_t rows = ReadAll(*db, name).size();
+      for (const RealIndex& r : def->real_indexes) {
+        auto n = CountIndexEntries(db->pager(), db->format(), def->page, r, name);
+        ASSERT_TRUE(n.ok()) << file << " " << name << ": " << n.status().ToString();
+        if (!(r.flags & idxflag::kIgnoreNulls)) {
+          EXPECT_EQ(*n, rows) << file << " " << name;
+        }
+      }
+    }
+  }
+}
+
+TEST(SampleIndexes, EverySampleWalksWithIndexes) {
+  if (!std::filesystem::exists(SampleDir())) GTEST_SKIP() << "no " << SampleDir();
+  for (const auto& entry : std::filesystem::directory_iterator(SampleDir())) {
+    if (entry.path().extension() != ".mdb") continue;
+    auto db = Database::Open(entry.path());
+    ASSERT_TRUE(db.ok()) << db.status().ToString();
+    WalkCounts counts;
+    Status st = WalkDatabase(**db, counts);
+    EXPECT_TRUE(st.ok()) << st.ToString();
   }
 }
 
