@@ -133,22 +133,26 @@ Result<int> AnsiCodePage() {
   return cp;
 }
 
+std::string LookUpProfileString(std::string_view raw, int code_page, std::string_view section,
+                                std::string_view key, std::string_view default_value,
+                                size_t buffer_size) {
+  const size_t max_chars = buffer_size == 0 ? 0 : buffer_size - 1;
+  const auto lines = SplitLines(raw);
+  Located loc = Locate(code_page, raw, lines, section, key);
+  if (loc.entry) return FirstChars(Unquote(loc.value), max_chars);
+  std::string_view fallback = default_value;
+  while (!fallback.empty() && fallback.back() == ' ') fallback.remove_suffix(1);
+  return FirstChars(fallback, max_chars);
+}
+
 Result<std::string> ReadProfileString(std::string_view section, std::string_view key,
                                       std::string_view default_value,
                                       const std::filesystem::path& file, size_t buffer_size) {
-  const size_t max_chars = buffer_size == 0 ? 0 : buffer_size - 1;
-  std::string_view fallback = default_value;
-  while (!fallback.empty() && fallback.back() == ' ') fallback.remove_suffix(1);
   PX_ASSIGN_OR_RETURN(int code_page, AnsiCodePage());
   auto raw = ReadWholeFile(file);
-  if (!raw.ok()) {
-    if (raw.status().IsNotFound()) return FirstChars(fallback, max_chars);
-    return raw.status();
-  }
-  const auto lines = SplitLines(*raw);
-  Located loc = Locate(code_page, *raw, lines, section, key);
-  if (!loc.entry) return FirstChars(fallback, max_chars);
-  return FirstChars(Unquote(loc.value), max_chars);
+  if (!raw.ok() && !raw.status().IsNotFound()) return raw.status();
+  return LookUpProfileString(raw.ok() ? std::string_view(*raw) : std::string_view(), code_page,
+                             section, key, default_value, buffer_size);
 }
 
 Status WriteProfileString(std::string_view section, std::string_view key, std::string_view value,

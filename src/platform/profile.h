@@ -31,6 +31,11 @@ Result<std::string> ReadProfileString(std::string_view section, std::string_view
                                       const std::filesystem::path& file,
                                       size_t buffer_size = kProfileBufferSize);
 
+// The same over a file's bytes already read, in the given code page.
+std::string LookUpProfileString(std::string_view raw, int code_page, std::string_view section,
+                                std::string_view key, std::string_view default_value,
+                                size_t buffer_size = kProfileBufferSize);
+
 // Fails when the value, section or key cannot be written in the code page, or the file
 // cannot be replaced; the file is then left as it was.
 Status WriteProfileString(std::string_view section, std::string_view key, std::string_view value,
