@@ -15,7 +15,7 @@ struct RowLayout {
 };
 
 Status RowError(const std::string& where, const std::string& what) {
-  return Status::Corruption(where + ": " + what);
+  return Status::Corruption(Located(where, what));
 }
 
 // Jet 3 variable offsets: one byte each, plus 256 for every jump-table entry at or below

@@ -26,6 +26,11 @@ struct ColumnData {
   Bytes bytes;       // raw column bytes (fixed width or variable part)
 };
 
+// "where: what", or just "what" when `where` is empty (the caller adds the location).
+inline std::string Located(const std::string& where, const std::string& what) {
+  return where.empty() ? what : where + ": " + what;
+}
+
 // Splits `row` into per-column data, indexed like def.columns. `where` names the row in
 // messages ("file: page 12 row 3").
 Status CrackRow(const JetFormat& f, const TableDef& def, Bytes row, std::vector<ColumnData>& out,

@@ -71,17 +71,21 @@ Result<bool> TableReader::Step(Row& row) {
     const uint16_t r = next_row_++;
     PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f_, page_, r, pager_.file_name()));
     if (slot.deleted) continue;
-    const std::string where = pager_.file_name() + ": table " + table_name_ + ": page " +
-                              std::to_string(page_.number) + " row " + std::to_string(r);
+    // Built only when something is wrong: rows are many, errors few.
+    auto where = [&] {
+      return pager_.file_name() + ": table " + table_name_ + ": page " +
+             std::to_string(page_.number) + " row " + std::to_string(r);
+    };
     Page target_holder;
     Bytes data = slot.data;
     if (slot.lookup) {
-      if (data.size() < 4) return Status::Corruption(where + ": overflow pointer is truncated");
+      if (data.size() < 4) return Status::Corruption(where() + ": overflow pointer is truncated");
       auto target = ReadRowAt(pager_, f_, DecodeRowPointer(LoadLe32(data.data())), target_holder);
-      if (!target.ok()) return target.status().WithContext(where + ": overflow row");
+      if (!target.ok()) return target.status().WithContext(where() + ": overflow row");
       data = *target;
     }
-    PX_RETURN_IF_ERROR(DecodeRow(data, where, row));
+    Status st = DecodeRow(data, std::string(), row);
+    if (!st.ok()) return st.WithContext(where());
     return true;
   }
 }

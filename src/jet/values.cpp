@@ -58,8 +58,9 @@ Result<Value> ValueDecoder::DecodeFixed(const ColumnDef& c, Bytes b, const std::
     return Value(Binary{std::vector<uint8_t>(b.begin(), b.end())});
   }
   if (b.size() < need) {
-    return Status::Corruption(where + ": column " + c.name + " holds " + std::to_string(b.size()) +
-                              " bytes, its type needs " + std::to_string(need));
+    return Status::Corruption(Located(where, "column " + c.name) + " holds " +
+                              std::to_string(b.size()) + " bytes, its type needs " +
+                              std::to_string(need));
   }
   const uint8_t* p = b.data();
   switch (c.type) {
@@ -84,7 +85,7 @@ Result<Value> ValueDecoder::DecodeFixed(const ColumnDef& c, Bytes b, const std::
     }
     default: {
       auto d = DecodeNumeric(b, c.scale);
-      if (!d.ok()) return d.status().WithContext(where + ": column " + c.name);
+      if (!d.ok()) return d.status().WithContext(Located(where, "column " + c.name));
       return Value(*d);
     }
   }
@@ -92,7 +93,7 @@ Result<Value> ValueDecoder::DecodeFixed(const ColumnDef& c, Bytes b, const std::
 
 Result<Value> ValueDecoder::DecodeText(const ColumnDef& c, Bytes b, const std::string& where) {
   auto text = f_.text_is_unicode ? DecodeJet4Text(b) : DecodeJet3Text(b, TextCodePage(c));
-  if (!text.ok()) return text.status().WithContext(where + ": column " + c.name);
+  if (!text.ok()) return text.status().WithContext(Located(where, "column " + c.name));
   return Value(std::move(*text));
 }
 
@@ -108,7 +109,7 @@ Result<Value> ValueDecoder::Decode(const ColumnDef& c, const ColumnData& d,
     case coltype::kMemo:
     case coltype::kOle: {
       PX_ASSIGN_OR_RETURN(auto data,
-                          ReadLongValue(pager_, f_, d.bytes, where + ": column " + c.name));
+                          ReadLongValue(pager_, f_, d.bytes, Located(where, "column " + c.name)));
       if (c.type == coltype::kOle) return Value(Binary{std::move(data)});
       return DecodeText(c, Bytes(data), where);
     }
