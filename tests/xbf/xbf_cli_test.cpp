@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <sstream>
 
 #include "xbf_test_util.h"
 
@@ -99,6 +100,33 @@ TEST_F(XbfCommands, AktarWritesAnAccessTableAsAdoWouldAndReadsBack) {
   EXPECT_EQ(testing::ReadAll(Path("unpacked.xbf")), xml);
   EXPECT_NE(Run("xbf aktar " + mdb.string() + " NoSuchTable " + Path("x.xbf")), 0);
   EXPECT_FALSE(fs::exists(Path("x.xbf")));
+}
+
+TEST_F(XbfCommands, AktarOfEveryAccessSampleTableReadsBackTheSameRows) {
+  const fs::path dir = fs::path(PX_SHARED_DIR) / "samples" / "mdb";
+  if (!fs::is_directory(dir)) GTEST_SKIP() << "Access samples not found at " << dir;
+  int tables = 0, empty = 0;
+  for (const auto& e : fs::directory_iterator(dir)) {
+    const std::string mdb = e.path().string();
+    if (Run("mdb tablolar " + mdb, Path("tables.txt")) != 0) continue;
+    std::istringstream names(testing::ReadAll(Path("tables.txt")));
+    for (std::string table; std::getline(names, table);) {
+      fs::remove(Path("t.xbf"));
+      ASSERT_EQ(Run("xbf aktar " + mdb + " '" + table + "' " + Path("t.xbf")), 0) << mdb << table;
+      ASSERT_EQ(Run("mdb satirlar " + mdb + " '" + table + "'", Path("mdb.jsonl")), 0);
+      if (testing::ReadAll(Path("mdb.jsonl")).empty()) {
+        EXPECT_FALSE(fs::exists(Path("t.xbf"))) << "empty table " << table << " wrote a file";
+        ++empty;
+        continue;
+      }
+      ASSERT_EQ(Run("xbf satirlar " + Path("t.xbf"), Path("xbf.jsonl")), 0) << mdb << table;
+      EXPECT_EQ(testing::ReadAll(Path("xbf.jsonl")), testing::ReadAll(Path("mdb.jsonl")))
+          << mdb << " " << table;
+      ++tables;
+    }
+  }
+  EXPECT_GT(tables, 10);
+  EXPECT_GT(empty, 0);
 }
 
 }  // namespace
