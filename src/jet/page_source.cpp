@@ -58,7 +58,7 @@ class MemorySourceImpl final : public PageSource {
       return Status::Corruption(name_ + ": data ends before offset " +
                                 std::to_string(offset + out.size()));
     }
-    std::memcpy(out.data(), bytes_.data() + offset, out.size());
+    if (!out.empty()) std::memcpy(out.data(), bytes_.data() + offset, out.size());
     return Status::Ok();
   }
 
