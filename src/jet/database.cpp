@@ -137,6 +137,10 @@ Result<TableDef> Database::ReadDefinition(const CatalogEntry& table) {
 
 Result<TableSchema> Database::ReadSchema(const CatalogEntry& table) {
   PX_ASSIGN_OR_RETURN(TableDef def, ReadDefinition(table));
+  return SchemaOf(table, def);
+}
+
+Result<TableSchema> Database::SchemaOf(const CatalogEntry& table, const TableDef& def) {
   auto props = ParseColumnProperties(table.lv_prop, format(), code_page_);
   if (!props.ok()) {
     return props.status().WithContext(file_name() + ": MSysObjects row of " + table.name);
@@ -152,7 +156,7 @@ Result<TableSchema> Database::ReadSchema(std::string_view table_name) {
 Result<std::unique_ptr<TableReader>> Database::OpenTable(std::string_view table_name) {
   PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Require(table_name));
   PX_ASSIGN_OR_RETURN(TableDef def, ReadDefinition(*e));
-  PX_ASSIGN_OR_RETURN(TableSchema schema, ReadSchema(*e));
+  PX_ASSIGN_OR_RETURN(TableSchema schema, SchemaOf(*e, def));
   return TableReader::Open(*pager_, format(), code_page_, std::move(def), e->name,
                            std::move(schema.columns), std::move(schema.fields));
 }

@@ -55,6 +55,7 @@ class Database {
   static Result<std::unique_ptr<Database>> FromSource(std::unique_ptr<PageSource> source);
   Status LoadCatalog();
   Result<const CatalogEntry*> Require(std::string_view table_name) const;
+  Result<TableSchema> SchemaOf(const CatalogEntry& table, const TableDef& def);
 
   DatabaseHeader header_;
   std::unique_ptr<Pager> pager_;
