@@ -1,0 +1,120 @@
+// The Access engine, through "pergonix-yedek mdb tablolar / satirlar", against two
+// independent readers on every sample file. The rules that bring the references' output
+// into our forms, and which reference decides where they part, are in reference_helpers.h.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "jetcheck/reference_helpers.h"
+#include "jetcheck/sample_param.h"
+
+namespace px::jetcheck {
+namespace {
+
+class MdbSampleTest : public SampleTest {
+ protected:
+  void SetUp() override {
+    SampleTest::SetUp();
+    if (IsSkipped()) return;
+    const bool rows = std::string(::testing::UnitTest::GetInstance()->current_test_info()->name())
+                          .starts_with("Rows");
+    if (std::string why = OurCommandMissing(rows ? "satirlar" : "tablolar"); !why.empty()) {
+      GTEST_SKIP() << why;
+    }
+  }
+};
+
+std::string Joined(const std::vector<std::string>& lines) {
+  std::string s;
+  for (const std::string& l : lines) s += "\n  " + l;
+  return s;
+}
+
+std::vector<std::string> OurTables(const std::string& path) {
+  ProcessResult ours = RunOurs({"mdb", "tablolar", path});
+  EXPECT_TRUE(ours.ExitedWith(0)) << "mdb tablolar " << path << ": " << ours.Describe() << "\n"
+                                  << ours.err;
+  return SplitLines(ours.out);
+}
+
+// Every table's rows from us and from `ref`; returns the listed differences.
+std::vector<std::string> CompareAllTables(Reference ref, const std::string& path,
+                                          const std::vector<std::string>& tables) {
+  std::vector<std::string> failures;
+  for (const std::string& table : tables) {
+    ProcessResult ours = RunOurs({"mdb", "satirlar", path, table});
+    if (!ours.ExitedWith(0)) {
+      failures.push_back("table " + table + ": mdb satirlar " + ours.Describe() + ": " + ours.err);
+      continue;
+    }
+    ProcessResult theirs = ref == Reference::kMdbReader ? RunMdbReaderDump({"rows", path, table})
+                                                        : RunMdbJson(path, table);
+    if (!theirs.ExitedWith(0)) {
+      failures.push_back("table " + table + ": " + ReferenceName(ref) + " " + theirs.Describe() +
+                         ": " + theirs.err);
+      continue;
+    }
+    RowsComparison c = CompareRows(ref, table, ours.out, theirs.out);
+    failures.insert(failures.end(), c.failures.begin(), c.failures.end());
+  }
+  return failures;
+}
+
+TEST_P(MdbSampleTest, TablesMatchMdbTables) {
+  if (std::string why = MdbtoolsMissing(); !why.empty()) GTEST_SKIP() << why;
+  ProcessResult ref = RunProcess({"mdb-tables", "-1", path()});
+  ASSERT_TRUE(ref.ExitedWith(0)) << "mdb-tables: " << ref.Describe() << "\n" << ref.err;
+  EXPECT_EQ(OurTables(path()), SplitLines(ref.out)) << path();
+}
+
+TEST_P(MdbSampleTest, TablesMatchMdbReader) {
+  if (std::string why = MdbReaderMissing(); !why.empty()) GTEST_SKIP() << why;
+  ProcessResult ref = RunMdbReaderDump({"tables", path()});
+  ASSERT_TRUE(ref.ExitedWith(0)) << "mdb-reader: " << ref.Describe() << "\n" << ref.err;
+  EXPECT_EQ(OurTables(path()), SplitLines(ref.out)) << path();
+}
+
+TEST_P(MdbSampleTest, RowsMatchMdbReader) {
+  if (std::string why = MdbReaderMissing(); !why.empty()) GTEST_SKIP() << why;
+  ProcessResult tables = RunMdbReaderDump({"tables", path()});
+  ASSERT_TRUE(tables.ExitedWith(0)) << tables.Describe() << "\n" << tables.err;
+  std::vector<std::string> failures =
+      CompareAllTables(Reference::kMdbReader, path(), SplitLines(tables.out));
+  EXPECT_TRUE(failures.empty()) << path() << Joined(failures);
+}
+
+TEST_P(MdbSampleTest, RowsMatchMdbJson) {
+  if (std::string why = MdbtoolsMissing(); !why.empty()) GTEST_SKIP() << why;
+  ProcessResult tables = RunProcess({"mdb-tables", "-1", path()});
+  ASSERT_TRUE(tables.ExitedWith(0)) << tables.Describe() << "\n" << tables.err;
+  std::vector<std::string> failures =
+      CompareAllTables(Reference::kMdbJson, path(), SplitLines(tables.out));
+  EXPECT_TRUE(failures.empty()) << path() << Joined(failures);
+}
+
+// The two references through the same rules, without our engine: whatever they disagree on
+// beyond the documented cases would make one of the comparisons above meaningless.
+TEST_P(MdbSampleTest, ReferencesAgreeWithEachOther) {
+  if (std::string why = MdbtoolsMissing(); !why.empty()) GTEST_SKIP() << why;
+  if (std::string why = MdbReaderMissing(); !why.empty()) GTEST_SKIP() << why;
+  ProcessResult tables = RunMdbReaderDump({"tables", path()});
+  ASSERT_TRUE(tables.ExitedWith(0)) << tables.Describe() << "\n" << tables.err;
+  std::vector<std::string> failures;
+  for (const std::string& table : SplitLines(tables.out)) {
+    ProcessResult reader = RunMdbReaderDump({"rows", path(), table});
+    ProcessResult json = RunMdbJson(path(), table);
+    ASSERT_TRUE(reader.ExitedWith(0) && json.ExitedWith(0))
+        << table << ": " << reader.err << json.err;
+    RowsComparison c = CompareRows(Reference::kMdbJson, table, reader.out, json.out);
+    failures.insert(failures.end(), c.failures.begin(), c.failures.end());
+  }
+  EXPECT_TRUE(failures.empty()) << path() << Joined(failures);
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, MdbSampleTest, ::testing::ValuesIn(SampleParams()),
+                         SampleParamName);
+
+}  // namespace
+}  // namespace px::jetcheck

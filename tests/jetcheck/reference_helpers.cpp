@@ -1,0 +1,334 @@
+#include "jetcheck/reference_helpers.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+namespace px::jetcheck {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr std::size_t kMaxFailuresListed = 40;
+constexpr const char* kDateFormat = "%Y-%m-%dT%H:%M:%S";
+
+bool HasFile(const fs::path& p) {
+  std::error_code ec;
+  return fs::is_regular_file(p, ec);
+}
+
+// Days since 1970-01-01 of a proleptic Gregorian date, and back.
+long long DaysFromCivil(long long y, int m, int d) {
+  y -= m <= 2;
+  long long era = (y >= 0 ? y : y - 399) / 400;
+  long long yoe = y - era * 400;
+  long long doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+  long long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + doe - 719468;
+}
+
+void CivilFromDays(long long z, DateTimeParts& p) {
+  z += 719468;
+  long long era = (z >= 0 ? z : z - 146096) / 146097;
+  long long doe = z - era * 146097;
+  long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  long long mp = (5 * doy + 2) / 153;
+  p.day = int(doy - (153 * mp + 2) / 5 + 1);
+  p.month = int(mp < 10 ? mp + 3 : mp - 9);
+  p.year = int(yoe + era * 400 + (p.month <= 2));
+}
+
+// Moves whole seconds (0..86400) past the start of p's day into calendar parts.
+DateTimeParts FromDaySeconds(const DateTimeParts& p, long long seconds) {
+  DateTimeParts out;
+  long long days = DaysFromCivil(p.year, p.month, p.day) + seconds / 86400;
+  seconds %= 86400;
+  CivilFromDays(days, out);
+  out.hour = int(seconds / 3600);
+  out.minute = int(seconds / 60 % 60);
+  out.second = int(seconds % 60);
+  return out;
+}
+
+long long DaySeconds(const DateTimeParts& p) {
+  return p.hour * 3600LL + p.minute * 60LL + p.second;
+}
+
+bool IsHexUpper(char c) {
+  return std::isdigit(static_cast<unsigned char>(c)) || (c >= 'A' && c <= 'F');
+}
+
+// "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in upper case.
+bool IsGuidText(const std::string& s) {
+  if (s.size() != 38 || s.front() != '{' || s.back() != '}') return false;
+  for (std::size_t i = 1; i < 37; ++i) {
+    bool dash = i == 9 || i == 14 || i == 19 || i == 24;
+    if (dash ? s[i] != '-' : !IsHexUpper(s[i])) return false;
+  }
+  return true;
+}
+
+std::string BareUpperGuid(std::string s) {
+  if (!s.empty() && s.front() == '{') s.erase(0, 1);
+  if (!s.empty() && s.back() == '}') s.pop_back();
+  for (char& c : s) c = char(std::toupper(static_cast<unsigned char>(c)));
+  return s;
+}
+
+bool IsIntegerText(const std::string& s) {
+  return s.find_first_of(".eE") == std::string::npos;
+}
+
+bool DatesAgreeWithMdbtools(const DateTimeParts& ours, const std::string& printed) {
+  std::optional<DateTimeParts> theirs = ParseDateTime(printed);
+  if (!theirs || theirs->millisecond != 0) return false;
+  DateTimeParts t = NormaliseDay(*theirs);
+  if (t == RoundToSecond(ours)) return true;
+  // Exactly half a second in our millisecond text may have been a hair below it in the file.
+  DateTimeParts truncated = ours;
+  truncated.millisecond = 0;
+  return ours.millisecond == 500 && t == truncated;
+}
+
+ValueCheck CheckWithMdbJson(const JsonScalar& ours, const JsonScalar* theirs) {
+  using K = JsonScalar::Kind;
+  bool their_null = theirs == nullptr || theirs->kind == K::kNull;
+  if (ours.kind == K::kNull || their_null) return {ours.kind == K::kNull && their_null};
+  switch (ours.kind) {
+    case K::kBool: {
+      bool yes = theirs->text == "1" || theirs->text == "true";
+      bool no = theirs->text == "0" || theirs->text == "false";
+      return {theirs->kind != K::kString && (ours.text == "true" ? yes : no)};
+    }
+    case K::kNumber:
+      if (theirs->kind != K::kNumber) return {false};
+      if (IsIntegerText(ours.text) && IsIntegerText(theirs->text)) {
+        return {ours.text == theirs->text};
+      }
+      return {SameToPrintedDigits(ours.text, theirs->text)};
+    case K::kString:
+      break;
+    default:
+      return {false};
+  }
+  if (theirs->kind == K::kNumber) return {TrimDecimal(theirs->text) == ours.text};
+  if (theirs->kind != K::kString) return {false};
+  if (theirs->text == ours.text) return {true};
+  if (std::optional<DateTimeParts> date = ParseDateTime(ours.text)) {
+    if (date->year < 1900 || date->year > 2699) return {false, true};
+    return {DatesAgreeWithMdbtools(*date, theirs->text)};
+  }
+  if (IsGuidText(ours.text)) return {BareUpperGuid(theirs->text) == BareUpperGuid(ours.text)};
+  return {false};
+}
+
+std::string Quote(const JsonScalar* v) {
+  return v == nullptr ? "(left out)" : v->ToJson();
+}
+
+std::string KeyList(const JsonObject& o) {
+  std::string s;
+  for (const auto& [k, v] : o) s += (s.empty() ? "" : ",") + k;
+  return s;
+}
+
+}  // namespace
+
+std::string SamplesDir() {
+  fs::path dir = fs::path(PX_SHARED_DIR) / "samples" / "mdb";
+  std::error_code ec;
+  return fs::is_directory(dir, ec) ? dir.string() : std::string();
+}
+
+std::vector<std::string> SampleFiles() {
+  std::vector<std::string> names;
+  std::string dir = SamplesDir();
+  if (dir.empty()) return names;
+  std::error_code ec;
+  for (const auto& entry : fs::directory_iterator(dir, ec)) {
+    std::string name = entry.path().filename().string();
+    std::string lower = name;
+    for (char& c : lower) c = char(std::tolower(static_cast<unsigned char>(c)));
+    if (entry.is_regular_file() && lower.size() > 4 && lower.ends_with(".mdb")) {
+      names.push_back(name);
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string MdbtoolsMissing() {
+  for (const char* tool : {"mdb-tables", "mdb-json", "mdb-export"}) {
+    if (FindOnPath(tool).empty()) return std::string(tool) + " (mdbtools) is not installed";
+  }
+  return "";
+}
+
+std::string MdbReaderMissing() {
+  if (FindOnPath("node").empty()) return "node is not installed";
+  fs::path tools = fs::path(PX_SOURCE_DIR) / "tools";
+  if (!HasFile(tools / "node_modules" / "mdb-reader" / "package.json")) {
+    return "tools/node_modules/mdb-reader is missing (run: cd tools && npm ci)";
+  }
+  return "";
+}
+
+std::string OurCommandMissing(const std::string& command) {
+  // The help of a known sub-command shows its own usage line.
+  ProcessResult r = RunOurs({"mdb", command, "--help"});
+  if (r.ExitedWith(0) && r.out.find("mdb " + command) != std::string::npos) return "";
+  return "this build of pergonix-yedek has no \"mdb " + command + "\" command yet";
+}
+
+ProcessResult RunOurs(const std::vector<std::string>& args, const ProcessOptions& options) {
+  std::vector<std::string> argv = {PX_BINARY};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return RunProcess(argv, options);
+}
+
+ProcessResult RunMdbReaderDump(const std::vector<std::string>& args) {
+  std::vector<std::string> argv = {"node",
+                                   (fs::path(PX_SOURCE_DIR) / "tools" / "mdb-reader-dump.js")};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return RunProcess(argv);
+}
+
+ProcessResult RunMdbJson(const std::string& file, const std::string& table) {
+  return RunProcess({"mdb-json", "-D", kDateFormat, "-T", kDateFormat, file, table});
+}
+
+const char* ReferenceName(Reference ref) {
+  return ref == Reference::kMdbReader ? "mdb-reader" : "mdb-json";
+}
+
+ValueCheck CheckValue(Reference ref, const JsonScalar& ours, const JsonScalar* theirs) {
+  if (ref == Reference::kMdbJson) return CheckWithMdbJson(ours, theirs);
+  return {theirs != nullptr && ours == *theirs};
+}
+
+RowsComparison CompareRows(Reference ref, const std::string& table, const std::string& ours,
+                           const std::string& theirs) {
+  RowsComparison result;
+  std::size_t failures = 0;
+  auto fail = [&](const std::string& message) {
+    if (++failures <= kMaxFailuresListed) result.failures.push_back(message);
+  };
+  std::vector<std::string> our_lines = SplitLines(ours), their_lines = SplitLines(theirs);
+  const std::string where = "table " + table;
+  if (our_lines.size() != their_lines.size()) {
+    fail(where + ": ours has " + std::to_string(our_lines.size()) + " rows, " + ReferenceName(ref) +
+         " " + std::to_string(their_lines.size()));
+  }
+  std::size_t n = std::min(our_lines.size(), their_lines.size());
+  for (std::size_t i = 0; i < n; ++i) {
+    const std::string row = where + " row " + std::to_string(i + 1);
+    std::string error;
+    std::optional<JsonObject> o = ParseJsonObject(our_lines[i], &error);
+    if (!o) {
+      fail(row + ": our line is not a JSON object (" + error + "): " + our_lines[i]);
+      continue;
+    }
+    std::optional<JsonObject> t = ParseJsonObject(their_lines[i], &error);
+    if (!t) {
+      fail(row + ": " + ReferenceName(ref) + " line is not a JSON object (" + error + ")");
+      continue;
+    }
+    ++result.rows;
+    bool same_keys = ref == Reference::kMdbJson
+                         ? std::all_of(t->begin(), t->end(),
+                                       [&](const auto& kv) { return FindKey(*o, kv.first); })
+                         : KeyList(*o) == KeyList(*t);
+    if (!same_keys) {
+      fail(row + ": columns differ: ours " + KeyList(*o) + ", " + ReferenceName(ref) + " " +
+           KeyList(*t));
+      continue;
+    }
+    for (const auto& [key, value] : *o) {
+      const JsonScalar* their_value = FindKey(*t, key);
+      ValueCheck check = CheckValue(ref, value, their_value);
+      if (check.deferred) {
+        ++result.deferred;
+      } else if (check.equal) {
+        ++result.values;
+      } else {
+        fail(row + " column " + key + ": ours " + value.ToJson() + ", " + ReferenceName(ref) + " " +
+             Quote(their_value));
+      }
+    }
+  }
+  if (failures > kMaxFailuresListed) {
+    result.failures.push_back("... and " + std::to_string(failures - kMaxFailuresListed) +
+                              " more differences in " + where);
+  }
+  return result;
+}
+
+std::string TrimDecimal(const std::string& text) {
+  std::string s = text;
+  bool negative = !s.empty() && s[0] == '-';
+  if (negative) s.erase(0, 1);
+  std::size_t point = s.find('.');
+  if (point != std::string::npos) {
+    while (!s.empty() && s.back() == '0') s.pop_back();
+    if (!s.empty() && s.back() == '.') s.pop_back();
+  }
+  std::size_t lead = 0;
+  while (lead + 1 < s.size() && s[lead] == '0' && s[lead + 1] != '.') ++lead;
+  s.erase(0, lead);
+  if (s.empty() || s == "0") return "0";
+  return negative ? "-" + s : s;
+}
+
+bool SameToPrintedDigits(const std::string& ours, const std::string& printed) {
+  std::string mantissa = printed.substr(0, printed.find_first_of("eE"));
+  int digits = 0;
+  bool leading = true;
+  for (char c : mantissa) {
+    if (c < '0' || c > '9') continue;
+    if (leading && c == '0') continue;
+    leading = false;
+    ++digits;
+  }
+  double value = std::strtod(ours.c_str(), nullptr);
+  double theirs = std::strtod(printed.c_str(), nullptr);
+  if (digits == 0) return value == 0 && theirs == 0;
+  char buf[64];
+  std::snprintf(buf, sizeof buf, "%.*e", digits - 1, value);
+  return std::strtod(buf, nullptr) == theirs;
+}
+
+std::optional<DateTimeParts> ParseDateTime(const std::string& text) {
+  DateTimeParts p;
+  char tail[8] = {};
+  int consumed = 0;
+  if (text.size() < 19 || text[4] != '-' || text[10] != 'T') return std::nullopt;
+  if (std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &p.year, &p.month, &p.day, &p.hour,
+                  &p.minute, &p.second, &consumed) != 6 ||
+      consumed != 19) {
+    return std::nullopt;
+  }
+  if (text.size() != 19) {
+    if (text.size() != 23 || text[19] != '.' ||
+        std::sscanf(text.c_str() + 20, "%3d%1s", &p.millisecond, tail) != 1 ||
+        !std::isdigit(static_cast<unsigned char>(text[20]))) {
+      return std::nullopt;
+    }
+  }
+  if (p.month < 1 || p.month > 12 || p.day < 1 || p.day > 31 || p.hour > 24 || p.minute > 59 ||
+      p.second > 59 || p.hour < 0 || p.minute < 0 || p.second < 0) {
+    return std::nullopt;
+  }
+  return p;
+}
+
+DateTimeParts RoundToSecond(DateTimeParts p) {
+  return FromDaySeconds(p, DaySeconds(p) + (p.millisecond >= 500 ? 1 : 0));
+}
+
+DateTimeParts NormaliseDay(DateTimeParts p) {
+  return FromDaySeconds(p, DaySeconds(p));
+}
+
+}  // namespace px::jetcheck
