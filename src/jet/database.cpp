@@ -76,7 +76,8 @@ Status Database::LoadCatalog() {
       if (def->columns[i].name == name) found = int(i);
     }
     if (found < 0) {
-      return Status::Corruption(file_name() + ": MSysObjects has no column " + std::string(name));
+      return Status::Corruption(file_name() + ": page " + std::to_string(kMSysObjectsPage) +
+                                ": MSysObjects has no column " + std::string(name));
     }
     cols.push_back(found);
   }
@@ -93,6 +94,7 @@ Status Database::LoadCatalog() {
     e.type = int(AsInt(row[3]));
     e.flags = uint32_t(AsInt(row[4]));
     if (auto* b = std::get_if<Binary>(&row[5])) e.lv_prop = std::move(b->bytes);
+    e.place = reader->last_row_place();
     if (e.type == objtype::kContainer && e.parent_id == kRootParentId &&
         e.name == kTablesContainer) {
       tables_id = e.id;
@@ -143,7 +145,8 @@ Result<TableSchema> Database::ReadSchema(const CatalogEntry& table) {
 Result<TableSchema> Database::SchemaOf(const CatalogEntry& table, const TableDef& def) {
   auto props = ParseColumnProperties(table.lv_prop, format(), code_page_);
   if (!props.ok()) {
-    return props.status().WithContext(file_name() + ": MSysObjects row of " + table.name);
+    return props.status().WithContext(file_name() + ": MSysObjects row of " + table.name + " (" +
+                                      table.place + ")");
   }
   return BuildSchema(table.name, def, format(), *props, header_.sort_order);
 }

@@ -86,6 +86,8 @@ Result<bool> TableReader::Step(Row& row) {
     }
     Status st = DecodeRow(data, std::string(), row);
     if (!st.ok()) return st.WithContext(where());
+    last_page_ = page_.number;
+    last_row_ = r;
     return true;
   }
 }

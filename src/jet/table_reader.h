@@ -31,6 +31,10 @@ class TableReader final : public RowSource {
   Status status() const override { return status_; }
 
   const TableDef& definition() const { return def_; }
+  // Where the row Next() returned last is stored: "page 14 row 3".
+  std::string last_row_place() const {
+    return "page " + std::to_string(last_page_) + " row " + std::to_string(last_row_);
+  }
 
  private:
   TableReader(Pager& pager, const JetFormat& f, int code_page, TableDef def, std::string table_name,
@@ -52,6 +56,8 @@ class TableReader final : public RowSource {
   bool have_page_ = false;
   uint16_t row_count_ = 0;
   uint16_t next_row_ = 0;
+  uint32_t last_page_ = 0;
+  uint16_t last_row_ = 0;
   std::vector<ColumnData> cracked_;
   Status status_;
   bool done_ = false;

@@ -70,6 +70,12 @@ Status TdefParser::ParseHeader(TableDef& def, uint32_t& num_real, uint32_t& num_
   return Status::Ok();
 }
 
+// Column type codes run from 0x01 (Boolean) to 0x14 (ACE date/time extended); system
+// tables of Jet 4 files also carry codes such as 0x11. Anything above is damage.
+bool IsJetColumnType(uint8_t type) {
+  return type >= coltype::kBoolean && type <= 0x14;
+}
+
 Status TdefParser::ParseColumns(TableDef& def, uint16_t num_cols) {
   def.columns.resize(num_cols);
   for (ColumnDef& c : def.columns) {
@@ -88,6 +94,9 @@ Status TdefParser::ParseColumns(TableDef& def, uint16_t num_cols) {
     if (c.type == coltype::kText || c.type == coltype::kMemo) {
       c.sort_order = LoadLe16(&b[f_.col_sort_order]);
       c.code_page = f_.col_code_page ? LoadLe16(&b[f_.col_code_page]) : 0;
+    }
+    if (!IsJetColumnType(c.type)) {
+      return Error("column type " + std::to_string(c.type) + " is not a column type", pos_);
     }
     if (c.number >= def.max_cols) {
       return Error("column id " + std::to_string(c.number) + " is not below the column count " +
