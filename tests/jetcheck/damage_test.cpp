@@ -52,9 +52,13 @@ bool HasSanitizerReport(const std::string& err) {
   return false;
 }
 
-// Why a run on a damaged copy broke the contract; empty when it kept it.
-std::string Verdict(const ProcessResult& r, const fs::path& file, bool rows,
+// Why a run on a damaged copy broke the contract; empty when it kept it. A data page whose
+// owner field no longer names its table is passed over, as Jet passes over reused pages,
+// so damage to a catalog page can make a table disappear: "no table named T" is then the
+// clear answer to "mdb satirlar FILE T".
+std::string Verdict(const ProcessResult& r, const fs::path& file, const std::string& table,
                     std::size_t file_size) {
+  const bool rows = !table.empty();
   if (!r.started) return "could not be started";
   if (r.timed_out || r.signal != 0 || HasSanitizerReport(r.err)) {
     return r.Describe() + ": " + r.err.substr(0, 600);
@@ -79,6 +83,7 @@ std::string Verdict(const ProcessResult& r, const fs::path& file, bool rows,
   if (r.err.find(file.filename().string()) == std::string::npos) {
     return "error does not name the file: " + first_line;
   }
+  if (rows && r.err.find(": no table named " + table + "\n") != std::string::npos) return "";
   if (Lower(r.err).find("page") == std::string::npos) {
     return "error does not name the page: " + first_line;
   }
@@ -108,9 +113,7 @@ class MdbDamageTest : public SampleTest {
 };
 
 TEST_P(MdbDamageTest, DamagedCopiesEndCleanly) {
-  if (std::string why = OurCommandMissing("satirlar"); !why.empty()) GTEST_SKIP() << why;
   ASSERT_NO_FATAL_FAILURE(MakeFolder());
-  const bool with_schema = OurCommandMissing("sema").empty();
   ProcessResult listed = RunOurs({"mdb", "tablolar", path()});
   ASSERT_TRUE(listed.ExitedWith(0)) << "undamaged " << path() << ": " << listed.Describe() << "\n"
                                     << listed.err;
@@ -130,7 +133,7 @@ TEST_P(MdbDamageTest, DamagedCopiesEndCleanly) {
     ProcessResult r = RunOurs(args, options);
     ++runs;
     if (r.exit_code != 0) ++errors;
-    std::string why = Verdict(r, file, rows, fs::file_size(file));
+    std::string why = Verdict(r, file, rows ? args[3] : "", fs::file_size(file));
     if (!why.empty()) {
       std::string command = args[1] + (args.size() > 3 ? " " + args[3] : "");
       failures.push_back(label + " [" + command + "]: " + why);
@@ -140,7 +143,7 @@ TEST_P(MdbDamageTest, DamagedCopiesEndCleanly) {
     fs::path file = dir_ / (stem + "-" + copy.label + ".mdb");
     ASSERT_TRUE(WriteFile(file, copy.bytes)) << file;
     check(file, copy.label, {"mdb", "tablolar", file.string()}, false);
-    if (with_schema) check(file, copy.label, {"mdb", "sema", file.string()}, false);
+    check(file, copy.label, {"mdb", "sema", file.string()}, false);
     for (const std::string& table : tables) {
       check(file, copy.label, {"mdb", "satirlar", file.string(), table}, true);
     }

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 namespace px::jetcheck {
 namespace fs = std::filesystem;
@@ -175,13 +177,6 @@ std::string MdbReaderMissing() {
   return "";
 }
 
-std::string OurCommandMissing(const std::string& command) {
-  // The help of a known sub-command shows its own usage line.
-  ProcessResult r = RunOurs({"mdb", command, "--help"});
-  if (r.ExitedWith(0) && r.out.find("mdb " + command) != std::string::npos) return "";
-  return "this build of pergonix-yedek has no \"mdb " + command + "\" command yet";
-}
-
 ProcessResult RunOurs(const std::vector<std::string>& args, const ProcessOptions& options) {
   std::vector<std::string> argv = {PX_BINARY};
   argv.insert(argv.end(), args.begin(), args.end());
@@ -208,61 +203,117 @@ ValueCheck CheckValue(Reference ref, const JsonScalar& ours, const JsonScalar* t
   return {theirs != nullptr && ours == *theirs};
 }
 
+namespace {
+
+// Why a row of ours differs from a reference row; empty when every value agrees.
+std::vector<std::string> RowDifferences(Reference ref, const std::string& row, const JsonObject& o,
+                                        const JsonObject& t, RowsComparison* counts) {
+  std::vector<std::string> out;
+  bool same_keys =
+      ref == Reference::kMdbJson
+          ? std::all_of(t.begin(), t.end(), [&](const auto& kv) { return FindKey(o, kv.first); })
+          : KeyList(o) == KeyList(t);
+  if (!same_keys) {
+    out.push_back(row + ": columns differ: ours " + KeyList(o) + ", " + ReferenceName(ref) + " " +
+                  KeyList(t));
+    return out;
+  }
+  std::size_t values = 0, deferred = 0;
+  for (const auto& [key, value] : o) {
+    const JsonScalar* their_value = FindKey(t, key);
+    ValueCheck check = CheckValue(ref, value, their_value);
+    if (check.deferred) {
+      ++deferred;
+    } else if (check.equal) {
+      ++values;
+    } else {
+      out.push_back(row + " column " + key + ": ours " + value.ToJson() + ", " +
+                    ReferenceName(ref) + " " + Quote(their_value));
+    }
+  }
+  if (counts != nullptr) {
+    counts->values += values;
+    counts->deferred += deferred;
+  }
+  return out;
+}
+
+std::vector<std::optional<JsonObject>> ParseLines(const std::string& text) {
+  std::vector<std::optional<JsonObject>> rows;
+  for (const std::string& line : SplitLines(text)) rows.push_back(ParseJsonObject(line, nullptr));
+  return rows;
+}
+
+}  // namespace
+
 RowsComparison CompareRows(Reference ref, const std::string& table, const std::string& ours,
-                           const std::string& theirs) {
+                           const std::string& theirs, RowOrder order) {
   RowsComparison result;
-  std::size_t failures = 0;
-  auto fail = [&](const std::string& message) {
-    if (++failures <= kMaxFailuresListed) result.failures.push_back(message);
+  std::vector<std::string> failures;
+  auto add = [&](std::vector<std::string> more) {
+    failures.insert(failures.end(), more.begin(), more.end());
   };
-  std::vector<std::string> our_lines = SplitLines(ours), their_lines = SplitLines(theirs);
+  std::vector<std::optional<JsonObject>> o = ParseLines(ours), t = ParseLines(theirs);
   const std::string where = "table " + table;
-  if (our_lines.size() != their_lines.size()) {
-    fail(where + ": ours has " + std::to_string(our_lines.size()) + " rows, " + ReferenceName(ref) +
-         " " + std::to_string(their_lines.size()));
+  if (o.size() != t.size()) {
+    add({where + ": ours has " + std::to_string(o.size()) + " rows, " + ReferenceName(ref) + " " +
+         std::to_string(t.size())});
   }
-  std::size_t n = std::min(our_lines.size(), their_lines.size());
-  for (std::size_t i = 0; i < n; ++i) {
+  for (std::size_t i = 0; i < t.size(); ++i) {
+    if (!t[i])
+      add({where + " row " + std::to_string(i + 1) + ": " + ReferenceName(ref) +
+           " line is not a JSON object"});
+  }
+  std::vector<bool> used(t.size(), false);
+  for (std::size_t i = 0; i < o.size(); ++i) {
     const std::string row = where + " row " + std::to_string(i + 1);
-    std::string error;
-    std::optional<JsonObject> o = ParseJsonObject(our_lines[i], &error);
-    if (!o) {
-      fail(row + ": our line is not a JSON object (" + error + "): " + our_lines[i]);
+    if (!o[i]) {
+      add({row + ": our line is not a JSON object: " + SplitLines(ours)[i]});
       continue;
     }
-    std::optional<JsonObject> t = ParseJsonObject(their_lines[i], &error);
-    if (!t) {
-      fail(row + ": " + ReferenceName(ref) + " line is not a JSON object (" + error + ")");
+    if (order == RowOrder::kSame) {
+      if (i >= t.size() || !t[i]) continue;
+      ++result.rows;
+      add(RowDifferences(ref, row, *o[i], *t[i], &result));
       continue;
     }
-    ++result.rows;
-    bool same_keys = ref == Reference::kMdbJson
-                         ? std::all_of(t->begin(), t->end(),
-                                       [&](const auto& kv) { return FindKey(*o, kv.first); })
-                         : KeyList(*o) == KeyList(*t);
-    if (!same_keys) {
-      fail(row + ": columns differ: ours " + KeyList(*o) + ", " + ReferenceName(ref) + " " +
-           KeyList(*t));
-      continue;
+    bool matched = false;
+    for (std::size_t j = 0; j < t.size() && !matched; ++j) {
+      if (used[j] || !t[j] || !RowDifferences(ref, row, *o[i], *t[j], nullptr).empty()) continue;
+      used[j] = matched = true;
+      ++result.rows;
+      RowDifferences(ref, row, *o[i], *t[j], &result);
     }
-    for (const auto& [key, value] : *o) {
-      const JsonScalar* their_value = FindKey(*t, key);
-      ValueCheck check = CheckValue(ref, value, their_value);
-      if (check.deferred) {
-        ++result.deferred;
-      } else if (check.equal) {
-        ++result.values;
-      } else {
-        fail(row + " column " + key + ": ours " + value.ToJson() + ", " + ReferenceName(ref) + " " +
-             Quote(their_value));
-      }
-    }
+    if (!matched)
+      add({row + ": no " + ReferenceName(ref) +
+           " row has the same values: " + SplitLines(ours)[i]});
   }
-  if (failures > kMaxFailuresListed) {
-    result.failures.push_back("... and " + std::to_string(failures - kMaxFailuresListed) +
+  for (std::size_t i = 0; i < failures.size() && i < kMaxFailuresListed; ++i) {
+    result.failures.push_back(failures[i]);
+  }
+  if (failures.size() > kMaxFailuresListed) {
+    result.failures.push_back("... and " + std::to_string(failures.size() - kMaxFailuresListed) +
                               " more differences in " + where);
   }
   return result;
+}
+
+bool HasOverflowRows(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::vector<uint8_t> b((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (b.size() < 0x100) return false;
+  const bool jet3 = b[0x14] == 0;
+  const std::size_t page_size = jet3 ? 2048 : 4096, count_at = jet3 ? 8 : 12;
+  for (std::size_t at = page_size; at + page_size <= b.size(); at += page_size) {
+    if (b[at] != 0x01) continue;
+    std::size_t rows = b[at + count_at] | (b[at + count_at + 1] << 8);
+    for (std::size_t r = 0; r < rows && count_at + 4 + 2 * r <= page_size; ++r) {
+      std::size_t e = at + count_at + 2 + 2 * r;
+      uint16_t slot = uint16_t(b[e] | (b[e + 1] << 8));
+      if ((slot & 0xC000) == 0x4000) return true;
+    }
+  }
+  return false;
 }
 
 std::string TrimDecimal(const std::string& text) {
