@@ -39,7 +39,6 @@ class XbfReader : public RowSource {
 
  private:
   enum class Block { kData, kInsert, kDelete, kUpdate, kOriginal };
-  struct Pending;
 
   XbfReader(std::unique_ptr<ByteInput> owned, ByteInput& in, std::string name);
   Status ReadHead();

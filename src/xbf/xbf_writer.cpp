@@ -93,15 +93,26 @@ XbfWriter::XbfWriter(ByteSink& sink, RowsetOptions options)
     : sink_(sink), options_(std::move(options)) {}
 
 std::vector<std::string> XbfWriter::XmlNames(const std::vector<FieldInfo>& fields) {
-  std::vector<std::string> names;
+  std::vector<bool> mapped(fields.size());
   std::set<std::string> used;
   for (size_t i = 0; i < fields.size(); ++i) {
-    const std::string& n = fields[i].name;
-    if (PlainXmlName(n) && used.insert(n).second) {
-      names.push_back(n);
-    } else {
-      names.push_back("c" + std::to_string(i));
+    mapped[i] = !PlainXmlName(fields[i].name) || !used.insert(fields[i].name).second;
+  }
+  // A plain name that equals the "c<k>" of a mapped field is mapped too, until no two
+  // fields share an attribute name.
+  for (bool changed = true; changed;) {
+    changed = false;
+    std::set<std::string> generated;
+    for (size_t i = 0; i < fields.size(); ++i) {
+      if (mapped[i]) generated.insert("c" + std::to_string(i));
     }
+    for (size_t i = 0; i < fields.size(); ++i) {
+      if (!mapped[i] && generated.count(fields[i].name)) mapped[i] = changed = true;
+    }
+  }
+  std::vector<std::string> names;
+  for (size_t i = 0; i < fields.size(); ++i) {
+    names.push_back(mapped[i] ? "c" + std::to_string(i) : fields[i].name);
   }
   return names;
 }

@@ -174,6 +174,13 @@ TEST(XbfRoundTrip, NamesThatAreNotXmlNamesAreMapped) {
                               Field("1inci", ado::kVarWChar, 10), Field("a-b", ado::kVarWChar, 10),
                               Field("Gün", ado::kVarWChar, 10),   Field("", ado::kVarWChar, 10)};
   EXPECT_EQ(XbfWriter::XmlNames(f), (std::vector<std::string>{"Ad", "c1", "c2", "c3", "c4", "c5"}));
+  // A real name that looks like a generated one is mapped as well.
+  std::vector<FieldInfo> clash = {Field("a b", ado::kVarWChar, 10), Field("c0", ado::kVarWChar, 10),
+                                  Field("c1x", ado::kVarWChar, 10)};
+  EXPECT_EQ(XbfWriter::XmlNames(clash), (std::vector<std::string>{"c0", "c1", "c1x"}));
+  auto clash_back = WriteAndRead(clash, {{std::string("1"), std::string("2"), std::string("3")}});
+  ASSERT_EQ(clash_back.size(), 1u);
+  EXPECT_EQ(clash_back[0][1], Value(std::string("2")));
   std::vector<FieldInfo> back_fields;
   auto back = WriteAndRead(f,
                            {{std::string("x"), std::string("y"), Null{}, std::string("z"),
