@@ -13,6 +13,7 @@
 #include "cli/json.h"
 #include "platform/host_path.h"
 #include "platform/profile.h"
+#include "settings/baglanti_acici.h"
 #include "settings/veritabani_bilgisi.h"
 
 namespace px::cli {
@@ -60,8 +61,8 @@ void Yazdir(bool json) {
   OrtamiDenetle();
   settings::VeritabaniBilgisiOrtami ortam;
   ortam.op = &ConsoleOperator();
-  // The company database is reached through ortam.acici once an opener is wired in;
-  // without one the company record reads as unknown.
+  settings::VeritabaniBaglantiAcici acici;
+  ortam.acici = &acici;
   settings::clsVeritabaniBilgisi bilgi(std::move(ortam));
   std::string out;
   if (json) {

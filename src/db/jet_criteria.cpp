@@ -6,20 +6,9 @@
 #include <optional>
 
 #include "core/value_text.h"
-#include "platform/codepage.h"
 
 namespace px::db {
 namespace {
-
-uint32_t UpperCodePoint(uint32_t c) {
-  if (c >= 'a' && c <= 'z') return c - 0x20;
-  if (c >= 0xE0 && c <= 0xFE && c != 0xF7) return c - 0x20;
-  if (c == 0xFF) return 0x178;
-  if (c == 0x130 || c == 0x131) return 'I';  // İ and ı
-  if ((c >= 0x100 && c <= 0x137) || (c >= 0x14A && c <= 0x177)) return c & ~1u;
-  if ((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) return (c % 2 == 0) ? c - 1 : c;
-  return c;
-}
 
 std::string_view Trim(std::string_view s) {
   while (!s.empty() && std::isspace(static_cast<unsigned char>(s.front()))) s.remove_prefix(1);
@@ -105,9 +94,7 @@ struct Matcher {
   const EqualsCondition& cond;
 
   Result<bool> operator()(const Null&) const { return false; }
-  Result<bool> operator()(const std::string& s) const {
-    return TextEqualsIgnoreCase(s, cond.literal);
-  }
+  Result<bool> operator()(const std::string& s) const { return EqualsIgnoreCase(s, cond.literal); }
   Result<bool> operator()(bool b) const {
     auto lit = LiteralBoolean(cond.literal);
     if (!lit) return Mismatch(field, cond);
@@ -151,27 +138,6 @@ struct Matcher {
 };
 
 }  // namespace
-
-std::string FoldCase(std::string_view utf8) {
-  std::string out;
-  out.reserve(utf8.size());
-  size_t i = 0;
-  while (i < utf8.size()) {
-    size_t start = i;
-    auto cp = NextUtf8(utf8, i);
-    if (!cp) {
-      out += utf8[start];
-      i = start + 1;
-      continue;
-    }
-    AppendUtf8CodePoint(out, UpperCodePoint(*cp));
-  }
-  return out;
-}
-
-bool TextEqualsIgnoreCase(std::string_view a, std::string_view b) {
-  return FoldCase(a) == FoldCase(b);
-}
 
 Result<bool> MatchesCondition(const FieldInfo& field, const Value& value,
                               const EqualsCondition& condition) {

@@ -11,15 +11,9 @@
 #include "core/result.h"
 #include "core/value.h"
 #include "db/select_sql.h"
+#include "platform/text_case.h"
 
 namespace px::db {
-
-// Upper-cases UTF-8 text for case-insensitive comparison (Latin letters with their
-// accented forms; dotted and dotless i both fold to I). Malformed bytes are kept as they are.
-std::string FoldCase(std::string_view utf8);
-
-// True when the two texts are equal ignoring letter case.
-bool TextEqualsIgnoreCase(std::string_view a, std::string_view b);
 
 Result<bool> MatchesCondition(const FieldInfo& field, const Value& value,
                               const EqualsCondition& condition);

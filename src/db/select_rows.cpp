@@ -14,7 +14,7 @@ namespace {
 Result<size_t> FindColumn(const std::vector<FieldInfo>& fields, const std::string& name,
                           const std::string& table) {
   for (size_t i = 0; i < fields.size(); ++i) {
-    if (TextEqualsIgnoreCase(fields[i].name, name)) return i;
+    if (EqualsIgnoreCase(fields[i].name, name)) return i;
   }
   return Status::InvalidArgument("column " + name + " not found in table " + table);
 }

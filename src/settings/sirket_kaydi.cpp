@@ -13,7 +13,7 @@ namespace {
 Result<size_t> Column(const RowSource& rows, const char* table, const char* name) {
   const auto& fields = rows.fields();
   for (size_t i = 0; i < fields.size(); ++i) {
-    if (db::TextEqualsIgnoreCase(fields[i].name, name)) return i;
+    if (EqualsIgnoreCase(fields[i].name, name)) return i;
   }
   return Status::InvalidArgument(std::string(table) + " has no column " + name);
 }

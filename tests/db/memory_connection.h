@@ -34,7 +34,7 @@ class MemoryConnection : public Connection {
     queries.emplace_back(sql);
     PX_ASSIGN_OR_RETURN(SelectStatement st, ParseSelect(sql));
     for (const auto& [name, table] : tables_) {
-      if (TextEqualsIgnoreCase(name, st.table)) {
+      if (EqualsIgnoreCase(name, st.table)) {
         return SelectRows(std::make_unique<VectorRowSource>(table.fields, table.rows), st);
       }
     }
