@@ -72,13 +72,13 @@ Result<fs::path> DefaultDriveC() {
 
 }  // namespace
 
-Result<std::vector<DriveMapping>> ParseDriveMap(std::string_view spec) {
+Result<std::vector<DriveMapping>> ParseDriveMap(std::string_view map_text) {
   std::vector<DriveMapping> map;
   size_t i = 0;
-  while (i <= spec.size()) {
-    size_t j = spec.find(';', i);
-    if (j == std::string_view::npos) j = spec.size();
-    std::string_view entry = TrimBlanks(spec.substr(i, j - i));
+  while (i <= map_text.size()) {
+    size_t j = map_text.find(';', i);
+    if (j == std::string_view::npos) j = map_text.size();
+    std::string_view entry = TrimBlanks(map_text.substr(i, j - i));
     i = j + 1;
     if (entry.empty()) continue;
     size_t eq = entry.find('=');
@@ -104,13 +104,13 @@ bool IsDrivePath(std::string_view path) {
 
 Result<fs::path> DriveRoot(char letter) {
   const char up = UpperLetter(letter);
-  const char* spec = std::getenv(kDriveMapVariable);
-  if (spec == nullptr) {
+  const char* map_text = std::getenv(kDriveMapVariable);
+  if (map_text == nullptr) {
     if (up == 'C') return DefaultDriveC();
     return Status::NotFound(std::string("drive ") + up + ": is not mapped (set " +
                             kDriveMapVariable + ")");
   }
-  PX_ASSIGN_OR_RETURN(auto map, ParseDriveMap(spec));
+  PX_ASSIGN_OR_RETURN(auto map, ParseDriveMap(map_text));
   for (const auto& m : map) {
     if (m.letter == up) return m.root;
   }

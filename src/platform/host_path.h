@@ -27,7 +27,7 @@ struct DriveMapping {
 
 // Parses "C=/srv/pergonix;D=/media/usb": letters in any case, blanks around entries and
 // empty entries ignored; the first mapping of a letter wins.
-Result<std::vector<DriveMapping>> ParseDriveMap(std::string_view spec);
+Result<std::vector<DriveMapping>> ParseDriveMap(std::string_view map_text);
 
 // True for "X:" followed by nothing or a separator ("C:\a", "c:/a", "D:").
 bool IsDrivePath(std::string_view path);

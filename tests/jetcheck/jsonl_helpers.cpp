@@ -1,5 +1,7 @@
 #include "jetcheck/jsonl_helpers.h"
 
+#include "platform/codepage.h"
+
 #include <cstdint>
 #include <cstdio>
 
@@ -126,24 +128,6 @@ class Parser {
     return true;
   }
 
-  static void AppendUtf8(std::string& out, uint32_t cp) {
-    if (cp < 0x80) {
-      out += char(cp);
-    } else if (cp < 0x800) {
-      out += char(0xC0 | (cp >> 6));
-      out += char(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-      out += char(0xE0 | (cp >> 12));
-      out += char(0x80 | ((cp >> 6) & 0x3F));
-      out += char(0x80 | (cp & 0x3F));
-    } else {
-      out += char(0xF0 | (cp >> 18));
-      out += char(0x80 | ((cp >> 12) & 0x3F));
-      out += char(0x80 | ((cp >> 6) & 0x3F));
-      out += char(0x80 | (cp & 0x3F));
-    }
-  }
-
   bool Escape(std::string& out) {
     if (pos_ >= text_.size()) return false;
     char c = text_[pos_++];
@@ -189,7 +173,7 @@ class Parser {
         pos_ = save;
       }
     }
-    AppendUtf8(out, cp);
+    AppendUtf8CodePoint(out, cp);
     return true;
   }
 
