@@ -28,7 +28,7 @@ test-asan:
 	cmake -S . -B build-asan $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DPX_SANITIZE=ON \
 	  -DPX_BENCH=OFF -DCMAKE_CXX_FLAGS=-O1 >/dev/null
 	cmake --build build-asan -j $(JOBS)
-	cd build-asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 PX_DAMAGE_STRIDE=4 \
+	cd build-asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 PX_DAMAGE_STRIDE=8 \
 	  ctest --output-on-failure -j $(JOBS)
 
 test-fuzz:
