@@ -141,7 +141,8 @@ void XbfWriter::StartTag(int depth, std::string_view name, int continuation_dept
   continuation_depth_ = continuation_depth;
 }
 
-void XbfWriter::Attribute(std::string_view name, std::string_view escaped_value) {
+// Breaks the line when it is already long, then writes " name='".
+void XbfWriter::OpenAttribute(std::string_view name) {
   if (!first_attribute_ && column_ > kBreakAfter) {
     buf_ += "\r\n";
     buf_.append(size_t(continuation_depth_), '\t');
@@ -152,23 +153,19 @@ void XbfWriter::Attribute(std::string_view name, std::string_view escaped_value)
   buf_ += ' ';
   buf_ += name;
   buf_ += "='";
+  column_ += int64_t(Width(std::string_view(buf_).substr(start)));
+}
+
+void XbfWriter::Attribute(std::string_view name, std::string_view escaped_value) {
+  OpenAttribute(name);
+  const size_t start = buf_.size();
   buf_ += escaped_value;
   buf_ += '\'';
   column_ += int64_t(Width(std::string_view(buf_).substr(start)));
 }
 
 void XbfWriter::HexAttribute(std::string_view name, std::string_view hex) {
-  if (!first_attribute_ && column_ > kBreakAfter) {
-    buf_ += "\r\n";
-    buf_.append(size_t(continuation_depth_), '\t');
-    column_ = 0;
-  }
-  first_attribute_ = false;
-  const size_t start = buf_.size();
-  buf_ += ' ';
-  buf_ += name;
-  buf_ += "='";
-  column_ += int64_t(Width(std::string_view(buf_).substr(start)));
+  OpenAttribute(name);
   const int64_t digit_pair = options_.encoding == TextEncoding::kUtf16Le ? 4 : 2;
   for (size_t i = 0; i + 1 < hex.size(); i += 2) {
     if (column_ > kBreakAfter - 1) {

@@ -42,6 +42,7 @@ class XbfWriter {
 
  private:
   void StartTag(int depth, std::string_view name, int continuation_depth);
+  void OpenAttribute(std::string_view name);
   void Attribute(std::string_view name, std::string_view escaped_value);
   void HexAttribute(std::string_view name, std::string_view hex);
   void EndLine(std::string_view close);
