@@ -1,0 +1,85 @@
+#pragma once
+// A module database that the restore changes, whichever backend holds it: the statements
+// the flows build as text ("DELETE FROM", "INSERT INTO ... Values (...)", the two UPDATEs),
+// a row added by field names as a recordset's AddNew/Update does, the ADOX calls that make
+// tables, columns and keys, the columns schema rowset, and transactions.
+//
+// Outside Begin()/Commit() every call is its own transaction. Between them every change
+// reaches the database together at Commit() or not at all; an error, a full disk or a
+// killed process leaves it as it was before Begin().
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/result.h"
+#include "core/value.h"
+#include "db/connection.h"
+
+namespace px::db {
+
+// A column as ADOX's Columns.Append adds it. `ado_type` unset: ADOX's default column.
+struct NewColumn {
+  std::string name;
+  std::optional<int> ado_type;  // 202, 5, 17, 2, 3, 4, 11, 6
+  int defined_size = 0;         // characters, for 202
+  int precision = 0;            // 2 for 6 (Currency), as the catalog sets it
+  bool allow_zero_length = false;  // "Jet OLEDB:Allow Zero Length"
+  bool autoincrement = false;      // "Autoincrement"
+};
+
+// One row of the columns schema rowset (OpenSchema 4) of a table.
+struct SchemaColumn {
+  std::string name;       // COLUMN_NAME
+  int64_t ordinal = 0;    // ORDINAL_POSITION
+};
+
+class Database : public Connection {
+ public:
+  // "DELETE FROM t", "INSERT INTO t (...) Values (...)", "UPDATE t SET ... WHERE ...":
+  // the number of rows affected. Anything else is refused with an error quoting it.
+  virtual Result<int64_t> Execute(std::string_view sql) = 0;
+
+  // A recordset's AddNew, one assignment per field by name, Update. Fields the table
+  // lacks are an error naming the table and the field.
+  virtual Status AddRow(std::string_view table, const std::vector<FieldInfo>& fields,
+                        const Row& values) = 0;
+
+  // ADOX: Tables.Append of a table without columns; Columns.Append; Keys.Append of a key of
+  // type primary on one column. A second "PrimaryKey" on a table fails naming the table.
+  virtual Status CreateTable(std::string_view table) = 0;
+  virtual Status AppendColumn(std::string_view table, const NewColumn& column) = 0;
+  virtual Status AppendPrimaryKey(std::string_view table, std::string_view key_name,
+                                  std::string_view column) = 0;
+
+  // The columns schema rowset for one table, sorted by ORDINAL_POSITION; empty when the
+  // table does not exist.
+  virtual Result<std::vector<SchemaColumn>> SchemaColumns(std::string_view table) = 0;
+  // Table.Keys.Count as ADOX counts keys (primary, unique, foreign).
+  virtual Result<int> KeyCount(std::string_view table) = 0;
+  // Whether the table has an AutoNumber (identity) column.
+  virtual Result<bool> HasAutoNumber(std::string_view table) = 0;
+
+  virtual Status Begin() = 0;
+  virtual Status Commit() = 0;
+  virtual Status Rollback() = 0;
+};
+
+// One open database per file: every step that names the same file gets the same open
+// database (and so shares its lock and transaction) until Close().
+class DatabasePool {
+ public:
+  virtual ~DatabasePool() = default;
+  // Opens an existing Access file (domain or host path) for change; holds its lock.
+  virtual Result<Database*> Open(std::string_view path) = 0;
+  // A new empty Access database (ADOX Catalog.Create). Within a transaction begun on the
+  // returned database the file appears only at Commit().
+  virtual Result<Database*> Create(std::string_view path) = 0;
+  virtual void Close(std::string_view path) = 0;
+  virtual void CloseAll() = 0;
+};
+
+}  // namespace px::db
