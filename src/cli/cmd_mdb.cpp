@@ -137,6 +137,7 @@ void AddMdbCommands(CLI::App& app) {
   satirlar->add_option("DOSYA", *path, "Database file (Windows path or host path)")->required();
   satirlar->add_option("TABLO", *table, "Table name")->required();
   satirlar->callback([path, table] { RunSatirlar(*path, *table); });
+  AddMdbSqlCommand(*mdb);
 }
 
 }  // namespace px::cli

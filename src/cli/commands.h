@@ -24,6 +24,8 @@ op::Operator& ConsoleOperator();
 
 void AddAyarlarCommand(CLI::App& app);
 void AddMdbCommands(CLI::App& app);
+// "mdb sql", registered on the mdb command by AddMdbCommands.
+void AddMdbSqlCommand(CLI::App& mdb);
 void AddXbfCommands(CLI::App& app);
 void AddPbfCommands(CLI::App& app);
 

@@ -20,6 +20,7 @@ bool IsWordByte(unsigned char c) {
 
 Result<Token> SqlLexer::Next() {
   while (pos_ < sql_.size() && std::isspace(static_cast<unsigned char>(sql_[pos_]))) ++pos_;
+  start_ = pos_;
   Token t;
   if (pos_ >= sql_.size()) return t;
   const unsigned char c = static_cast<unsigned char>(sql_[pos_]);
@@ -48,7 +49,7 @@ Result<Token> SqlLexer::Next() {
 
 Status SqlLexer::Error(const std::string& what) const {
   return Status::NotSupported("SQL \"" + std::string(sql_) + "\" at position " +
-                              std::to_string(pos_ + 1) + ": " + what);
+                              std::to_string(start_ + 1) + ": " + what);
 }
 
 Token SqlLexer::Number() {

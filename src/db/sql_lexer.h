@@ -25,7 +25,8 @@ class SqlLexer {
 
   Result<Token> Next();
 
-  // NotSupported: SQL "<statement>" at position <n>: <what>.
+  // NotSupported: SQL "<statement>" at position <n>: <what>, where <n> is where the token
+  // read last begins (1-based).
   Status Error(const std::string& what) const;
 
  private:
@@ -35,6 +36,7 @@ class SqlLexer {
 
   std::string_view sql_;
   size_t pos_ = 0;
+  size_t start_ = 0;
 };
 
 // Reads tokens one ahead for a recursive-descent parser.
