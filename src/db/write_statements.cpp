@@ -279,9 +279,19 @@ Result<size_t> FindField(const std::vector<FieldInfo>& fields, std::string_view 
 
 Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql) {
   PX_ASSIGN_OR_RETURN(WriteStatement st, ParseWriteStatement(sql));
-  if (auto* d = std::get_if<DeleteStatement>(&st)) return RunDelete(store, *d);
-  if (auto* i = std::get_if<InsertStatement>(&st)) return RunInsert(store, *i);
-  return RunUpdate(store, std::get<UpdateStatement>(st));
+  Result<int64_t> n = int64_t{0};
+  if (auto* d = std::get_if<DeleteStatement>(&st)) {
+    n = RunDelete(store, *d);
+  } else if (auto* i = std::get_if<InsertStatement>(&st)) {
+    n = RunInsert(store, *i);
+  } else {
+    n = RunUpdate(store, std::get<UpdateStatement>(st));
+  }
+  // What the statement asks beyond the subset is refused quoting it, as the parser does.
+  if (!n.ok() && n.status().IsNotSupported()) {
+    return n.status().WithContext("SQL \"" + std::string(sql) + "\"");
+  }
+  return n;
 }
 
 Status InsertByFieldName(TableStore& store, std::string_view table_name,

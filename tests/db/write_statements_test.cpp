@@ -111,7 +111,8 @@ TEST(ExecuteWriteStatement, RefusedRowsNameTableColumnAndValue) {
       {"UPDATE tablo_cari SET strAd = 'x' WHERE yok = 'y'",
        "column yok not found in table tablo_cari"},
       {"UPDATE tablo_cari SET strAd = 'x' + curTutar",
-       "table tablo_cari: 'x' + curTutar adds a number"},
+       "SQL \"UPDATE tablo_cari SET strAd = 'x' + curTutar\": table tablo_cari: 'x' + curTutar "
+       "adds a number"},
       {"UPDATE tablo_cari SET strAd = 'x' + 1", "'+' is supported between texts only"},
       {"UPDATE tablo_cari SET curTutar = 'bir'",
        "table tablo_cari, column curTutar: 'bir' is not a number"},
