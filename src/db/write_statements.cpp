@@ -33,11 +33,9 @@ Status CheckColumnValue(const std::string& table, const FieldInfo& field, Value&
     }
     return Status::Ok();
   }
+  // AllowZeroLength is left to the engine: only the stored property says whether "" is
+  // refused, and FieldInfo cannot tell an absent property from a False one.
   if (auto* s = std::get_if<std::string>(&value); s && IsTextColumn(field)) {
-    if (s->empty() && !field.allow_zero_length) {
-      return Status::InvalidArgument("table " + table + ", column " + field.name +
-                                     ": the column does not allow a zero-length text");
-    }
     const size_t length = Utf8Length(*s);
     if (field.ado_type == ado::kVarWChar && field.size > 0 && length > size_t(field.size)) {
       return Status::InvalidArgument("table " + table + ", column " + field.name + ": '" + *s +
