@@ -35,6 +35,10 @@ inline constexpr int kExitError = 1;
 [[noreturn]] void Fail(const Status& status);
 [[noreturn]] void Fail(const std::string& message);
 
+// The host path (UTF-8) of a path given on the command line; Fail()s when its drive has no
+// folder.
+std::string HostPathOrFail(const std::string& path);
+
 // Runs the program; returns the process exit code.
 int Run(int argc, char** argv);
 
