@@ -29,9 +29,10 @@ Result<Geometry> Measure(const JetFormat& f, Bytes page, const std::string& wher
   return g;
 }
 
-// Start and end of row `row`, checked.
-Result<std::pair<size_t, size_t>> Bounds(const JetFormat& f, Bytes page, uint16_t row,
-                                         const std::string& where) {
+}  // namespace
+
+Result<std::pair<size_t, size_t>> DataRowBounds(const JetFormat& f, Bytes page, uint16_t row,
+                                                const std::string& where) {
   PX_ASSIGN_OR_RETURN(Geometry g, Measure(f, page, where));
   if (row >= g.count) {
     return Status::Corruption(where + ": row " + std::to_string(row) +
@@ -46,8 +47,6 @@ Result<std::pair<size_t, size_t>> Bounds(const JetFormat& f, Bytes page, uint16_
   }
   return std::pair<size_t, size_t>(start, end);
 }
-
-}  // namespace
 
 void InitDataPage(const JetFormat& f, MutableBytes page, uint32_t owner) {
   std::fill(page.begin(), page.end(), 0);
@@ -84,7 +83,7 @@ Result<uint8_t> AppendDataRow(const JetFormat& f, MutableBytes page, Bytes row,
 
 Status MarkDataRowDeleted(const JetFormat& f, MutableBytes page, uint16_t row,
                           const std::string& where) {
-  PX_RETURN_IF_ERROR(Bounds(f, page, row, where).status());
+  PX_RETURN_IF_ERROR(DataRowBounds(f, page, row, where).status());
   uint8_t* entry = &page[f.data_row_table + 2 * size_t(row)];
   const uint16_t raw = LoadLe16(entry);
   if (raw & kRowDeletedFlag) {
@@ -96,7 +95,7 @@ Status MarkDataRowDeleted(const JetFormat& f, MutableBytes page, uint16_t row,
 
 Status OverwriteDataRow(const JetFormat& f, MutableBytes page, uint16_t row, Bytes bytes,
                         const std::string& where) {
-  PX_ASSIGN_OR_RETURN(auto bounds, Bounds(f, page, row, where));
+  PX_ASSIGN_OR_RETURN(auto bounds, DataRowBounds(f, page, row, where));
   if (bounds.second - bounds.first != bytes.size()) {
     return Status::InvalidArgument(where + ": row " + std::to_string(row) + " holds " +
                                    std::to_string(bounds.second - bounds.first) + " bytes, not " +

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "core/bytes.h"
 #include "core/result.h"
@@ -37,6 +38,11 @@ Result<uint8_t> AppendDataRow(const JetFormat& f, MutableBytes page, Bytes row,
 // Flags row `row` deleted (its bytes stay). Deleting a deleted row is an error.
 Status MarkDataRowDeleted(const JetFormat& f, MutableBytes page, uint16_t row,
                           const std::string& where);
+
+// Start and end offsets of row `row` within the page, checked against the page and the
+// neighbouring rows.
+Result<std::pair<size_t, size_t>> DataRowBounds(const JetFormat& f, Bytes page, uint16_t row,
+                                                const std::string& where);
 
 // Overwrites row `row` with bytes of exactly its current length.
 Status OverwriteDataRow(const JetFormat& f, MutableBytes page, uint16_t row, Bytes bytes,
