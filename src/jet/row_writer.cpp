@@ -63,7 +63,7 @@ size_t MaxRowSize(const JetFormat& f) {
 
 Result<std::vector<uint8_t>> EncodeRow(const JetFormat& f, const TableDef& def,
                                        std::span<const ColumnData> columns,
-                                       const std::string& where) {
+                                       const std::string& where, size_t pad_to) {
   if (columns.size() != def.columns.size()) {
     return RowError(where, "row has " + std::to_string(columns.size()) + " values for " +
                                std::to_string(def.columns.size()) + " columns");
@@ -104,6 +104,15 @@ Result<std::vector<uint8_t>> EncodeRow(const JetFormat& f, const TableDef& def,
     std::copy(columns[i].bytes.begin(), columns[i].bytes.end(),
               row.begin() + f.row_count_size + c.fixed_offset);
   }
+  size_t padding = 0;
+  if (pad_to > 0) {
+    PX_ASSIGN_OR_RETURN(auto plain, EncodeRow(f, def, columns, where));
+    if (plain.size() > pad_to || (plain.size() < pad_to && f.row_count_size == 1)) {
+      return RowError(where, "row of " + std::to_string(plain.size()) +
+                                 " bytes cannot fill a slot of " + std::to_string(pad_to));
+    }
+    padding = pad_to - plain.size();
+  }
   if (def.var_cols > 0) {
     std::vector<size_t> offsets;
     offsets.reserve(def.var_cols + 1);
@@ -114,11 +123,14 @@ Result<std::vector<uint8_t>> EncodeRow(const JetFormat& f, const TableDef& def,
       }
     }
     offsets.push_back(row.size());
+    row.insert(row.end(), padding, 0);
     if (f.row_count_size == 1) {
       PX_RETURN_IF_ERROR(AppendJet3Tail(row, offsets, mask_size, where));
     } else {
       AppendJet4Tail(row, offsets);
     }
+  } else {
+    row.insert(row.end(), padding, 0);
   }
   row.insert(row.end(), mask.begin(), mask.end());
   if (row.size() > MaxRowSize(f)) {

@@ -25,8 +25,10 @@ size_t MaxRowSize(const JetFormat& f);
 
 // Builds the row from per-column data indexed like def.columns (ColumnData::bytes must be
 // exactly the column's length for fixed columns). `where` ("table Cari") leads messages.
+// With `pad_to` larger than the row (Jet 4 only), unused zero bytes are placed between the
+// data and the offset table (or the null mask) so that the row fills a slot of that size.
 Result<std::vector<uint8_t>> EncodeRow(const JetFormat& f, const TableDef& def,
                                        std::span<const ColumnData> columns,
-                                       const std::string& where);
+                                       const std::string& where, size_t pad_to = 0);
 
 }  // namespace px::jet

@@ -18,6 +18,8 @@ class WritablePages {
  public:
   virtual ~WritablePages() = default;
   virtual const std::string& file_name() const = 0;
+  // Pages in the database as it stands.
+  virtual uint32_t page_count() const = 0;
   virtual Result<Bytes> Read(uint32_t page) = 0;
   virtual Result<MutableBytes> Modify(uint32_t page) = 0;
   // A new page, zero-filled, marked used in the global page map.

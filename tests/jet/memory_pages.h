@@ -32,7 +32,7 @@ class MemoryPages final : public WritablePages {
   }
 
   const std::string& file_name() const override { return name_; }
-  uint32_t page_count() const { return uint32_t(bytes_.size() / f_.page_size); }
+  uint32_t page_count() const override { return uint32_t(bytes_.size() / f_.page_size); }
   const std::vector<uint8_t>& bytes() const { return bytes_; }
   std::set<uint32_t> freed;
   std::set<uint32_t> allocated;
