@@ -504,8 +504,10 @@ Status AppendColumnKey(const ColumnDef& c, TextOrder order, bool ascending, cons
                        std::vector<uint8_t>& out) {
   auto fail = [&](const Status& s) { return s.WithContext("column " + c.name); };
   if (c.type == coltype::kBoolean) {
+    // Never NULL: the flag byte, then 00 for true (ascending).
     const bool* b = std::get_if<bool>(&v);
     const bool value = b != nullptr && *b;
+    out.push_back(ascending ? kAscValue : kDescValue);
     out.push_back((value == ascending) ? kAscTrue : kAscFalse);
     return Status::Ok();
   }

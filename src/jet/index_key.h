@@ -4,7 +4,7 @@
 // is built to sort like the value. Per key column, in the index's column order:
 //
 //   flag      7F value follows / 00 NULL (ascending); 80 / FF (descending)
-//   Boolean   no flag: 00 true, FF false (ascending)
+//   Boolean   never NULL: the flag, then 00 true, FF false (ascending)
 //   Byte      the byte                      Integer, Long, Currency  big-endian, sign bit flipped
 //   Single, Double, Date/Time  big-endian IEEE; positive: sign bit flipped, negative: all
 //             bits inverted
