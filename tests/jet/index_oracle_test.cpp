@@ -11,7 +11,7 @@
 
 #include "jet/database.h"
 #include "jet/index_verify.h"
-#include "support/temp_folder.h"
+#include "jet_oracle.h"
 
 namespace px::jet {
 namespace {
@@ -74,10 +74,7 @@ TEST(IndexKeyOracle, EveryStoredKeyOfEverySampleIsWhatTheEncoderMakes) {
 // (the ignorable characters), accents past the first letter, trailing spaces, and one key
 // of every other indexable type.
 TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
-  const auto tool = std::filesystem::path(PX_SHARED_DIR) / "tools" / "jet-oracle" / "jet-oracle";
-  if (!std::filesystem::exists(tool) || std::system("java -version >/dev/null 2>&1") != 0) {
-    GTEST_SKIP() << "jet-oracle or java not available";
-  }
+  if (!JetOracleAvailable()) GTEST_SKIP() << "jet-oracle or java not available";
   const char* words[] = {"ŞİRKET",
                          "şirket",
                          "SIRKET",
@@ -144,13 +141,11 @@ TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
                {"name":"Coklu","columns":["Tutar","Oran","Aktif","Miktar","B","Kod"]}],
     "rows":[)" + rows + "]}]}";
   px::testing::TempFolder tmp;
-  const auto spec = tmp.Write("tables.json", json);
-  const auto file = tmp.path() / "oracle.mdb";
-  const std::string cmd = "\"" + tool.string() + "\" build \"" + file.string() + "\" \"" +
-                          spec.string() + "\" > \"" + (tmp.path() / "out.txt").string() + "\" 2>&1";
-  ASSERT_EQ(std::system(cmd.c_str()), 0) << px::testing::ReadAll(tmp.path() / "out.txt");
+  std::string error;
+  auto file = JetOracleBuild(tmp, "oracle.mdb", json, error);
+  ASSERT_TRUE(file) << error;
   Coverage cov;
-  CheckFile(file, cov);
+  CheckFile(*file, cov);
   // Three indexes hold a text column, plus the catalog's own ParentIdName.
   EXPECT_GE(cov.orders[TextOrder::kGeneralLegacy], 3 * std::size(words));
 }
