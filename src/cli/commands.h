@@ -24,6 +24,8 @@ op::Operator& ConsoleOperator();
 
 void AddAyarlarCommand(CLI::App& app);
 void AddMdbCommands(CLI::App& app);
+// "mdb kontrol", registered on the "mdb" command by AddMdbCommands.
+void AddMdbKontrolCommand(CLI::App& mdb);
 void AddXbfCommands(CLI::App& app);
 void AddPbfCommands(CLI::App& app);
 
