@@ -26,6 +26,8 @@ void AddAyarlarCommand(CLI::App& app);
 void AddMdbCommands(CLI::App& app);
 // "mdb kontrol", registered on the "mdb" command by AddMdbCommands.
 void AddMdbKontrolCommand(CLI::App& mdb);
+// "mdb sql", registered on the mdb command by AddMdbCommands.
+void AddMdbSqlCommand(CLI::App& mdb);
 void AddXbfCommands(CLI::App& app);
 void AddPbfCommands(CLI::App& app);
 
