@@ -6,6 +6,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -214,8 +215,8 @@ class FakeDatabase : public db::Database {
       start = comma + 2;
     }
     std::string_view v = rest.substr(values + 10);
-    v.remove_suffix(1);  // ")"
-    std::vector<Value> vals;
+    v.remove_suffix(1);                            // ")"
+    std::vector<std::optional<std::string>> vals;  // nullopt: Null
     size_t i = 0;
     while (i <= v.size()) {
       if (v.substr(i).starts_with("CAST('")) {
@@ -231,7 +232,7 @@ class FakeDatabase : public db::Database {
         if (end == std::string_view::npos) end = v.size();
         std::string_view tok = v.substr(i, end - i);
         if (tok == "Null")
-          vals.push_back(Null{});
+          vals.push_back(std::nullopt);
         else
           vals.push_back(std::string(tok));
         i = end;
@@ -243,7 +244,7 @@ class FakeDatabase : public db::Database {
     Row row(t->columns.size(), Null{});
     for (size_t k = 0; k < names.size(); ++k) {
       PX_ASSIGN_OR_RETURN(size_t c, Column(*t, names[k], table));
-      row[c] = vals[k];
+      if (vals[k]) row[c] = *vals[k];
     }
     t->rows.push_back(std::move(row));
     return int64_t{1};
@@ -260,6 +261,7 @@ class FakePool : public db::DatabasePool {
   std::map<std::string, std::unique_ptr<FakeDatabase>> files;
   std::vector<std::string> log;  // every call of every database, prefixed with its path
   std::string fail_create;
+  std::string fail_on_created;  // fail_on of every database Create makes
 
   FakeDatabase& Add(const std::string& path) {
     auto& slot = files[FoldCase(path)];
@@ -282,7 +284,9 @@ class FakePool : public db::DatabasePool {
       return Status::IOError("disk full: " + std::string(path));
     }
     if (Get(std::string(path))) return Status::InvalidArgument("exists: " + std::string(path));
-    return static_cast<db::Database*>(&Add(std::string(path)));
+    FakeDatabase& d = Add(std::string(path));
+    d.fail_on = fail_on_created;
+    return static_cast<db::Database*>(&d);
   }
   void Close(std::string_view path) override { log.push_back("Close " + std::string(path)); }
   void CloseAll() override { log.push_back("CloseAll"); }
