@@ -118,7 +118,7 @@ class FakeDatabase : public db::Database {
     FakeTable* t = Find(table);
     if (!t) return Status::NotFound("no table " + std::string(table));
     t->columns.push_back(c);
-    for (Row& r : t->rows) r.push_back(Null{});
+    for (Row& r : t->rows) r.resize(r.size() + 1);  // Null
     return Status::Ok();
   }
   Status AppendPrimaryKey(std::string_view table, std::string_view key,

@@ -11,7 +11,18 @@
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
 
+namespace px::op {
+void PrintTo(const Box& b, std::ostream* os) {
+  *os << "{" << b.text << " | " << b.title << " | " << int(b.icon) << " | " << int(b.buttons)
+      << " | " << b.default_button << "}";
+}
+}  // namespace px::op
+
 namespace px::restore {
+void PrintTo(const ModulSonucu& m, std::ostream* os) {
+  *os << "{" << m.modul << "," << m.sirket << "," << m.durum << "}";
+}
+
 namespace {
 
 using op::Answer;
@@ -418,6 +429,165 @@ TEST_F(GeriAlTest, PresenceLooksAtEveryLevel) {
   EXPECT_FALSE(ModulPaketteVarmi(fs_, kPaket, "Cari", "002", "2009"));
   c_.Write("Yedek/Paket1/Beyanname/Data/beyan-tblBeyan.xbf", "x");
   EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Beyanname", "002", "2009"));
+}
+
+YilGeriAlGirdileri YilGirdileri() {
+  YilGeriAlGirdileri g;
+  g.paket = "Paket1";
+  g.kaynak = "C:\\Yedek";
+  g.kaynak_yil = "2009";
+  g.hedef_yil = "2010";
+  return g;
+}
+
+const char kYilSorusu[] =
+    "2009 Yılına Ait Tüm Şirketlerdeki Yedek Bilgilerini Geri Almak İstediğinizden Eminmisiniz?";
+const char kYilUyarisi[] =
+    "ÖNEMLİ UYARI\r\n\r\nHedef Yıl: 2010\r\n\r\nBu İşlem 'Paket1' Paketindeki 2009 Yılına Ait Tüm "
+    "Şirketlerdeki Yedek Bilgilerini 2010 Yılındaki Çalışma Bilgilerinin Üzerine "
+    "Yazacaktır!\r\n\r\nİşleme Devam Etmek İstediğinizden Kesinlikle Eminmisiniz?";
+
+std::string YilModulSorusu(const std::string& ad, const std::string& sirket) {
+  return "Modül: " + ad + "\r\nŞirket No: " + sirket +
+         "\r\nYıl: 2010\r\n\r\nYukarıdaki Modüldeki Bilgiler SİLİNECEKTİR.\r\n\r\nYedek Bilgileri "
+         "Geri Almak İstediğinizden Eminmisiniz?";
+}
+
+TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
+  struct Case {
+    std::function<void(YilGeriAlGirdileri&)> bozma;
+    const char* mesaj;
+  };
+  const Case cases[] = {
+      {[](auto& g) { g.paket.clear(); }, "Lütfen Bir Paket Seçin!"},
+      {[](auto& g) {
+         g.kaynak.clear();
+         g.hedef_yil.clear();
+       },
+       "Lütfen Yedeklerin Bulunduğu Klasörü Seçin!"},
+      {[](auto& g) { g.kaynak_yil.clear(); }, "Lütfen Geri Alınacak Yılı Seçin!"},
+      {[](auto& g) { g.hedef_yil.clear(); }, "Lütfen Yedeklerin Kopyalanacağı Yılı Seçin!"},
+      {[](auto& g) { g.moduller.clear(); }, "Geri Alınacak Modül Bulunamadı!"},
+      {[](auto& g) { g.moduller[0].secili = false; },
+       "Lütfen Geri Almak İstediğiniz Modülü Seçin!"},
+  };
+  for (const auto& c : cases) {
+    op::ScriptedOperator op;
+    Ortam o = Ortami();
+    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
+                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    YilGeriAlGirdileri g = YilGirdileri();
+    g.moduller = {{"Cari", true}};
+    c.bozma(g);
+    EXPECT_TRUE(YilGeriAl(ortam, g).hata);
+    EXPECT_EQ(op.boxes, std::vector<Box>{Bilgi(c.mesaj)}) << c.mesaj;
+  }
+  // No to either question ends the run; the second is an exclamation box.
+  for (int no_at : {0, 1}) {
+    op::ScriptedOperator op;
+    if (no_at == 1) op.Queue(Answer::kYes);
+    op.Queue(Answer::kNo);
+    Ortam o = Ortami();
+    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
+                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    YilGeriAlGirdileri g = YilGirdileri();
+    g.moduller = {{"Cari", true}};
+    EXPECT_TRUE(YilGeriAl(ortam, g).reddedildi);
+    std::vector<Box> beklenen{Soru(kYilSorusu, "Yedek İşlemleri")};
+    if (no_at == 1)
+      beklenen.push_back({kYilUyarisi, "Yedek İşlemleri", Icon::kExclamation, Buttons::kYesNo, 2});
+    EXPECT_EQ(op.boxes, beklenen);
+    EXPECT_TRUE(op.wait_window.empty());
+  }
+  EXPECT_TRUE(pool_.log.empty());
+}
+
+TEST_F(GeriAlTest, YearRestoreEveryCompanyWithTheItemTableQuirks) {
+  // Company 003 appears first under Demirbas... no: the scan goes Cari, Cek, Demirbas, ...
+  Tablo("Cari/Data/002/2009/cari-tblNot.xbf",
+        {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)},
+        {{std::string("B"), std::string("iki")}});
+  Tablo("Cari/Data/002/2008/cari-tblNot.xbf", {F("Kod", ado::kVarWChar)}, {});
+  Tablo("Cek/Data/003/2009/cek-tblCek.xbf", {F("No", ado::kInteger)}, {});
+  Tablo("Beyanname/Data/003/2009/beyan-tblBeyan.xbf", {F("No", ado::kInteger)}, {});
+  k_.Veritabani("Beyanname", "beyan.mdb", "BEYAN", "DataSirketYil", "Beyanname");
+  k_.Tablo("Beyanname", "tblBeyan");
+  k_.Saha("Beyanname", "tblBeyan", "No", "Long", "", "", "", "1");
+  YilGeriAlGirdileri g = YilGirdileri();
+  g.moduller = {{"Cari", true},      {"Çek", true},     {"İşletme", true},      {"Isletme", true},
+                {"Demirbaş", false}, {"Sipariş", true}, {"Teknik Servis", true}};
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);  // CARİ 001
+  op_.Queue(Answer::kNo);   // CARİ 002: skipped, the run goes on
+  op_.Queue(Answer::kYes);  // BEYANNAME 003
+  Ortam o = Ortami();
+  GeriAlSonucu s = YilGeriAl(o, g);
+  EXPECT_TRUE(s.sona_ulasti);
+  EXPECT_TRUE(s.reddedildi);
+  EXPECT_FALSE(s.hata);
+  EXPECT_EQ(op_.boxes, (std::vector<Box>{
+                           Soru(kYilSorusu, "Yedek İşlemleri"),
+                           {kYilUyarisi, "Yedek İşlemleri", Icon::kExclamation, Buttons::kYesNo, 2},
+                           Soru(YilModulSorusu("CARİ", "001")),
+                           Soru(YilModulSorusu("CARİ", "002")),
+                           Soru(YilModulSorusu("BEYANNAME", "003"))}));
+  EXPECT_EQ(op_.unscripted, 0);
+  EXPECT_EQ(op_.statuses.front(), "Lütfen Bekleyin...");
+  EXPECT_EQ(op_.wait_window, (std::vector<bool>{true, false}));
+  EXPECT_EQ(op_.wait_labels, (std::vector<std::pair<int, std::string>>{
+                                 {2, "2009 Yılına Ait Şirketlerin Yedekleri Geri Alınıyor..."},
+                                 {1, "Geri Alınan Şirket: 001"},
+                                 {1, "Geri Alınan Şirket: 002"},
+                                 {1, "Geri Alınan Şirket: 003"}}));
+  EXPECT_EQ(op_.wait_progress, (std::vector<std::pair<int, int>>{{0, 2}, {0, 2}, {1, 2}, {2, 2}}));
+  EXPECT_EQ(s.moduller,
+            (std::vector<ModulSonucu>{
+                {"Cari", "001", "Tamam"}, {"Cari", "002", "Geç"}, {"Isletme", "003", "Tamam"}}));
+  // Cari of 001 went into 001 / 2010, Beyanname of 003 into its own company.
+  FakeDatabase* cari = pool_.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb");
+  ASSERT_NE(cari, nullptr);
+  EXPECT_EQ(cari->Rows("tblNot"), std::vector<std::string>{"A|bir"});
+  EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb"), nullptr);
+  EXPECT_TRUE(op_.module_states.empty());
+}
+
+TEST_F(GeriAlTest, YearRestorePackageWithoutCompaniesMakesOneEmptyPass) {
+  std::filesystem::remove_all(c_.path() / "Yedek/Paket1");
+  c_.Mkdir("Yedek/Paket1");
+  YilGeriAlGirdileri g = YilGirdileri();
+  g.moduller = {{"Cari", true}};
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  EXPECT_TRUE(YilGeriAl(o, g).sona_ulasti);
+  EXPECT_EQ(op_.wait_labels.back(), (std::pair<int, std::string>{1, "Geri Alınan Şirket: "}));
+  EXPECT_EQ(op_.wait_progress, (std::vector<std::pair<int, int>>{{0, 0}, {0, 0}}));
+  EXPECT_EQ(op_.boxes.size(), 2u);
+  EXPECT_TRUE(pool_.log.empty());
+}
+
+TEST_F(GeriAlTest, YearRestoreGoesOnAfterAFault) {
+  Tablo("Cari/Data/002/2009/cari-tblNot.xbf",
+        {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)},
+        {{std::string("B"), std::string("iki")}});
+  c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf", "<xml damaged");
+  YilGeriAlGirdileri g = YilGirdileri();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  GeriAlSonucu s = YilGeriAl(o, g);
+  EXPECT_TRUE(s.hata);
+  EXPECT_TRUE(s.sona_ulasti);
+  ASSERT_EQ(op_.boxes.size(), 3u);
+  EXPECT_EQ(op_.boxes[2].title, "Hata");
+  EXPECT_EQ(s.moduller,
+            (std::vector<ModulSonucu>{{"Cari", "001", "Hata"}, {"Cari", "002", "Tamam"}}));
+  EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb")->tables.size(), 0u);
+  EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb")->Rows("tblNot"),
+            std::vector<std::string>{"B|iki"});
 }
 
 }  // namespace
