@@ -22,6 +22,10 @@ class ConsoleOperator : public Operator {
   void SetStatus(std::string_view text) override;
   void SetProgress(int value, int maximum) override;
   void SetModuleState(std::string_view module, std::string_view state) override;
+  // The wait window's labels print as status lines; its progress bar as the progress.
+  void ShowWaitWindow(bool) override {}
+  void SetWaitLabel(int, std::string_view text) override { SetStatus(text); }
+  void SetWaitProgress(int value, int maximum) override { SetProgress(value, maximum); }
 
   // The answer an unattended run gives to a box.
   static Answer UnattendedAnswer(const Box& box);
