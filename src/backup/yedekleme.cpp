@@ -478,6 +478,7 @@ YedekSonucu Yedekleme::YedeklemeBaslat(const YedekGirdisi& girdi) {
     const std::string yol = o_.kok + ortak;
     if (!o_.files->Exists(yol)) {
       op.Show(yol + " Dosyası Bulunamadı!", "HATA", op::Icon::kCritical, op::Buttons::kOk, 1);
+      sonuc_.hata_gosterildi = true;
       return sonuc_;
     }
   }
@@ -495,6 +496,7 @@ YedekSonucu Yedekleme::YedeklemeBaslat(const YedekGirdisi& girdi) {
   };
   for (const auto& [hatali, mesaj] : denetimler) {
     if (hatali) {
+      sonuc_.girdi_hatali = true;
       op.Show(mesaj, "Uyarı", op::Icon::kInformation, op::Buttons::kOk, 1);
       return sonuc_;
     }
@@ -507,6 +509,7 @@ YedekSonucu Yedekleme::YedeklemeBaslat(const YedekGirdisi& girdi) {
       kCrLf + "Yedekleme işlemini başlatmak istiyormusunuz?";
   if (op.Show(onay, "Pergonix Yedek", op::Icon::kQuestion, op::Buttons::kYesNo, 2) !=
       op::Answer::kYes) {
+    sonuc_.reddedildi = true;
     return sonuc_;
   }
   EskiYedegiSormadanSil = girdi.eski_yedegi_sormadan_sil;

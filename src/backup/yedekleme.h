@@ -60,6 +60,8 @@ struct YedekSonucu {
   bool tamamlandi = false;      // "Yedekleme İşlemi Tamamlandı." was shown
   bool hata_gosterildi = false;  // an error box was shown
   bool iptal_edildi = false;    // IptalEdildi was set (a declined deletion or a Cancel)
+  bool reddedildi = false;      // the operator answered No to the confirmation
+  bool girdi_hatali = false;    // an input check stopped the run
   // Last "Durum" of each module, by row - 1.
   std::array<std::string, modules::kModulSayisi> durum{};
 };
