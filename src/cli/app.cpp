@@ -24,6 +24,7 @@ int Run(int argc, char** argv) {
   AddXbfCommands(app);
   AddPbfCommands(app);
   AddYedekleCommand(app);
+  AddDogrulaCommand(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::RuntimeError& e) {
