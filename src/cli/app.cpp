@@ -31,10 +31,15 @@ int Run(int argc, char** argv) {
   AddMdbCommands(app);
   AddXbfCommands(app);
   AddPbfCommands(app);
+  AddYedekleCommand(app);
+  AddDogrulaCommand(app);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::RuntimeError& e) {
+    return e.get_exit_code();  // a command's own end (Fail and the run's exit codes)
   } catch (const CLI::ParseError& e) {
-    return app.exit(e);
+    const int code = app.exit(e);
+    return code == kExitOk ? kExitOk : kExitUsage;
   }
   if (argc <= 1) std::cout << app.help();
   return kExitOk;

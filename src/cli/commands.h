@@ -30,10 +30,14 @@ void AddMdbKontrolCommand(CLI::App& mdb);
 void AddMdbSqlCommand(CLI::App& mdb);
 void AddXbfCommands(CLI::App& app);
 void AddPbfCommands(CLI::App& app);
+void AddYedekleCommand(CLI::App& app);
+void AddDogrulaCommand(CLI::App& app);
 
 // Exit codes of the program.
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitError = 1;
+inline constexpr int kExitUsage = 2;      // bad arguments
+inline constexpr int kExitCancelled = 3;  // the operator declined or cancelled
 
 // Prints "pergonix-yedek: <message>" on standard error and ends the command with kExitError.
 [[noreturn]] void Fail(const Status& status);
