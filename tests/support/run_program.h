@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -41,3 +43,31 @@ inline std::string SamplePath(const std::string& relative) {
 #define PX_SAMPLE_OR_SKIP(var, relative)                       \
   const std::string var = ::px::testing::SamplePath(relative); \
   if (!std::filesystem::exists(var)) GTEST_SKIP() << "no sample " << var
+
+namespace px::testing {
+
+struct ShellOutput {
+  int exit_code = -1;
+  std::string out;  // standard output (and standard error when merged)
+};
+
+// `command` is a shell command line; standard input is empty.
+inline ShellOutput RunShell(const std::string& command) {
+  ShellOutput o;
+  FILE* p = popen((command + " </dev/null").c_str(), "r");
+  if (!p) return o;
+  std::array<char, 4096> buf;
+  size_t n;
+  while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) o.out.append(buf.data(), n);
+  const int status = pclose(p);
+  o.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return o;
+}
+
+inline std::string ShellQuote(const std::string& s) {
+  std::string q = "'";
+  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return q + "'";
+}
+
+}  // namespace px::testing
