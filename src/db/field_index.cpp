@@ -6,11 +6,16 @@
 
 namespace px::db {
 
-Result<size_t> FieldIndex(const RowSource& rows, std::string_view name, std::string_view what) {
-  const auto& fields = rows.fields();
+std::optional<size_t> FindFieldIndex(const std::vector<FieldInfo>& fields, std::string_view name) {
+  const std::string folded = FoldCase(name);
   for (size_t i = 0; i < fields.size(); ++i) {
-    if (EqualsIgnoreCase(fields[i].name, name)) return i;
+    if (FoldCase(fields[i].name) == folded) return i;
   }
+  return std::nullopt;
+}
+
+Result<size_t> FieldIndex(const RowSource& rows, std::string_view name, std::string_view what) {
+  if (auto i = FindFieldIndex(rows.fields(), name)) return *i;
   return Status::InvalidArgument(std::string(what) + " has no column " + std::string(name));
 }
 

@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "db/field_index.h"
 #include "db/jet_criteria.h"
 #include "db/jet_text.h"
 #include "db/select_sql.h"
@@ -267,10 +268,7 @@ Result<int64_t> RunUpdate(TableStore& store, const UpdateStatement& st) {
 
 Result<size_t> FindField(const std::vector<FieldInfo>& fields, std::string_view name,
                          std::string_view table) {
-  const std::string folded = FoldCase(name);
-  for (size_t i = 0; i < fields.size(); ++i) {
-    if (FoldCase(fields[i].name) == folded) return i;
-  }
+  if (auto i = FindFieldIndex(fields, name)) return *i;
   return Status::InvalidArgument("column " + std::string(name) + " not found in table " +
                                  std::string(table));
 }

@@ -2,23 +2,23 @@
 // quote the statement and fail the run.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
+#include "support/program.h"
 #include "support/run_program.h"
 
 namespace px {
 namespace {
 
-using testing::RunProgram;
+using testing::RunPergonixYedek;
 
 TEST(MdbSqlCommand, SelectPrintsRowsAsSatirlarDoes) {
   PX_SAMPLE_OR_SKIP(path, "mdb/testV2000.mdb");
-  auto all = RunProgram("mdb sql '" + path + "' 'SELECT * FROM table1'");
-  auto satirlar = RunProgram("mdb satirlar '" + path + "' table1");
+  auto all = RunPergonixYedek("mdb sql '" + path + "' 'SELECT * FROM table1'");
+  auto satirlar = RunPergonixYedek("mdb satirlar '" + path + "' table1");
   EXPECT_EQ(all.exit_code, 0) << all.text;
   EXPECT_EQ(all.text, satirlar.text);
 
-  auto some = RunProgram("mdb sql '" + path + "' \"select B, A from Table1 where C = '002'\"");
+  auto some =
+      RunPergonixYedek("mdb sql '" + path + "' \"select B, A from Table1 where C = '002'\"");
   EXPECT_EQ(some.exit_code, 0) << some.text;
   EXPECT_EQ(some.text, "{\"B\":\"hijklmnop\",\"A\":\"abcdefg\"}\n");
 }
@@ -34,7 +34,7 @@ TEST(MdbSqlCommand, RefusalsQuoteTheStatementAndFailTheRun) {
       {"SELECT * FROM tblSirket", "no table named tblSirket"},
   };
   for (const Case& c : cases) {
-    auto o = RunProgram("mdb sql '" + path + "' '" + c.statement + "'");
+    auto o = RunPergonixYedek("mdb sql '" + path + "' '" + c.statement + "'");
     EXPECT_EQ(o.exit_code, 1) << c.statement;
     EXPECT_NE(o.text.find(c.message), std::string::npos) << o.text;
   }

@@ -1,6 +1,6 @@
 #pragma once
-// Test scaffolding: runs the program as a user would, capturing what it prints on both
-// streams and its exit status, and finds a sample file (the test skips when it is absent).
+// Test scaffolding: finds a sample file (the test skips when it is absent) and runs shell
+// commands; support/program.h runs the program itself.
 
 #include <gtest/gtest.h>
 
@@ -12,25 +12,6 @@
 #include <string>
 
 namespace px::testing {
-
-struct ProgramOutput {
-  std::string text;  // standard output and standard error, interleaved
-  int exit_code = -1;
-};
-
-// `args` is appended to the program's path as shell text: quote paths with '...'.
-inline ProgramOutput RunProgram(const std::string& args) {
-  ProgramOutput o;
-  const std::string cmd = std::string(PX_BINARY) + " " + args + " </dev/null 2>&1";
-  FILE* p = popen(cmd.c_str(), "r");
-  if (!p) return o;
-  std::array<char, 4096> buf;
-  size_t n;
-  while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) o.text.append(buf.data(), n);
-  const int status = pclose(p);
-  o.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return o;
-}
 
 // The path of a sample below ../shared/samples ("mdb/testV2000.mdb").
 inline std::string SamplePath(const std::string& relative) {
