@@ -248,7 +248,7 @@ Result<MutablePage> PageStore::Modify(uint32_t number) {
 }
 
 Status PageStore::MarkGlobal(uint32_t number, bool free) {
-  if (page_count_ <= kGlobalMapPage) return Status::Ok();  // a database being laid out
+  if (number <= kGlobalMapPage) return Status::Ok();  // the header and the map itself
   PX_ASSIGN_OR_RETURN(MutablePage map_page, Modify(kGlobalMapPage));
   const JetFormat& f = format();
   MutableBytes p = map_page.bytes();

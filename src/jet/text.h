@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/bytes.h"
 #include "core/result.h"
@@ -22,6 +23,12 @@ Result<std::string> DecodeJet4Text(Bytes bytes);
 
 // Jet 3 text in the given Windows code page (1252 and 1254 supported).
 Result<std::string> DecodeJet3Text(Bytes bytes, int code_page);
+
+// Appends one code point as UTF-16LE (a surrogate pair above U+FFFF).
+void AppendUtf16Le(std::vector<uint8_t>& out, uint32_t code_point);
+
+// Names of tables, columns and indexes: at most this many characters.
+inline constexpr size_t kMaxNameChars = 64;
 
 inline constexpr uint16_t kLcidGeneral = 1033;
 inline constexpr uint16_t kLcidTurkish = 1055;
