@@ -6,6 +6,7 @@
 //   mdb kopyala KAYNAK HEDEF [TABLO ...]
 //                               copies tables (columns, keys, indexes, rows) into HEDEF,
 //                               created when missing, in one transaction
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -153,7 +154,13 @@ Status CopyDefinition(jet::Database& from, const jet::CatalogEntry& table, jet::
     c.autoincrement = f.autonumber;
     PX_RETURN_IF_ERROR(to.AddColumn(table.name, c));
   }
-  for (const jet::LogicalIndex& l : def.logical_indexes) {
+  // In the order Jet numbered them, so that the copy numbers them alike.
+  std::vector<const jet::LogicalIndex*> indexes;
+  for (const jet::LogicalIndex& l : def.logical_indexes) indexes.push_back(&l);
+  std::sort(indexes.begin(), indexes.end(),
+            [](const auto* a, const auto* b) { return a->number < b->number; });
+  for (const jet::LogicalIndex* li : indexes) {
+    const jet::LogicalIndex& l = *li;
     if (l.type == jet::kLogicalIndexForeign) continue;
     const jet::RealIndex& r = def.real_indexes[l.real_index];
     jet::IndexSpec spec;

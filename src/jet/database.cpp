@@ -113,6 +113,7 @@ Status Database::LoadCatalog() {
     e.flags = uint32_t(AsInt(row[4]));
     if (auto* b = std::get_if<Binary>(&row[5])) e.lv_prop = std::move(b->bytes);
     e.place = reader->last_row_place();
+    e.location = reader->last_row_pointer();
     if (e.type == objtype::kContainer && e.parent_id == kRootParentId &&
         e.name == kTablesContainer) {
       tables_id = e.id;

@@ -348,13 +348,13 @@ Result<RowPointer> StoreLvalRow(PageStore& store, const TableDef& def, uint16_t 
 
 Result<std::vector<uint8_t>> LongValueBytes(PageStore& store, const TableDef& def,
                                             const ColumnDef& c, Bytes data, AppendState& state,
-                                            const std::string& table) {
+                                            const std::string& table, bool never_inline) {
   std::vector<uint8_t> out(kLongValueHeaderSize, 0);
   const size_t page_room = store.page_size() - store.format().data_row_table - 2 - 4;
   if (data.size() > kLongValueLengthMask) {
     return Status::InvalidArgument(table + ": column " + c.name + ": value too long");
   }
-  if (data.size() <= kInlineLongValueMax) {
+  if (data.size() <= kInlineLongValueMax && !never_inline) {
     StoreLe32(out.data(), uint32_t(data.size()) | kLongValueInline);
     out.insert(out.end(), data.begin(), data.end());
     return out;
@@ -385,18 +385,7 @@ Result<std::vector<uint8_t>> LongValueBytes(PageStore& store, const TableDef& de
 
 }  // namespace
 
-Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
-                                       std::span<const Value> values, AppendState& state,
-                                       const std::string& table) {
-  const JetFormat& f = store.format();
-  if (f.version != JetVersion::kJet4) {
-    return Status::NotSupported(store.name() + ": rows are written in Jet 4 files only");
-  }
-  if (values.size() != def.columns.size()) {
-    return Status::InvalidArgument(table + ": " + std::to_string(values.size()) + " values for " +
-                                   std::to_string(def.columns.size()) + " columns");
-  }
-  const std::string where = store.name() + ": table " + table;
+std::vector<uint8_t> AssembleRow(const TableDef& def, const std::vector<RowPart>& parts) {
   size_t fixed_size = 0;
   for (const ColumnDef& c : def.columns) {
     if (c.fixed() && c.type != coltype::kBoolean) {
@@ -406,28 +395,73 @@ Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
   std::vector<uint8_t> row(2 + fixed_size, 0);
   StoreLe16(row.data(), def.max_cols);
   std::vector<uint8_t> null_mask((def.max_cols + 7) / 8, 0);
-  auto set_bit = [&](uint16_t n) { null_mask[n / 8] |= uint8_t(1u << (n % 8)); };
-  std::vector<std::vector<uint8_t>> var_data(def.var_cols);
+  std::vector<const std::vector<uint8_t>*> var_data(def.var_cols, nullptr);
+  for (size_t i = 0; i < def.columns.size() && i < parts.size(); ++i) {
+    const ColumnDef& c = def.columns[i];
+    const RowPart& part = parts[i];
+    if (c.number >= def.max_cols) continue;
+    const bool set = c.type == coltype::kBoolean ? part.bit : part.present;
+    if (set) null_mask[c.number / 8] |= uint8_t(1u << (c.number % 8));
+    if (!part.present || c.type == coltype::kBoolean) continue;
+    if (c.fixed()) {
+      std::memcpy(row.data() + 2 + c.fixed_offset, part.bytes.data(),
+                  std::min(part.bytes.size(), size_t(c.length)));
+    } else if (c.var_index < def.var_cols) {
+      var_data[c.var_index] = &part.bytes;
+    }
+  }
+  uint8_t two[2];
+  if (def.var_cols > 0) {
+    std::vector<uint16_t> offsets(def.var_cols);
+    for (size_t k = 0; k < def.var_cols; ++k) {
+      offsets[k] = uint16_t(row.size());
+      if (var_data[k] != nullptr) row.insert(row.end(), var_data[k]->begin(), var_data[k]->end());
+    }
+    StoreLe16(two, uint16_t(row.size()));
+    row.insert(row.end(), two, two + 2);
+    for (size_t k = def.var_cols; k-- > 0;) {
+      StoreLe16(two, offsets[k]);
+      row.insert(row.end(), two, two + 2);
+    }
+  }
+  StoreLe16(two, def.var_cols);
+  row.insert(row.end(), two, two + 2);
+  row.insert(row.end(), null_mask.begin(), null_mask.end());
+  return row;
+}
+
+Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
+                                       std::span<const Value> values, AppendState& state,
+                                       const std::string& table) {
+  const JetFormat& f = store.format();
+  if (f.version != JetVersion::kJet4) {
+    return Status::NotSupported(store.name() + ": rows are written in Jet 4 files only");
+  }
+  if (values.size() != def.columns.size()) {
+    return Status::InvalidArgument(table + ": " + std::to_string(values.size()) +
+                                   " values for " + std::to_string(def.columns.size()) +
+                                   " columns");
+  }
+  const std::string where = store.name() + ": table " + table;
+  std::vector<RowPart> parts(def.columns.size());
   for (size_t i = 0; i < def.columns.size(); ++i) {
     const ColumnDef& c = def.columns[i];
     const Value& v = values[i];
+    RowPart& part = parts[i];
     if (c.type == coltype::kBoolean) {
-      bool b = false;
       if (auto* pb = std::get_if<bool>(&v)) {
-        b = *pb;
+        part.bit = *pb;
       } else if (auto* pi = std::get_if<int64_t>(&v)) {
-        b = *pi != 0;
+        part.bit = *pi != 0;
       } else if (!IsNull(v)) {
         return TypeError(where, c, v);
       }
-      if (b) set_bit(c.number);
       continue;
     }
     if (IsNull(v)) continue;
-    set_bit(c.number);
+    part.present = true;
     if (c.fixed()) {
-      PX_ASSIGN_OR_RETURN(std::vector<uint8_t> b, FixedBytes(c, v, where));
-      std::memcpy(row.data() + 2 + c.fixed_offset, b.data(), std::min(b.size(), size_t(c.length)));
+      PX_ASSIGN_OR_RETURN(part.bytes, FixedBytes(c, v, where));
       continue;
     }
     if (c.var_index >= def.var_cols) {
@@ -435,7 +469,7 @@ Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
                                 std::to_string(c.var_index) + " of " +
                                 std::to_string(def.var_cols));
     }
-    std::vector<uint8_t>& out = var_data[c.var_index];
+    std::vector<uint8_t>& out = part.bytes;
     if (c.type == coltype::kText || c.type == coltype::kMemo) {
       auto* s = std::get_if<std::string>(&v);
       if (s == nullptr) return TypeError(where, c, v);
@@ -451,7 +485,7 @@ Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
         }
         out = std::move(text);
       } else {
-        PX_ASSIGN_OR_RETURN(out, LongValueBytes(store, def, c, text, state, table));
+        PX_ASSIGN_OR_RETURN(out, LongValueBytes(store, def, c, text, state, table, false));
       }
     } else if (c.type == coltype::kBinary || c.type == coltype::kOle) {
       auto* b = std::get_if<Binary>(&v);
@@ -459,42 +493,80 @@ Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
       if (c.type == coltype::kBinary) {
         if (b->bytes.size() > c.length) {
           return Status::InvalidArgument(where + ": column " + c.name + ": " +
-                                         std::to_string(b->bytes.size()) + " bytes are more than " +
-                                         std::to_string(c.length));
+                                         std::to_string(b->bytes.size()) +
+                                         " bytes are more than " + std::to_string(c.length));
         }
         out = b->bytes;
       } else {
-        PX_ASSIGN_OR_RETURN(out, LongValueBytes(store, def, c, b->bytes, state, table));
+        PX_ASSIGN_OR_RETURN(out, LongValueBytes(store, def, c, b->bytes, state, table, false));
       }
     } else {
       PX_ASSIGN_OR_RETURN(out, FixedBytes(c, v, where));
     }
   }
-  if (def.var_cols > 0) {
-    std::vector<uint16_t> offsets(def.var_cols);
-    for (size_t k = 0; k < def.var_cols; ++k) {
-      offsets[k] = uint16_t(row.size());
-      row.insert(row.end(), var_data[k].begin(), var_data[k].end());
-    }
-    const uint16_t eod = uint16_t(row.size());
-    uint8_t two[2];
-    StoreLe16(two, eod);
-    row.insert(row.end(), two, two + 2);
-    for (size_t k = def.var_cols; k-- > 0;) {
-      StoreLe16(two, offsets[k]);
-      row.insert(row.end(), two, two + 2);
-    }
-  }
-  uint8_t two[2];
-  StoreLe16(two, def.var_cols);
-  row.insert(row.end(), two, two + 2);
-  row.insert(row.end(), null_mask.begin(), null_mask.end());
+  std::vector<uint8_t> row = AssembleRow(def, parts);
   if (row.size() > kMaxJet4RowSize) {
     return Status::InvalidArgument(where + ": the row is " + std::to_string(row.size()) +
                                    " bytes, more than a row may hold (" +
                                    std::to_string(kMaxJet4RowSize) + ")");
   }
   return row;
+}
+
+Result<std::vector<uint8_t>> StoreLongValue(PageStore& store, const TableDef& def,
+                                            const ColumnDef& c, Bytes data, AppendState& state,
+                                            const std::string& table, bool never_inline) {
+  return LongValueBytes(store, def, c, data, state, table, never_inline);
+}
+
+Result<bool> ReplaceRowOnPage(PageStore& store, uint32_t page_number, uint16_t slot, Bytes row) {
+  const JetFormat& f = store.format();
+  PX_ASSIGN_OR_RETURN(MutablePage page, store.Modify(page_number));
+  uint8_t* p = page.data();
+  const size_t page_size = store.page_size();
+  const uint16_t count = LoadLe16(p + f.data_row_count);
+  if (slot >= count) {
+    return Status::Corruption(Loc(store.name(), page_number) + ": no row " +
+                              std::to_string(slot));
+  }
+  std::vector<std::vector<uint8_t>> rows(count);
+  std::vector<uint16_t> flags(count);
+  size_t end = page_size;
+  for (uint16_t i = 0; i < count; ++i) {
+    const uint16_t entry = LoadLe16(p + f.data_row_table + 2 * i);
+    const size_t start = entry & kRowOffsetMask;
+    flags[i] = entry & uint16_t(~kRowOffsetMask);
+    if (start <= end && start >= f.data_row_table + 2 * size_t(count)) {
+      rows[i].assign(p + start, p + end);
+      end = start;
+    }
+  }
+  rows[slot].assign(row.begin(), row.end());
+  size_t total = 0;
+  for (const auto& r : rows) total += r.size();
+  if (f.data_row_table + 2 * size_t(count) + total > page_size) return false;
+  end = page_size;
+  for (uint16_t i = 0; i < count; ++i) {
+    end -= rows[i].size();
+    std::memcpy(p + end, rows[i].data(), rows[i].size());
+    StoreLe16(p + f.data_row_table + 2 * i, uint16_t(end | flags[i]));
+  }
+  std::memset(p + f.data_row_table + 2 * size_t(count), 0,
+              end - (f.data_row_table + 2 * size_t(count)));
+  StoreLe16(p + kDataFreeSpace, uint16_t(end - (f.data_row_table + 2 * size_t(count))));
+  return true;
+}
+
+Status DeleteRowOnPage(PageStore& store, RowPointer at) {
+  const JetFormat& f = store.format();
+  PX_ASSIGN_OR_RETURN(MutablePage page, store.Modify(at.page));
+  uint8_t* p = page.data();
+  if (at.row >= LoadLe16(p + f.data_row_count)) {
+    return Status::Corruption(Loc(store.name(), at.page) + ": no row " + std::to_string(at.row));
+  }
+  uint8_t* entry = p + f.data_row_table + 2 * at.row;
+  StoreLe16(entry, uint16_t(LoadLe16(entry) | kRowDeletedFlag));
+  return Status::Ok();
 }
 
 Result<RowPointer> AppendRow(PageStore& store, TableDef& def, Bytes row, AppendState& state,

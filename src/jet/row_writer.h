@@ -36,11 +36,35 @@ std::vector<uint8_t> EmptyInlineUsageMap(const JetFormat& f);
 // Places `row` on a new row slot of `page` when it fits; the slot, or nullopt.
 Result<std::optional<uint16_t>> AddRowToPage(PageStore& store, uint32_t page, Bytes row);
 
+// One column's part of a row: the null-mask bit (for Boolean columns, the value) and the
+// stored bytes (fixed width, or the variable part).
+struct RowPart {
+  bool present = false;
+  bool bit = false;
+  std::vector<uint8_t> bytes;
+};
+
+// Row bytes from parts indexed like def.columns.
+std::vector<uint8_t> AssembleRow(const TableDef& def, const std::vector<RowPart>& parts);
+
 // Row bytes of `values` (indexed like def.columns; Null for absent columns). Memo and OLE
 // values longer than an inline value go to LVAL pages listed in the column's usage map.
 Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
                                        std::span<const Value> values, AppendState& state,
                                        const std::string& table);
+
+// The 12-byte descriptor (and inline data) of a Memo/OLE value; `never_inline` puts even a
+// short value into an LVAL row (property blobs: Access ignores inline ones).
+Result<std::vector<uint8_t>> StoreLongValue(PageStore& store, const TableDef& def,
+                                            const ColumnDef& c, Bytes data, AppendState& state,
+                                            const std::string& table, bool never_inline);
+
+// Puts `row` in place of row `slot` of a data page, repacking the page's rows (every slot
+// keeps its number and flags); false when the page has no room for it.
+Result<bool> ReplaceRowOnPage(PageStore& store, uint32_t page, uint16_t slot, Bytes row);
+
+// Flags a row deleted.
+Status DeleteRowOnPage(PageStore& store, RowPointer at);
 
 // Stores row bytes on the table's last data page, or a new one (added to the owned and
 // free-space maps); counts the row in def.row_count. The caller writes the definition.

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <map>
+#include <random>
 
+#include "jet/data_page.h"
 #include "jet/new_database.h"
+#include "jet/properties.h"
+#include "jet/row_codec.h"
 #include "jet/page_store.h"
 #include "jet/row_writer.h"
 #include "jet/tabledef_writer.h"
@@ -376,18 +380,13 @@ class WriterImpl final : public Writer {
       return Status::InvalidArgument(what + ": the table has 255 columns already");
     }
     PX_ASSIGN_OR_RETURN(JetType jt, MapAdoType(spec, what));
-    if (spec.autoincrement && jt.type != coltype::kLong) {
-      return Status::InvalidArgument(what + ": only a Long column can be an AutoNumber");
+    if (spec.autoincrement && jt.type != coltype::kLong && jt.type != coltype::kGuid) {
+      return Status::InvalidArgument(what + ": only a Long or GUID column can be an AutoNumber");
     }
     if (spec.autoincrement && def.row_count > 0) {
       return Status::NotSupported(what +
                                   ": an AutoNumber column cannot yet be added to a "
                                   "table that has rows");
-    }
-    if (spec.allow_zero_length || spec.required) {
-      return Status::NotSupported(what +
-                                  ": the column properties AllowZeroLength and "
-                                  "Required cannot be written yet");
     }
     ColumnDef c;
     c.name = spec.name;
@@ -395,7 +394,9 @@ class WriterImpl final : public Writer {
     c.number = def.max_cols;
     c.length = jt.length;
     c.flags = jt.fixed ? kUserFixedFlags : kUserVarFlags;
-    if (spec.autoincrement) c.flags |= colflag::kAutoLong;
+    if (spec.autoincrement) {
+      c.flags |= jt.type == coltype::kGuid ? colflag::kAutoGuid : colflag::kAutoLong;
+    }
     if (jt.type == coltype::kText || jt.type == coltype::kMemo) {
       c.sort_order = db_->header().sort_order;
       c.extra_flags = kColExtraCompressedUnicode;
@@ -430,7 +431,62 @@ class WriterImpl final : public Writer {
     }
     ++def.max_cols;
     def.columns.push_back(std::move(c));
-    return StoreTableDef(*store_, def);
+    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    if (!spec.allow_zero_length && !spec.required) return Status::Ok();
+    ColumnProperties props;
+    props.allow_zero_length = spec.allow_zero_length;
+    props.required = spec.required;
+    return WriteColumnProperties(*e, spec.name, props);
+  }
+
+  // Sets properties of one column in the table's property blob (MSysObjects.LvProp),
+  // written as one LVAL row, and rewrites the table's catalog row in place.
+  Status WriteColumnProperties(const CatalogEntry& e, const std::string& column,
+                               const ColumnProperties& props) {
+    const JetFormat& f = store_->format();
+    const std::string what = Where(e.name) + ": properties of column " + column;
+    PX_ASSIGN_OR_RETURN(TableDef objects, Definition(kMSysObjectsPage, "MSysObjects"));
+    int lv_prop = -1;
+    for (size_t i = 0; i < objects.columns.size(); ++i) {
+      if (objects.columns[i].name == "LvProp") lv_prop = int(i);
+    }
+    if (lv_prop < 0) return Status::Corruption(store_->name() + ": MSysObjects has no LvProp");
+    std::vector<RowPart> parts(objects.columns.size());
+    std::vector<uint8_t> old_descriptor;
+    {
+      PX_ASSIGN_OR_RETURN(Page page, store_->Get(e.location.page));
+      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, e.location.row, store_->name()));
+      if (slot.deleted || slot.lookup) {
+        return Status::NotSupported(what + ": the catalog row (" + e.place +
+                                    ") has been moved; not supported yet");
+      }
+      std::vector<ColumnData> cracked;
+      PX_RETURN_IF_ERROR(CrackRow(f, objects, slot.data, cracked, store_->name() + ": " + e.place));
+      for (size_t i = 0; i < cracked.size() && i < parts.size(); ++i) {
+        parts[i].present = !cracked[i].null;
+        parts[i].bit = cracked[i].bit;
+        parts[i].bytes.assign(cracked[i].bytes.begin(), cracked[i].bytes.end());
+      }
+      old_descriptor = parts[size_t(lv_prop)].bytes;
+    }
+    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> blob,
+                        SetColumnProperties(e.lv_prop, column, props));
+    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> descriptor,
+                        StoreLongValue(*store_, objects, objects.columns[size_t(lv_prop)], blob,
+                                       append_[objects.page], "MSysObjects", true));
+    if (old_descriptor.size() >= kLongValueHeaderSize &&
+        (LoadLe32(old_descriptor.data()) & kLongValueSingle) != 0) {
+      PX_RETURN_IF_ERROR(
+          DeleteRowOnPage(*store_, DecodeRowPointer(LoadLe32(old_descriptor.data() + 4))));
+    }
+    parts[size_t(lv_prop)] = RowPart{true, false, std::move(descriptor)};
+    PX_ASSIGN_OR_RETURN(bool fits, ReplaceRowOnPage(*store_, e.location.page, e.location.row,
+                                                    AssembleRow(objects, parts)));
+    if (!fits) {
+      return Status::NotSupported(what + ": no room on the catalog page " +
+                                  std::to_string(e.location.page) + "; not supported yet");
+    }
+    return Status::Ok();
   }
 
   Status DoAddIndex(const std::string& table, const IndexSpec& spec) {
@@ -500,6 +556,13 @@ class WriterImpl final : public Writer {
     }
     for (size_t i = 0; i < def.columns.size(); ++i) {
       ColumnDef& c = def.columns[i];
+      if ((c.flags & colflag::kAutoGuid) && IsNull(by_column[i])) {
+        Guid g;
+        for (uint8_t& b : g.bytes) b = uint8_t(random_());
+        g.bytes[7] = uint8_t((g.bytes[7] & 0x0F) | 0x40);  // version 4, Data3's high nibble
+        g.bytes[8] = uint8_t((g.bytes[8] & 0x3F) | 0x80);
+        by_column[i] = g;
+      }
       if (!(c.flags & colflag::kAutoLong)) continue;
       if (IsNull(by_column[i])) {
         by_column[i] = int64_t(def.autonumber_last) + 1;
@@ -551,6 +614,7 @@ class WriterImpl final : public Writer {
   std::unique_ptr<Database> db_;
   bool in_transaction_ = false;
   std::map<uint32_t, AppendState> append_;
+  std::random_device random_;
 };
 
 }  // namespace
