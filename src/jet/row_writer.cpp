@@ -438,9 +438,8 @@ Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
     return Status::NotSupported(store.name() + ": rows are written in Jet 4 files only");
   }
   if (values.size() != def.columns.size()) {
-    return Status::InvalidArgument(table + ": " + std::to_string(values.size()) +
-                                   " values for " + std::to_string(def.columns.size()) +
-                                   " columns");
+    return Status::InvalidArgument(table + ": " + std::to_string(values.size()) + " values for " +
+                                   std::to_string(def.columns.size()) + " columns");
   }
   const std::string where = store.name() + ": table " + table;
   std::vector<RowPart> parts(def.columns.size());
@@ -493,8 +492,8 @@ Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
       if (c.type == coltype::kBinary) {
         if (b->bytes.size() > c.length) {
           return Status::InvalidArgument(where + ": column " + c.name + ": " +
-                                         std::to_string(b->bytes.size()) +
-                                         " bytes are more than " + std::to_string(c.length));
+                                         std::to_string(b->bytes.size()) + " bytes are more than " +
+                                         std::to_string(c.length));
         }
         out = b->bytes;
       } else {
@@ -526,8 +525,7 @@ Result<bool> ReplaceRowOnPage(PageStore& store, uint32_t page_number, uint16_t s
   const size_t page_size = store.page_size();
   const uint16_t count = LoadLe16(p + f.data_row_count);
   if (slot >= count) {
-    return Status::Corruption(Loc(store.name(), page_number) + ": no row " +
-                              std::to_string(slot));
+    return Status::Corruption(Loc(store.name(), page_number) + ": no row " + std::to_string(slot));
   }
   std::vector<std::vector<uint8_t>> rows(count);
   std::vector<uint16_t> flags(count);

@@ -6,9 +6,9 @@
 
 #include "jet/data_page.h"
 #include "jet/new_database.h"
+#include "jet/page_store.h"
 #include "jet/properties.h"
 #include "jet/row_codec.h"
-#include "jet/page_store.h"
 #include "jet/row_writer.h"
 #include "jet/tabledef_writer.h"
 #include "jet/text.h"
@@ -469,8 +469,7 @@ class WriterImpl final : public Writer {
       }
       old_descriptor = parts[size_t(lv_prop)].bytes;
     }
-    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> blob,
-                        SetColumnProperties(e.lv_prop, column, props));
+    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> blob, SetColumnProperties(e.lv_prop, column, props));
     PX_ASSIGN_OR_RETURN(std::vector<uint8_t> descriptor,
                         StoreLongValue(*store_, objects, objects.columns[size_t(lv_prop)], blob,
                                        append_[objects.page], "MSysObjects", true));
