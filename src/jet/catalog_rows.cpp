@@ -1,4 +1,4 @@
-#include "jet/row_writer.h"
+#include "jet/catalog_rows.h"
 
 #include <algorithm>
 #include <cmath>

@@ -10,7 +10,7 @@
 #include "jet/catalog.h"
 #include "jet/header.h"
 #include "jet/rc4.h"
-#include "jet/row_writer.h"
+#include "jet/catalog_rows.h"
 #include "jet/tabledef_writer.h"
 #include "jet/text.h"
 

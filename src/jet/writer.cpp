@@ -9,7 +9,7 @@
 #include "jet/page_store.h"
 #include "jet/properties.h"
 #include "jet/row_codec.h"
-#include "jet/row_writer.h"
+#include "jet/catalog_rows.h"
 #include "jet/tabledef_writer.h"
 #include "jet/text.h"
 #include "platform/files.h"
