@@ -430,9 +430,9 @@ std::vector<uint8_t> AssembleRow(const TableDef& def, const std::vector<RowPart>
   return row;
 }
 
-Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
-                                       std::span<const Value> values, AppendState& state,
-                                       const std::string& table) {
+Result<std::vector<uint8_t>> EncodeValuesRow(PageStore& store, const TableDef& def,
+                                             std::span<const Value> values, AppendState& state,
+                                             const std::string& table) {
   const JetFormat& f = store.format();
   if (f.version != JetVersion::kJet4) {
     return Status::NotSupported(store.name() + ": rows are written in Jet 4 files only");
@@ -652,9 +652,9 @@ void AppendBigEndian(std::vector<uint8_t>& out, uint64_t v, size_t bytes) {
 
 }  // namespace
 
-Result<std::vector<uint8_t>> EncodeIndexKey(const TableDef& def, const RealIndex& index,
-                                            std::span<const Value> values,
-                                            const std::string& what) {
+Result<std::vector<uint8_t>> CatalogIndexKey(const TableDef& def, const RealIndex& index,
+                                             std::span<const Value> values,
+                                             const std::string& what) {
   std::vector<uint8_t> key;
   for (const IndexColumn& ic : index.columns) {
     const int at = def.ColumnByNumber(ic.column_number);

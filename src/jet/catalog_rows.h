@@ -49,9 +49,9 @@ std::vector<uint8_t> AssembleRow(const TableDef& def, const std::vector<RowPart>
 
 // Row bytes of `values` (indexed like def.columns; Null for absent columns). Memo and OLE
 // values longer than an inline value go to LVAL pages listed in the column's usage map.
-Result<std::vector<uint8_t>> EncodeRow(PageStore& store, const TableDef& def,
-                                       std::span<const Value> values, AppendState& state,
-                                       const std::string& table);
+Result<std::vector<uint8_t>> EncodeValuesRow(PageStore& store, const TableDef& def,
+                                             std::span<const Value> values, AppendState& state,
+                                             const std::string& table);
 
 // The 12-byte descriptor (and inline data) of a Memo/OLE value; `never_inline` puts even a
 // short value into an LVAL row (property blobs: Access ignores inline ones).
@@ -72,8 +72,9 @@ Result<RowPointer> AppendRow(PageStore& store, TableDef& def, Bytes row, AppendS
                              const std::string& table);
 
 // The key of one index entry for the row `values` (indexed like def.columns).
-Result<std::vector<uint8_t>> EncodeIndexKey(const TableDef& def, const RealIndex& index,
-                                            std::span<const Value> values, const std::string& what);
+Result<std::vector<uint8_t>> CatalogIndexKey(const TableDef& def, const RealIndex& index,
+                                             std::span<const Value> values,
+                                             const std::string& what);
 
 // Adds (key, row) to an index whose root is a leaf, keeping entries in order. An index
 // that needs more than one page is refused naming `what`.

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "jet/catalog.h"
+#include "jet/catalog_rows.h"
 #include "jet/header.h"
 #include "jet/rc4.h"
-#include "jet/catalog_rows.h"
 #include "jet/tabledef_writer.h"
 #include "jet/text.h"
 
@@ -351,11 +351,11 @@ Status LayOutNewDatabase(PageStore& store, double now) {
     set("DateUpdate", OleDate{now});
     set("Owner", *c.owner);
     set("Flags", int64_t(int32_t(kObjectFlagJetSystem)));
-    PX_ASSIGN_OR_RETURN(auto row, EncodeRow(store, objects, v, objects_state, "MSysObjects"));
+    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(store, objects, v, objects_state, "MSysObjects"));
     PX_ASSIGN_OR_RETURN(RowPointer at,
                         AppendRow(store, objects, row, objects_state, "MSysObjects"));
     for (const RealIndex& r : objects.real_indexes) {
-      PX_ASSIGN_OR_RETURN(auto key, EncodeIndexKey(objects, r, v, "MSysObjects"));
+      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(objects, r, v, "MSysObjects"));
       PX_RETURN_IF_ERROR(AddIndexEntry(store, kMSysObjectsPage, r, key, at, "MSysObjects"));
     }
   }
@@ -382,9 +382,9 @@ Status LayOutNewDatabase(PageStore& store, double now) {
   for (const AceRow& a : ace_rows) {
     // ACM, FInheritable, ObjectId, SID: the order of the definition.
     std::vector<Value> v = {int64_t(a.acm), a.inheritable, int64_t(a.object), *a.sid};
-    PX_ASSIGN_OR_RETURN(auto row, EncodeRow(store, aces, v, aces_state, "MSysACEs"));
+    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(store, aces, v, aces_state, "MSysACEs"));
     PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(store, aces, row, aces_state, "MSysACEs"));
-    PX_ASSIGN_OR_RETURN(auto key, EncodeIndexKey(aces, aces.real_indexes[0], v, "MSysACEs"));
+    PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(aces, aces.real_indexes[0], v, "MSysACEs"));
     PX_RETURN_IF_ERROR(
         AddIndexEntry(store, kMSysAcesPage, aces.real_indexes[0], key, at, "MSysACEs"));
   }

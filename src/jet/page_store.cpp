@@ -436,4 +436,21 @@ void PageStore::Rollback() {
   pager_->Refresh();
 }
 
+Result<Bytes> PageStorePages::Read(uint32_t page) {
+  PX_ASSIGN_OR_RETURN(read_, store_.Get(page));
+  return read_.bytes();
+}
+
+Result<MutableBytes> PageStorePages::Modify(uint32_t page) {
+  PX_ASSIGN_OR_RETURN(modified_, store_.Modify(page));
+  return modified_.bytes();
+}
+
+Result<uint32_t> PageStorePages::Allocate() {
+  PX_ASSIGN_OR_RETURN(MutablePage page, store_.Allocate(page_type::kData, 0));
+  MutableBytes b = page.bytes();
+  std::fill(b.begin(), b.end(), uint8_t{0});
+  return page.number();
+}
+
 }  // namespace px::jet

@@ -28,6 +28,7 @@
 #include "core/result.h"
 #include "jet/format.h"
 #include "jet/page_source.h"
+#include "jet/writable_pages.h"
 
 namespace px::platform {
 class File;
@@ -146,6 +147,24 @@ class PageStore final : public PageOverlay {
   uint64_t spill_end_ = 0;
   std::vector<uint32_t> freed_;  // freed in this store's lifetime, reusable
   std::vector<uint32_t> committed_freed_;
+};
+
+// The store as the row and index writers see it (writable_pages.h). A span it hands out
+// keeps its page from being spilled until the next call.
+class PageStorePages final : public WritablePages {
+ public:
+  explicit PageStorePages(PageStore& store) : store_(store) {}
+  const std::string& file_name() const override { return store_.name(); }
+  uint32_t page_count() const override { return store_.page_count(); }
+  Result<Bytes> Read(uint32_t page) override;
+  Result<MutableBytes> Modify(uint32_t page) override;
+  Result<uint32_t> Allocate() override;
+  Status Free(uint32_t page) override { return store_.Free(page); }
+
+ private:
+  PageStore& store_;
+  Page read_;
+  MutablePage modified_;
 };
 
 // The spill file of a database at `host_path`: ".~NAME.pages.tmp" beside it.

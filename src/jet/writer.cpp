@@ -4,12 +4,12 @@
 #include <map>
 #include <random>
 
+#include "jet/catalog_rows.h"
 #include "jet/data_page.h"
 #include "jet/new_database.h"
 #include "jet/page_store.h"
 #include "jet/properties.h"
 #include "jet/row_codec.h"
-#include "jet/catalog_rows.h"
 #include "jet/tabledef_writer.h"
 #include "jet/text.h"
 #include "platform/files.h"
@@ -277,11 +277,11 @@ class WriterImpl final : public Writer {
     PX_ASSIGN_OR_RETURN(TableDef def, Definition(page, name));
     std::vector<std::vector<uint8_t>> keys;
     for (const RealIndex& r : def.real_indexes) {
-      PX_ASSIGN_OR_RETURN(auto key, EncodeIndexKey(def, r, values, Where(name)));
+      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(def, r, values, Where(name)));
       keys.push_back(std::move(key));
     }
     AppendState& state = append_[page];
-    PX_ASSIGN_OR_RETURN(auto row, EncodeRow(*store_, def, values, state, name));
+    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(*store_, def, values, state, name));
     PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(*store_, def, row, state, name));
     for (size_t i = 0; i < def.real_indexes.size(); ++i) {
       RealIndex& r = def.real_indexes[i];
@@ -579,7 +579,7 @@ class WriterImpl final : public Writer {
         if (&def.real_indexes[l.real_index] == &r) name = l.name;
       }
       const std::string what = Where(e->name) + ": index " + name;
-      PX_ASSIGN_OR_RETURN(auto key, EncodeIndexKey(def, r, by_column, what));
+      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(def, r, by_column, what));
       PX_ASSIGN_OR_RETURN(auto entries, ReadLeafEntries(*store_, r.root_page, what));
       if (r.unique()) {
         for (const auto& entry : entries) {
@@ -591,7 +591,7 @@ class WriterImpl final : public Writer {
       keys.push_back(std::move(key));
     }
     AppendState& state = append_[def.page];
-    PX_ASSIGN_OR_RETURN(auto row, EncodeRow(*store_, def, by_column, state, e->name));
+    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(*store_, def, by_column, state, e->name));
     PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(*store_, def, row, state, e->name));
     for (size_t i = 0; i < def.real_indexes.size(); ++i) {
       RealIndex& r = def.real_indexes[i];

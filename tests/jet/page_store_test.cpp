@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "jet/database.h"
@@ -181,6 +182,34 @@ TEST(PageStore, RefusesFilesInUse) {
   EXPECT_NE(locked.status().message().find("C:\\Muhasebe\\testV2000.mdb"), std::string::npos);
   EXPECT_NE(locked.status().message().find("testV2000.ldb"), std::string::npos);
   EXPECT_NE(locked.status().message().find("close"), std::string::npos);
+}
+
+// The row and index writers' view: reads see changes, new pages are blank and used.
+TEST(PageStore, WritablePagesViewSeesTheOverlay) {
+  TempFolder dir;
+  COPY_OR_SKIP(path, dir, "testV2000.mdb");
+  const std::string before = ReadAll(path);
+  auto store = PageStore::Open(platform::SystemFiles(), path);
+  ASSERT_TRUE(store.ok());
+  PageStorePages pages(**store);
+  const uint32_t count = pages.page_count();
+  auto n = pages.Allocate();
+  ASSERT_TRUE(n.ok());
+  EXPECT_EQ(*n, count);
+  EXPECT_EQ(pages.page_count(), count + 1);
+  EXPECT_FALSE(GlobalFree(**store, *n));
+  auto fresh = pages.Read(*n);
+  ASSERT_TRUE(fresh.ok());
+  EXPECT_TRUE(std::all_of(fresh->begin(), fresh->end(), [](uint8_t b) { return b == 0; }));
+  ASSERT_TRUE(pages.Write(*n, Bytes(reinterpret_cast<const uint8_t*>(before.data()), 4096)).ok());
+  auto back = pages.Read(*n);
+  ASSERT_TRUE(back.ok());
+  EXPECT_EQ(back->front(), uint8_t(before[0]));
+  ASSERT_TRUE(pages.Free(*n).ok());
+  EXPECT_TRUE(GlobalFree(**store, *n));
+  EXPECT_FALSE(pages.Write(*n, Bytes(reinterpret_cast<const uint8_t*>(before.data()), 10)).ok());
+  (*store)->Rollback();
+  EXPECT_TRUE(ReadAll(path) == before);
 }
 
 TEST(PageStore, LdbNameReplacesTheExtension) {
