@@ -16,10 +16,12 @@
 // parent's entry for it is lowered to the new last entry.
 //
 // Every page added is entered in the index's used-pages map, every page freed leaves it.
-// Memory: one root-to-leaf path of decoded pages.
+// Memory: up to 256 decoded pages (the writer assumes it alone changes the index while it
+// lives; after a rollback of the store, make a new one).
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "core/result.h"
@@ -53,12 +55,15 @@ class IndexWriter {
  private:
   struct Step {
     uint32_t page;
-    IndexPage content;
+    IndexPage* content;  // in cache_
     size_t child_slot;  // nodes: entry index of the child taken, entries.size() = the tail
     size_t inserted;    // index of an entry just added to this page, or SIZE_MAX
   };
 
-  Result<IndexPage> Load(uint32_t page);
+  // The decoded page, from the cache or read now; valid until BoundCache() or DropPage().
+  Result<IndexPage*> Load(uint32_t page);
+  // Empties the cache when it outgrows its bound; called only between operations.
+  void BoundCache();
   Status Store(uint32_t page, const IndexPage& content);
   // Path from the root to the leaf where `target` belongs.
   Result<std::vector<Step>> Descend(Bytes target);
@@ -75,6 +80,8 @@ class IndexWriter {
   uint32_t table_page_;
   RealIndex index_;
   std::string what_;
+  std::unordered_map<uint32_t, IndexPage> cache_;
+  std::vector<uint8_t> buffer_;
 };
 
 }  // namespace px::jet
