@@ -12,19 +12,16 @@ size_t MaxPrefix(const JetFormat& f) {
   return f.version == JetVersion::kJet3 ? 0xFF : 0xFFFF;
 }
 
+// Entries are in ascending order, so the first entry shares least with the last one; and
+// a later entry, being larger, always keeps at least one byte of its own.
 size_t CommonPrefix(const JetFormat& f, const std::vector<IndexEntry>& entries) {
   if (entries.size() < 2) return 0;
   const IndexEntry& first = entries.front();
-  size_t prefix = std::min(first.size(), MaxPrefix(f));
-  for (size_t i = 1; i < entries.size() && prefix > 0; ++i) {
-    const IndexEntry& e = entries[i];
-    // Every later entry keeps at least one byte of its own.
-    size_t n = std::min({prefix, e.size() - 1});
-    size_t k = 0;
-    while (k < n && first[k] == e[k]) ++k;
-    prefix = k;
-  }
-  return prefix;
+  const IndexEntry& last = entries.back();
+  const size_t n = std::min({first.size(), last.size() - 1, MaxPrefix(f)});
+  size_t k = 0;
+  while (k < n && first[k] == last[k]) ++k;
+  return k;
 }
 
 size_t EntryArea(const JetFormat& f) {

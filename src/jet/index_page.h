@@ -29,8 +29,8 @@ struct IndexPage {
   bool leaf = true;
   uint32_t prev = 0;
   uint32_t next = 0;
-  uint32_t tail = 0;  // nodes: the rightmost child
-  std::vector<IndexEntry> entries;
+  uint32_t tail = 0;                // nodes: the rightmost child
+  std::vector<IndexEntry> entries;  // strictly ascending (raw byte order)
 };
 
 // Entries of a page, first to last. `where` ("file: page 40: index kod of table T")

@@ -51,10 +51,9 @@ Result<IndexPage*> IndexWriter::Load(uint32_t page) {
     return Corrupt(page,
                    "index page belongs to page " + std::to_string(LoadLe32(&b[f_.data_owner])));
   }
-  PX_ASSIGN_OR_RETURN(IndexPage content,
-                      DecodeIndexPage(f_, b,
-                                      pages_.file_name() + ": page " + std::to_string(page) +
-                                          ": " + what_));
+  PX_ASSIGN_OR_RETURN(
+      IndexPage content,
+      DecodeIndexPage(f_, b, pages_.file_name() + ": page " + std::to_string(page) + ": " + what_));
   return &(cache_[page] = std::move(content));
 }
 
@@ -63,8 +62,8 @@ void IndexWriter::BoundCache() {
 }
 
 Status IndexWriter::Store(uint32_t page, const IndexPage& content) {
-  buffer_.resize(f_.page_size);
-  Status st = EncodeIndexPage(f_, content, table_page_, buffer_);
+  PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(page));
+  Status st = EncodeIndexPage(f_, content, table_page_, out);  // leaves `out` alone on error
   if (!st.ok()) return Corrupt(page, st.message());
   auto it = cache_.find(page);
   if (it == cache_.end()) {
@@ -72,7 +71,7 @@ Status IndexWriter::Store(uint32_t page, const IndexPage& content) {
   } else if (&it->second != &content) {
     it->second = content;
   }
-  return pages_.Write(page, buffer_);
+  return Status::Ok();
 }
 
 Result<std::vector<IndexWriter::Step>> IndexWriter::Descend(Bytes target) {
@@ -209,21 +208,43 @@ Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
   PX_RETURN_IF_ERROR(Store(s.page, *s.content));
   Step& parent = path[level - 1];
   parent.content->entries.insert(parent.content->entries.begin() + parent.child_slot,
-                                NodeEntry(separator, fresh));
+                                 NodeEntry(separator, fresh));
   parent.inserted = parent.child_slot;
   return Place(path, level - 1);
 }
 
-Status IndexWriter::Insert(const IndexEntry& entry) {
+Result<bool> IndexWriter::Insert(const IndexEntry& entry) {
   BoundCache();
   PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(entry));
   Step& leaf = path.back();
   auto& e = leaf.content->entries;
   auto it = std::lower_bound(e.begin(), e.end(), entry);
   if (it != e.end() && *it == entry) return Corrupt(leaf.page, "entry is in the index already");
+  // Equal keys sit side by side: a neighbour (perhaps on the next or previous leaf) tells
+  // whether the key is new.
+  const Bytes key(entry.data(), entry.size() - kIndexRowPointerSize);
+  auto same_key = [&key](const IndexEntry& x) {
+    return x.size() == key.size() + kIndexRowPointerSize && StartsWith(x, key);
+  };
+  bool seen = false;
+  if (it != e.end()) {
+    seen = same_key(*it);
+  } else if (leaf.content->next != 0) {
+    const uint32_t next = leaf.content->next;
+    PX_ASSIGN_OR_RETURN(const IndexPage* n, Load(next));
+    seen = !n->entries.empty() && same_key(n->entries.front());
+  }
+  if (!seen && it != e.begin()) {
+    seen = same_key(*(it - 1));
+  } else if (!seen && leaf.content->prev != 0) {
+    const uint32_t prev = leaf.content->prev;
+    PX_ASSIGN_OR_RETURN(const IndexPage* p, Load(prev));
+    seen = !p->entries.empty() && same_key(p->entries.back());
+  }
   leaf.inserted = size_t(it - e.begin());
   e.insert(it, entry);
-  return Place(path, path.size() - 1);
+  PX_RETURN_IF_ERROR(Place(path, path.size() - 1));
+  return !seen;
 }
 
 Status IndexWriter::RemoveChild(std::vector<Step>& path, size_t level) {

@@ -45,7 +45,8 @@ class IndexWriter {
 
   // True when some entry has exactly this key (whatever its row).
   Result<bool> ContainsKey(Bytes key);
-  Status Insert(const IndexEntry& leaf_entry);
+  // Adds the entry; true when no other entry had its key (a new distinct key).
+  Result<bool> Insert(const IndexEntry& leaf_entry);
   Status Remove(const IndexEntry& leaf_entry);
   // Every entry gone: the root becomes an empty leaf, every other page is freed.
   Status Clear();
@@ -56,8 +57,8 @@ class IndexWriter {
   struct Step {
     uint32_t page;
     IndexPage* content;  // in cache_
-    size_t child_slot;  // nodes: entry index of the child taken, entries.size() = the tail
-    size_t inserted;    // index of an entry just added to this page, or SIZE_MAX
+    size_t child_slot;   // nodes: entry index of the child taken, entries.size() = the tail
+    size_t inserted;     // index of an entry just added to this page, or SIZE_MAX
   };
 
   // The decoded page, from the cache or read now; valid until BoundCache() or DropPage().

@@ -308,9 +308,8 @@ Result<RowPointer> TableWriter::PlaceRow(Bytes row, uint16_t flags) {
 Status TableWriter::AddIndexEntries(const Keys& keys, RowPointer row) {
   for (size_t r = 0; r < indexes_.size(); ++r) {
     if (keys.skip[r]) continue;
-    PX_ASSIGN_OR_RETURN(bool present, indexes_[r].ContainsKey(keys.key[r]));
-    PX_RETURN_IF_ERROR(indexes_[r].Insert(LeafEntry(keys.key[r], row)));
-    if (!present) ++def_.real_indexes[r].unique_entry_count;
+    PX_ASSIGN_OR_RETURN(bool distinct, indexes_[r].Insert(LeafEntry(keys.key[r], row)));
+    if (distinct) ++def_.real_indexes[r].unique_entry_count;
   }
   return Status::Ok();
 }
