@@ -16,7 +16,7 @@ constexpr size_t kMaxIndexPages = 1u << 24;
 // Decoded pages kept between calls: the upper levels and the leaves in use stay decoded.
 constexpr size_t kCachedPages = 256;
 
-Bytes LeafPart(const IndexEntry& e, bool leaf) {
+Bytes LeafPart(const EntryBytes& e, bool leaf) {
   return Bytes(e.data(), e.size() - (leaf ? 0 : kIndexChildSize));
 }
 
@@ -24,11 +24,11 @@ bool Less(Bytes a, Bytes b) {
   return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
 }
 
-bool StartsWith(const IndexEntry& e, Bytes key) {
+bool StartsWith(const EntryBytes& e, Bytes key) {
   return e.size() >= key.size() && std::equal(key.begin(), key.end(), e.begin());
 }
 
-size_t TotalBytes(const std::vector<IndexEntry>& entries, size_t from, size_t to) {
+size_t TotalBytes(const std::vector<EntryBytes>& entries, size_t from, size_t to) {
   size_t n = 0;
   for (size_t i = from; i < to; ++i) n += entries[i].size();
   return n;
@@ -87,7 +87,7 @@ Result<std::vector<IndexWriter::Step>> IndexWriter::Descend(Bytes target) {
     const auto& e = content->entries;
     const size_t slot = size_t(
         std::lower_bound(e.begin(), e.end(), target,
-                         [](const IndexEntry& x, Bytes t) { return Less(LeafPart(x, false), t); }) -
+                         [](const EntryBytes& x, Bytes t) { return Less(LeafPart(x, false), t); }) -
         e.begin());
     const uint32_t child = slot < e.size() ? EntryChild(e[slot]) : content->tail;
     if (child == 0 || child == page) return Corrupt(page, "node names no child page");
@@ -102,7 +102,7 @@ Result<bool> IndexWriter::ContainsKey(Bytes key) {
   const IndexPage* leaf = path.back().content;
   uint32_t page = path.back().page;
   auto it = std::lower_bound(leaf->entries.begin(), leaf->entries.end(), key,
-                             [](const IndexEntry& e, Bytes k) { return Less(e, k); });
+                             [](const EntryBytes& e, Bytes k) { return Less(e, k); });
   for (size_t visited = 0; visited < kMaxScanLeaves; ++visited) {
     for (; it != leaf->entries.end(); ++it) {
       if (!StartsWith(*it, key)) return false;
@@ -147,7 +147,7 @@ Status IndexWriter::DropPage(uint32_t page) {
 
 Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
   Step& s = path[level];
-  std::vector<IndexEntry>& e = s.content->entries;
+  std::vector<EntryBytes>& e = s.content->entries;
   if (IndexPageFits(f_, e)) return Store(s.page, *s.content);
   const bool leaf = s.content->leaf;
   const size_t n = e.size();
@@ -165,7 +165,7 @@ Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
   }
   IndexPage lower, upper;
   lower.leaf = upper.leaf = leaf;
-  IndexEntry separator;
+  EntryBytes separator;
   if (leaf) {
     lower.entries.assign(e.begin(), e.begin() + k);
     upper.entries.assign(e.begin() + k, e.end());
@@ -213,7 +213,7 @@ Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
   return Place(path, level - 1);
 }
 
-Result<bool> IndexWriter::Insert(const IndexEntry& entry) {
+Result<bool> IndexWriter::Insert(const EntryBytes& entry) {
   BoundCache();
   PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(entry));
   Step& leaf = path.back();
@@ -223,7 +223,7 @@ Result<bool> IndexWriter::Insert(const IndexEntry& entry) {
   // Equal keys sit side by side: a neighbour (perhaps on the next or previous leaf) tells
   // whether the key is new.
   const Bytes key(entry.data(), entry.size() - kIndexRowPointerSize);
-  auto same_key = [&key](const IndexEntry& x) {
+  auto same_key = [&key](const EntryBytes& x) {
     return x.size() == key.size() + kIndexRowPointerSize && StartsWith(x, key);
   };
   bool seen = false;
@@ -270,7 +270,7 @@ Status IndexWriter::RemoveChild(std::vector<Step>& path, size_t level) {
   return RemoveChild(path, level - 1);
 }
 
-Status IndexWriter::Remove(const IndexEntry& entry) {
+Status IndexWriter::Remove(const EntryBytes& entry) {
   BoundCache();
   PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(entry));
   Step& leaf = path.back();
@@ -286,7 +286,7 @@ Status IndexWriter::Remove(const IndexEntry& entry) {
   if (was_last && level > 0) {
     Step& parent = path[level - 1];
     if (parent.child_slot < parent.content->entries.size()) {
-      IndexEntry lowered = NodeEntry(e.back(), leaf.page);
+      EntryBytes lowered = NodeEntry(e.back(), leaf.page);
       std::swap(parent.content->entries[parent.child_slot], lowered);
       if (IndexPageFits(f_, parent.content->entries)) return Store(parent.page, *parent.content);
       // A longer separator than before would not fit: the old, larger one still routes

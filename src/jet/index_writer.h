@@ -46,8 +46,8 @@ class IndexWriter {
   // True when some entry has exactly this key (whatever its row).
   Result<bool> ContainsKey(Bytes key);
   // Adds the entry; true when no other entry had its key (a new distinct key).
-  Result<bool> Insert(const IndexEntry& leaf_entry);
-  Status Remove(const IndexEntry& leaf_entry);
+  Result<bool> Insert(const EntryBytes& leaf_entry);
+  Status Remove(const EntryBytes& leaf_entry);
   // Every entry gone: the root becomes an empty leaf, every other page is freed.
   Status Clear();
 
