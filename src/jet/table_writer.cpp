@@ -4,6 +4,7 @@
 
 #include "core/value_text.h"
 #include "jet/data_page_writer.h"
+#include "jet/index_key.h"
 #include "jet/long_value_writer.h"
 #include "jet/row_codec.h"
 #include "jet/row_writer.h"
@@ -46,6 +47,15 @@ std::string ValueForMessage(const Value& v) {
 }
 
 }  // namespace
+
+IndexKeyFunction AccessIndexKeys(const JetFormat& f, std::string table_name) {
+  return [&f, table = std::move(table_name)](const TableDef& def, const RealIndex& index,
+                                             std::span<const Value> values) {
+    size_t real = 0;
+    while (real < def.real_indexes.size() && &def.real_indexes[real] != &index) ++real;
+    return EncodeIndexKey(f, def, index, values, KeyLabels{table, IndexLabel(def, real)});
+  };
+}
 
 TableWriter::TableWriter(WritablePages& pages, const JetFormat& f, TableDef def,
                          std::string table_name, TableWriterOptions options)

@@ -47,6 +47,9 @@ namespace px::jet {
 using IndexKeyFunction = std::function<Result<std::vector<uint8_t>>(
     const TableDef& def, const RealIndex& index, std::span<const Value> values)>;
 
+// Keys as Access makes them (index_key.h), labelled with the table's name.
+IndexKeyFunction AccessIndexKeys(const JetFormat& f, std::string table_name);
+
 struct TableWriterOptions {
   int code_page = 1252;        // Jet 3 text of columns that name no code page of their own
   IndexKeyFunction index_key;  // required when the table has indexes
