@@ -34,6 +34,8 @@ class MemoryPages final : public WritablePages {
   const std::string& file_name() const override { return name_; }
   uint32_t page_count() const override { return uint32_t(bytes_.size() / f_.page_size); }
   const std::vector<uint8_t>& bytes() const { return bytes_; }
+  // Back to these bytes (a rolled-back change).
+  void Reset(std::vector<uint8_t> bytes) { bytes_ = std::move(bytes); }
   std::set<uint32_t> freed;
   std::set<uint32_t> allocated;
   // Off for timing runs whose files outgrow the small page maps this store keeps.
