@@ -113,8 +113,28 @@ TEST(TableWriterSamples, EveryTableEmptiedRefilledAndUpdatedInPlace) {
       auto updated = (*writer)->Update([](std::vector<Value>&) -> Result<bool> { return true; });
       ASSERT_TRUE(updated.ok()) << table << ": " << updated.status().ToString();
       EXPECT_EQ(*updated, rows.size());
+      // Rows that grow: a '+' after every text value with room for it (keys stay distinct).
+      const TableDef grown_def = (*writer)->definition();
+      auto grow = [&grown_def, &f](std::vector<Value>& v) {
+        bool any = false;
+        for (size_t i = 0; i < v.size(); ++i) {
+          const ColumnDef& c = grown_def.columns[i];
+          auto* text = std::get_if<std::string>(&v[i]);
+          const size_t room = f.text_is_unicode ? c.length / 2 : c.length;
+          if (c.type != coltype::kText || text == nullptr || text->size() + 1 >= room) continue;
+          *text += "+";
+          any = true;
+        }
+        return any;
+      };
+      auto grown =
+          (*writer)->Update([&](std::vector<Value>& v) -> Result<bool> { return grow(v); });
+      ASSERT_TRUE(grown.ok()) << table << ": " << grown.status().ToString();
       std::vector<std::string> want;
-      for (const Row& r : rows) want.push_back(RowText(r));
+      for (Row r : rows) {
+        grow(r);
+        want.push_back(RowText(r));
+      }
       std::sort(want.begin(), want.end());
       expected.emplace_back(table, want);
       ++tables_done;
