@@ -147,6 +147,19 @@ TEST(TableWriterSamples, EveryTableEmptiedRefilledAndUpdatedInPlace) {
     IntegrityReport report = CheckDatabase(**after);
     for (const auto& finding : report.findings) ADD_FAILURE() << finding;
     for (const auto& [table, want] : expected) {
+      // The distinct-key counts come out as Access had them for the same rows.
+      auto old_def = (*db)->ReadDefinition(*(*db)->FindTable(table));
+      auto new_def = (*after)->ReadDefinition(*(*after)->FindTable(table));
+      // Except where Access left its count stale: delColTestV2000's Table1 holds 2 rows of
+      // distinct ids against a stored 1, indexTestV2000's 4 distinct keys against a stored 7.
+      for (size_t r = 0; r < old_def->real_indexes.size(); ++r) {
+        const bool stale = (name == "delColTestV2000.mdb" && r == 1) ||
+                           (name == "indexTestV2000.mdb" && table == "Table1" && r < 2);
+        if (stale) continue;
+        EXPECT_EQ(new_def->real_indexes[r].unique_entry_count,
+                  old_def->real_indexes[r].unique_entry_count)
+            << table << " index " << r;
+      }
       auto schema = (*after)->ReadSchema(table);
       ASSERT_TRUE(schema.ok());
       auto def = (*after)->ReadDefinition(*(*after)->FindTable(table));
