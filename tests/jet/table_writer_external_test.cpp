@@ -7,11 +7,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "basic_index_key.h"
+#include "jet/data_page_writer.h"
 #include "jet/database.h"
 #include "jet/table_writer.h"
+#include "jet/usage_map_writer.h"
 #include "memory_pages.h"
 #include "support/temp_folder.h"
 
@@ -154,6 +157,25 @@ TEST(TableWriterExternal, InsertsDeletesAndUpdatesPassTheOracle) {
   dup = o.writer->Insert(RowOf(def, int64_t(5000), 1, 77777, "dup", Null{}, Null{}));
   EXPECT_EQ(dup.message(), "table T: index PrimaryKey already holds the value 5000");
   EXPECT_EQ(o.pages->bytes(), before);
+  // Every LVAL page we added is listed in the owned-pages map of its column.
+  std::set<uint32_t> listed;
+  for (size_t i = 0; i < def.columns.size(); ++i) {
+    if (!def.columns[i].long_value()) continue;
+    ASSERT_NE(o.writer->LongValuePagesMap(i).page, 0u) << "Jackcess lists column maps";
+    ASSERT_TRUE(ForEachMappedPage(*o.pages, kJet4Format, o.writer->LongValuePagesMap(i), "lv",
+                                  [&](uint32_t p) {
+                                    listed.insert(p);
+                                    return Status::Ok();
+                                  })
+                    .ok());
+  }
+  size_t lval_pages = 0;
+  for (uint32_t p : o.pages->allocated) {
+    if (LoadLe32(&(*o.pages->Read(p))[4]) != kLongValuePageOwner) continue;
+    ++lval_pages;
+    EXPECT_EQ(listed.count(p), 1u) << "LVAL page " << p;
+  }
+  EXPECT_GT(lval_pages, 20u);
   o.pages->WriteFile(file);
   ExpectCheckPasses(file, "after 3000 inserts");
   auto rows = Shell(kOracle.string() + " rows " + file.string() + " T");
