@@ -326,7 +326,8 @@ TEST(VerifiedCharacters, OnlyGeneralOrdersGoAheadUnproven) {
             "indexes confirm");
   v.Add(TextOrder::kTurkish, "IŞIK");
   v.Add(TextOrder::kTurkish, "ışık");
-  EXPECT_TRUE(v.MayEncode(TextOrder::kTurkish, "Işık kışı").ok());
+  EXPECT_TRUE(v.MayEncode(TextOrder::kTurkish, "IşıkKışı  ").ok());  // trailing spaces
+  EXPECT_FALSE(v.MayEncode(TextOrder::kTurkish, "Işık kışı").ok());   // no space seen yet
   EXPECT_FALSE(v.MayEncode(TextOrder::kTurkish, "Işıklı").ok());  // no l yet
   // General keys prove nothing about Turkish ones.
   VerifiedCharacters g;
