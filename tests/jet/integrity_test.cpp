@@ -108,6 +108,21 @@ TEST(Integrity, HandBrokenCopiesGiveTheirOwnFinding) {
          StoreLe32(&b[size_t(p.leaf) * ps + p.f->index_next_page], p.leaf);
        },
        "leaf chain loops"},
+      {"prefix longer than the first entry",
+       [ps](std::vector<uint8_t>& b, const Places& p) {
+         StoreLe16(&b[size_t(p.leaf) * ps + p.f->index_prefix_len], 300);
+       },
+       "shared prefix of 300 bytes is longer than the first entry"},
+      {"leaf chain into a data page",
+       [ps](std::vector<uint8_t>& b, const Places& p) {
+         StoreLe32(&b[size_t(p.leaf) * ps + p.f->index_next_page], p.table1.owned_map.page);
+       },
+       "expected an index page, found type 1"},
+      {"leaf chain past the end of the file",
+       [ps](std::vector<uint8_t>& b, const Places& p) {
+         StoreLe32(&b[size_t(p.leaf) * ps + p.f->index_next_page], 0x00FFFFF0);
+       },
+       "16777200"},
       {"row count",
        [ps](std::vector<uint8_t>& b, const Places& p) {
          StoreLe32(&b[size_t(p.table1.page) * ps + p.f->tdef_row_count], 7);
