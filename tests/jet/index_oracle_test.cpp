@@ -115,7 +115,7 @@ TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
                          "ABCDEFGHIJKLMNOPQRSTUVWXYZ",
                          "çöşüğı ÇÖŞÜĞİ",
                          "e\u00e9\u00e8\u00ea\u00eb",
-                         "\u00df\u00e6\u00f8\u00e5",
+                         "\u00f8\u00e5\u00df\u00e6",
                          "12.5%",
                          "a&b",
                          "(parantez)",
