@@ -125,6 +125,15 @@ Status VerifiedCharacters::MayEncodeKey(const JetFormat& f, const TableDef& def,
   return Status::Ok();
 }
 
+Result<std::vector<uint8_t>> EncodeProvenKey(const JetFormat& f, const TableDef& def,
+                                             const RealIndex& index,
+                                             std::span<const Value> by_column,
+                                             const KeyLabels& labels,
+                                             const VerifiedCharacters& verified) {
+  PX_RETURN_IF_ERROR(verified.MayEncodeKey(f, def, index, by_column, labels));
+  return EncodeIndexKey(f, def, index, by_column, labels);
+}
+
 Status WalkIndex(Database& db, const std::string& table, const TableDef& def, size_t real,
                  size_t max_findings, VerifiedCharacters* verified, IndexWalk& out) {
   const JetFormat& f = db.format();

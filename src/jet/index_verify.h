@@ -41,6 +41,14 @@ class VerifiedCharacters {
   std::map<TextOrder, std::set<uint32_t>> seen_;
 };
 
+// The key of a row for a writer: EncodeIndexKey after MayEncodeKey, so that a key in an
+// order the file has not proven is refused rather than guessed.
+Result<std::vector<uint8_t>> EncodeProvenKey(const JetFormat& f, const TableDef& def,
+                                             const RealIndex& index,
+                                             std::span<const Value> by_column,
+                                             const KeyLabels& labels,
+                                             const VerifiedCharacters& verified);
+
 // Result of walking one index.
 struct IndexWalk {
   std::string label;           // logical index names

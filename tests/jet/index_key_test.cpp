@@ -320,6 +320,24 @@ TEST(IndexKey, TurkishOrderPlacesItsLettersBetweenTheLatinOnes) {
   }
 }
 
+TEST(VerifiedCharacters, ProvenKeysNameTableIndexAndColumn) {
+  TableDef def = TwoColumnTable(kLcidTurkish);
+  RealIndex index;
+  index.columns = {{1, true}};
+  const Value row[] = {int64_t(1), std::string("Işık")};
+  VerifiedCharacters v;
+  auto refused = EncodeProvenKey(kJet4Format, def, index, row, {"Cari", "Unvan"}, v);
+  ASSERT_FALSE(refused.ok());
+  EXPECT_EQ(refused.status().message(),
+            "table Cari, index Unvan, column Ad: character U+0049 (I) occurs in no key of the "
+            "Turkish sort order that this file's indexes confirm");
+  v.Add(TextOrder::kTurkish, "kış");
+  v.Add(TextOrder::kTurkish, "I");
+  auto made = EncodeProvenKey(kJet4Format, def, index, row, {"Cari", "Unvan"}, v);
+  ASSERT_TRUE(made.ok()) << made.status().ToString();
+  EXPECT_EQ(HexBytes(*made), HexBytes(*EncodeIndexKey(kJet4Format, def, index, row, {"", ""})));
+}
+
 TEST(VerifiedCharacters, OnlyGeneralOrdersGoAheadUnproven) {
   VerifiedCharacters v;
   EXPECT_TRUE(v.MayEncode(TextOrder::kGeneralLegacy, "ŞİRKET").ok());
