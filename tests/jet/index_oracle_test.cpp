@@ -128,8 +128,8 @@ TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
     rows += "[" + std::to_string(id) + ",\"" + w + "\",\"" + std::string(w) + " " +
             std::to_string(id) + "\"," + std::to_string(id * 1234 - 20000) + ".25," +
             std::to_string(id % 3 - 1) + "e" + std::to_string(id % 7) + "," +
-            (id % 2 ? "true" : "false") + ",\"" + std::to_string(id) + ".5\"," +
-            std::to_string(id * 7 % 256) + "]";
+            (id % 2 ? "true" : "false") + ",\"" + (id % 3 ? "" : "-") + std::to_string(id) +
+            ".5\"," + std::to_string(id * 7 % 256) + "]";
   }
   const std::string json = R"({"tables":[{"name":"Cari","columns":[
     {"name":"Id","type":"LONG","autonumber":true},{"name":"Kod","type":"TEXT","length":40},
