@@ -211,8 +211,12 @@ Status WalkIndex(Database& db, const std::string& table, const TableDef& def, si
       continue;
     }
     auto key = EncodeIndexKey(f, def, index, values, labels);
+    if (!key.ok() && key.status().IsNotSupported()) {
+      if (out.unchecked++ == 0) out.unchecked_why = at + ": " + key.status().message();
+      continue;
+    }
     if (!key.ok()) {
-      finding(at + ": cannot make the key: " + key.status().message());
+      finding(at + ": " + key.status().message());
       continue;
     }
     if (*key != entry.key) {
@@ -237,13 +241,8 @@ Status VerifyIndexKeys(Database& db, const CatalogEntry& table, VerifiedCharacte
   for (size_t i = 0; i < def.real_indexes.size(); ++i) {
     IndexWalk walk;
     PX_RETURN_IF_ERROR(WalkIndex(db, table.name, def, i, 1, into, walk));
-    if (!walk.findings.empty()) {
-      const std::string& msg = walk.findings.front();
-      if (msg.find(": cannot make the key: ") != std::string::npos) {
-        return Status::NotSupported(msg);
-      }
-      return Status::Corruption(msg);
-    }
+    if (!walk.findings.empty()) return Status::Corruption(walk.findings.front());
+    if (walk.unchecked > 0) return Status::NotSupported(db.file_name() + ": " + walk.unchecked_why);
   }
   return Status::Ok();
 }

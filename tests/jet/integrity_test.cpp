@@ -233,6 +233,33 @@ TEST(VerifyIndexKeys, TurkishOrderIsProvenOnlyForTheCharactersItsKeysHold) {
   EXPECT_FALSE(verified.MayEncode(TextOrder::kTurkish, "bil").ok());
 }
 
+TEST(Integrity, IndexesInAnUnknownOrderAreNotedNotFound) {
+  LOAD_OR_SKIP(intact, "testV2000.mdb");
+  const Places at = Locate(intact);
+  ASSERT_NE(at.f, nullptr);
+  const JetFormat& f = *at.f;
+  const int col = at.table1.ColumnByNumber(at.table1.real_indexes[0].columns[0].column_number);
+  std::vector<uint8_t> bytes = intact;
+  StoreLe16(&bytes[size_t(at.table1.page) * f.page_size + f.tdef_header_size +
+                   at.table1.real_indexes.size() * f.tdef_real_preamble + size_t(col) * f.col_size +
+                   f.col_sort_order],
+            1049);
+  auto db = Open(bytes);
+  ASSERT_NE(db, nullptr);
+  const IntegrityReport r = CheckDatabase(*db);
+  EXPECT_TRUE(r.ok()) << Joined(r);
+  ASSERT_EQ(r.notes.size(), 1u);
+  EXPECT_EQ(r.notes[0].rfind("copy.mdb: table Table1, index PrimaryKey: 2 of 2 keys not checked; "
+                             "first: table Table1, index PrimaryKey, leaf page",
+                             0),
+            0u)
+      << r.notes[0];
+  EXPECT_NE(r.notes[0].find("sort order 1049 version 0 (Jet 4) has no known index keys"),
+            std::string::npos);
+  Status st = VerifyIndexKeys(*db, *db->FindTable("Table1"), nullptr);
+  EXPECT_TRUE(st.IsNotSupported()) << st.ToString();
+}
+
 TEST(Integrity, RandomlyDamagedCopiesNeverCrash) {
   for (const char* name : {"testV2000.mdb", "testV1997.mdb", "indexTestV2000.mdb"}) {
     std::vector<uint8_t> intact = LoadSample(name);
