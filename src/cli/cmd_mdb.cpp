@@ -140,6 +140,7 @@ void AddMdbCommands(CLI::App& app) {
   satirlar->callback([path, table] { RunSatirlar(*path, *table); });
 
   AddMdbKontrolCommand(*mdb);
+  AddMdbSqlCommand(*mdb);
 }
 
 }  // namespace px::cli
