@@ -197,6 +197,7 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
                                  const std::string& sirket, const std::string& yil) {
   const std::string yol =
       modules::AccessVeritabaniYolu(o_.kok, modul, access_adi, sirket, yil, konum);
+  yazilanlar_.clear();  // what this call wrote, also when it writes nothing
   if (yol.empty() || !o_.files->Exists(yol)) {
     o_.op->SetStatus(yol + " Veritabanı Bulunamadı!");
     return Status::Ok();

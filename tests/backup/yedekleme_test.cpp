@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "backup/bellek_dosyalar.h"
+#include "backup/dogrula.h"
+#include "backup/dosyalar.h"
 #include "backup/paket_duzeni.h"
+#include "core/sha256.h"
 #include "db/memory_connection.h"
 #include "operator/scripted_operator.h"
 #include "xbf/pbf.h"
@@ -256,7 +259,10 @@ TEST_F(YedeklemeTest, MissingSharedFilesAndEmptyOrShortFieldsStopBeforeAnything)
     ASSERT_EQ(op_.boxes.size(), 1u) << d.kutu.text;
     EXPECT_EQ(op_.boxes[0], d.kutu);
     EXPECT_FALSE(s.basladi);
-    EXPECT_FALSE(s.hata_gosterildi);
+    // The missing shared files are error boxes; the rest are input warnings or the No.
+    EXPECT_EQ(s.hata_gosterildi, d.kutu.title == "HATA");
+    EXPECT_EQ(s.girdi_hatali, d.kutu.title == "Uyarı");
+    EXPECT_EQ(s.reddedildi, d.kutu.title == "Pergonix Yedek");
     EXPECT_TRUE(op_.module_states.empty());
     EXPECT_TRUE(fs_.Altindakiler(kHedef).empty()) << d.kutu.text;
     EXPECT_TRUE(acilanlar_.empty());
@@ -520,6 +526,92 @@ TEST_F(YedeklemeTest, LeftoversOfAKilledRunAreRemoved) {
   EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
   EXPECT_FALSE(fs_.Var("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\.~cari-tblCari.xbf.tmp"));
   EXPECT_FALSE(fs_.Var("D:\\Yedek\\Paket\\.~PergonixYedek.json.tmp"));
+}
+
+TEST_F(YedeklemeTest, ManifestFollowsEveryRunIntoThePackage) {
+  auto manifest = [&] {
+    auto m = Manifest::Coz(fs_.Icerik("D:\\Yedek\\Paket\\PergonixYedek.json"), "manifest", kPaket);
+    EXPECT_TRUE(m.ok()) << m.status().ToString();
+    std::map<std::string, ManifestKaydi> out;
+    for (const auto& k : m->kayitlar()) out[k.yol] = k;
+    EXPECT_EQ(m->program(), "pergonix-yedek test");
+    return out;
+  };
+  op_ = op::ScriptedOperator({Answer::kYes});
+  Calistir();
+  const std::string cari_yol = "D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf";
+  const std::string cari = fs_.Icerik(cari_yol);
+  auto ilk = manifest();
+  EXPECT_EQ(ilk.size(), 5u);
+  EXPECT_EQ(ilk["Cari\\Data\\001\\2009\\cari-tblCari.xbf"],
+            (ManifestKaydi{"Cari\\Data\\001\\2009\\cari-tblCari.xbf", "tablo", "001", "2009", "Cari",
+                           "cari.mdb", "tblCari", 2, cari.size(), Sha256Hex(cari)}));
+  const std::string logo = fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp");
+  EXPECT_EQ(ilk["Dosya\\Demirbas\\Data\\001\\logo.bmp"],
+            (ManifestKaydi{"Dosya\\Demirbas\\Data\\001\\logo.bmp", "ek", "001", "2009", "Demirbas", "",
+                           "", -1, logo.size(), Sha256Hex(logo)}));
+  auto d = PaketiDogrula(fs_, kPaket);
+  ASSERT_TRUE(d.ok());
+  EXPECT_TRUE(d->temiz()) << ::testing::PrintToString(d->sorunlar);
+  EXPECT_EQ(d->denetlenen, 5u);
+
+  // Another company adds to the manifest; the first company's entries stay.
+  girdi_.sirket = "002";
+  op_ = op::ScriptedOperator({Answer::kYes});
+  Calistir();
+  auto ikinci = manifest();
+  EXPECT_EQ(ikinci.size(), 6u);
+  EXPECT_TRUE(ikinci.count("Cari\\Data\\002\\2009\\cari-tblCari.xbf"));
+  EXPECT_TRUE(ikinci.count("Cari\\Data\\001\\2009\\cari-tblCari.xbf"));
+
+  // Deleting the old backup removes its entries; a table that is empty now leaves none.
+  baglantilar_[BellekDosyalar::Anahtar("C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb")] =
+      std::make_shared<Baglanti>();
+  girdi_.sirket = "001";
+  girdi_.eski_yedegi_sormadan_sil = true;
+  op_ = op::ScriptedOperator({Answer::kYes});
+  Calistir();
+  auto ucuncu = manifest();
+  EXPECT_EQ(ucuncu.size(), 5u);
+  EXPECT_FALSE(ucuncu.count("Cari\\Data\\001\\2009\\cari-tblCari.xbf"));
+  EXPECT_FALSE(fs_.Var(cari_yol));
+  EXPECT_TRUE(PaketiDogrula(fs_, kPaket)->temiz());
+
+  // A file changed after the backup no longer matches.
+  fs_.Yaz("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp", "BM\x02");
+  EXPECT_EQ(PaketiDogrula(fs_, kPaket)->sorunlar,
+            std::vector<std::string>{"farklı Dosya\\Demirbas\\Data\\001\\logo.bmp: 3 bytes, the "
+                                     "manifest says 4"});
+}
+
+TEST(PaketDuzeni, FoldersNamesAndTemporaryNames) {
+  struct {
+    int konum;
+    const char* beklenen;
+  } const klasorler[] = {{2, "D:\\P\\Cari\\Data"},
+                         {3, "D:\\P\\Cari\\Data\\001"},
+                         {4, "D:\\P\\Cari\\Data\\001\\2009"},
+                         {0, "D:\\P"}};
+  for (const auto& k : klasorler) {
+    EXPECT_EQ(VeriKlasoru("D:\\P", "Cari", k.konum, "001", "2009"), k.beklenen) << k.konum;
+  }
+  EXPECT_EQ(*TabanAdi("cari.mdb"), "cari");
+  EXPECT_EQ(*TabanAdi(".mdb"), "");
+  EXPECT_FALSE(TabanAdi("c.b").ok());
+  EXPECT_EQ(TabloDosyaAdi("cari", "tblCari", true), "cari-tblCari.pbf");
+  EXPECT_EQ(GeciciAd("D:\\P\\a-b.xbf"), "D:\\P\\.~a-b.xbf.tmp");
+  EXPECT_EQ(GeciciAd("/tmp/a-b"), "/tmp/.~a-b.tmp");
+  EXPECT_TRUE(GeciciAdMi(".~a-b.xbf.tmp"));
+  EXPECT_FALSE(GeciciAdMi("a-b.xbf.tmp"));
+  EXPECT_FALSE(GeciciAdMi(".~a-b.xbf"));
+}
+
+TEST(HataKodu, RunTimeErrorNumbersOfTheOldProgram) {
+  EXPECT_EQ(HataKodu(Status::IOError("cannot write x: No space left on device")), 61);
+  EXPECT_EQ(HataKodu(Status::InvalidArgument("Type mismatch: 'Default'")), 13);
+  EXPECT_EQ(HataKodu(Status::InvalidArgument("Overflow: more")), 6);
+  EXPECT_EQ(HataKodu(Status::NotFound("x")), 53);
+  EXPECT_EQ(HataMetni(Status::NotFound("x yok")), "Hata Kodu: 53\r\nAçıklama: x yok");
 }
 
 }  // namespace
