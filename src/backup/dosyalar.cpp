@@ -23,7 +23,16 @@ Status Hata(const std::string& islem, const std::string& yol, int err) {
   return err == ENOENT ? Status::NotFound(metin) : Status::IOError(metin);
 }
 
+// Domain paths through the drive map; host paths (the staging folder, a package named on the
+// command line) may still have "\" from the flows' joins, which is a separator here too.
 Result<std::string> Host(const std::string& yol) {
+  if (!IsDrivePath(yol)) {
+    std::string host = yol;
+    for (char& c : host) {
+      if (c == '\\') c = '/';
+    }
+    return host;
+  }
   PX_ASSIGN_OR_RETURN(fs::path host, ToHostPath(yol));
   return host.string();
 }

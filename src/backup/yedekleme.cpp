@@ -8,6 +8,7 @@
 #include "modules/module_databases.h"
 #include "platform/profile.h"
 #include "platform/text_case.h"
+#include "xbf/parallel_deflate.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
 
@@ -177,7 +178,7 @@ Status Yedekleme::Sikistir(const std::string& girdi, const std::string& cikti,
   PX_ASSIGN_OR_RETURN(auto kaynak, KatmanGirdisi::Ac(*o_.files, girdi));
   PX_ASSIGN_OR_RETURN(auto dosya, YerineGecenDosya::Ac(*o_.files, cikti));
   OzetliSink ozetli(*dosya);
-  PX_ASSIGN_OR_RETURN(auto deflate, xbf::DeflateSink::Create(ozetli));
+  PX_ASSIGN_OR_RETURN(auto deflate, xbf::ParallelDeflateSink::Create(ozetli, xbf::kPbfLevel));
   std::string parca(size_t{1} << 20, '\0');
   for (;;) {
     PX_ASSIGN_OR_RETURN(size_t n,
@@ -224,10 +225,18 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
       if (!kaynak.status().ok()) return kaynak.status().WithContext(yol + ": table " + t.name);
       continue;  // an empty table writes nothing
     }
-    if (o_.files->Exists(hedef_yol)) PX_RETURN_IF_ERROR(o_.files->Remove(hedef_yol));
-    PX_ASSIGN_OR_RETURN(auto dosya, YerineGecenDosya::Ac(*o_.files, hedef_yol));
+    // Compressed exports stream through the deflater into the staged ".pbf" directly: one
+    // pass, the XML written on this thread while deflate runs on the others.
+    const std::string yazilan_yol = SikistirmaSecili ? hedef_yol + ".pbf" : hedef_yol;
+    if (o_.files->Exists(yazilan_yol)) PX_RETURN_IF_ERROR(o_.files->Remove(yazilan_yol));
+    PX_ASSIGN_OR_RETURN(auto dosya, YerineGecenDosya::Ac(*o_.files, yazilan_yol));
     OzetliSink ozetli(*dosya);
-    xbf::XbfWriter yazici(ozetli);
+    std::unique_ptr<xbf::ParallelDeflateSink> deflate;
+    if (SikistirmaSecili) {
+      PX_ASSIGN_OR_RETURN(deflate, xbf::ParallelDeflateSink::Create(ozetli, xbf::kPbfLevel));
+    }
+    xbf::XbfWriter yazici(deflate ? static_cast<xbf::ByteSink&>(*deflate)
+                                  : static_cast<xbf::ByteSink&>(ozetli));
     PX_RETURN_IF_ERROR(yazici.Begin(kaynak.fields()));
     int64_t sayi = 0;
     do {
@@ -238,6 +247,7 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
     } while (kaynak.Next(satir));
     if (!kaynak.status().ok()) return kaynak.status().WithContext(yol + ": table " + t.name);
     PX_RETURN_IF_ERROR(yazici.Finish());
+    if (deflate) PX_RETURN_IF_ERROR(deflate->Finish());
     PX_RETURN_IF_ERROR(dosya->Commit());
     o_.op->SetTableProgress(modul_adi_, access_adi, t.name, sayi, sayi);
     YedekAlindi = true;
@@ -303,12 +313,6 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
         (void)o_.files->Remove(ara_pbf);
         (void)o_.files->Remove(ara);
       };
-      std::string ozet;
-      uint64_t bayt = 0;
-      if (Status st = Sikistir(ara, ara_pbf, &ozet, &bayt); !st.ok()) {
-        ara_dosyalari_sil();
-        return st;
-      }
       if (SurucuBekle(hedef, hazirla) == Surucu::kIptal) {
         ara_dosyalari_sil();
         IptalEdildi = true;
@@ -330,7 +334,8 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
         (void)hazirla();
       }
       ara_dosyalari_sil();
-      Kaydet(son, kTabloDosyasi, modul, sirket, yil, vt.access_adi, y.tablo, y.satir, bayt, ozet);
+      Kaydet(son, kTabloDosyasi, modul, sirket, yil, vt.access_adi, y.tablo, y.satir, y.bayt,
+             y.sha256);
     }
   }
   return Status::Ok();

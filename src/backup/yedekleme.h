@@ -7,6 +7,10 @@
 // op::Operator, reach files only through a platform::FileLayer and databases only through
 // db::Connection.
 //
+// With compression on, a table is compressed as it is exported: the staged file is the
+// export's name + ".pbf" at once (one pass, deflate running in parallel with the XML), and
+// it is then copied onto the medium; extra files are compressed by Sikistir.
+//
 // Paths are in the suite's Windows form. Every file lands whole or not at all (see
 // backup/dosyalar.h); the manifest of the package is rewritten after each module.
 
@@ -77,7 +81,8 @@ class Yedekleme {
   Status SirketYedekle(const std::string& hedef, const std::string& paket,
                        const std::string& sirket, const std::string& yil);
 
-  // Every non-empty user table of one module database into its own file below `hedef`.
+  // Every non-empty user table of one module database into its own file below `hedef`; with
+  // SikistirmaSecili, hedef + base-table + ".pbf" (the list entry is without the extension).
   Status TabloDisaAktar(const std::string& access_adi, const std::string& sql_adi, int konum,
                         const std::string& modul, const std::string& hedef,
                         const std::string& sirket, const std::string& yil);
