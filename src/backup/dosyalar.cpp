@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/sha256.h"
 #include "platform/host_path.h"
 
 namespace px::backup {
@@ -283,16 +284,21 @@ Result<size_t> KatmanGirdisi::Read(uint8_t* buf, size_t n) {
 }
 
 Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak,
-                    const std::string& hedef) {
+                    const std::string& hedef, std::string* sha256, uint64_t* bayt) {
   PX_ASSIGN_OR_RETURN(auto girdi, KatmanGirdisi::Ac(files, kaynak));
   PX_ASSIGN_OR_RETURN(auto cikti, YerineGecenDosya::Ac(files, hedef));
+  Sha256 ozet;
   std::string parca(kParca, '\0');
   for (;;) {
     PX_ASSIGN_OR_RETURN(size_t n, girdi->Read(reinterpret_cast<uint8_t*>(parca.data()), kParca));
     if (n == 0) break;
+    if (sha256) ozet.Update(std::string_view(parca.data(), n));
     PX_RETURN_IF_ERROR(cikti->Write(std::string_view(parca.data(), n)));
   }
-  return cikti->Commit();
+  PX_RETURN_IF_ERROR(cikti->Commit());
+  if (sha256) *sha256 = ozet.HexDigest();
+  if (bayt) *bayt = cikti->yazilan();
+  return Status::Ok();
 }
 
 Result<std::string> TumunuOku(platform::FileLayer& files, const std::string& yol,

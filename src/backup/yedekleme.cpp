@@ -399,7 +399,8 @@ Status Yedekleme::EkDosyalariYedekleIci(const std::string& modul, const std::str
       return Status::Cancelled("cancelled at a drive that is not ready");
     }
     for (;;) {
-      Status st = DosyaKopyala(*o_.files, kopyalanan, son);
+      Status st = SikistirmaSecili ? DosyaKopyala(*o_.files, kopyalanan, son)
+                                    : DosyaKopyala(*o_.files, kopyalanan, son, &ozet, &bayt);
       if (st.ok()) break;
       if (!DiskDoluMu(st)) {
         ara_sil();
@@ -413,11 +414,6 @@ Status Yedekleme::EkDosyalariYedekleIci(const std::string& modul, const std::str
       (void)hazirla();
     }
     ara_sil();
-    if (!SikistirmaSecili) {
-      PX_ASSIGN_OR_RETURN(std::string icerik, TumunuOku(*o_.files, son, size_t{1} << 40));
-      ozet = Sha256Hex(icerik);
-      bayt = icerik.size();
-    }
     Kaydet(son, kEkDosya, modul, sirket, yil, "", "", -1, bayt, ozet);
   }
   return Status::Ok();
