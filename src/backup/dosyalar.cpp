@@ -224,7 +224,10 @@ bool DiskDoluMu(const Status& st) {
 
 YerineGecenDosya::YerineGecenDosya(platform::FileLayer& files, std::string hedef,
                                    std::string gecici, std::unique_ptr<platform::File> dosya)
-    : files_(files), hedef_(std::move(hedef)), gecici_(std::move(gecici)), dosya_(std::move(dosya)) {}
+    : files_(files),
+      hedef_(std::move(hedef)),
+      gecici_(std::move(gecici)),
+      dosya_(std::move(dosya)) {}
 
 Result<std::unique_ptr<YerineGecenDosya>> YerineGecenDosya::Ac(platform::FileLayer& files,
                                                                const std::string& hedef) {
@@ -245,8 +248,8 @@ Status YerineGecenDosya::Write(std::string_view bytes) {
   PX_RETURN_IF_ERROR(hata_);
   tampon_.append(bytes);
   if (tampon_.size() >= kParca) {
-    hata_ = dosya_->WriteAt(yazilan_, {reinterpret_cast<const uint8_t*>(tampon_.data()),
-                                       tampon_.size()});
+    hata_ = dosya_->WriteAt(yazilan_,
+                            {reinterpret_cast<const uint8_t*>(tampon_.data()), tampon_.size()});
     yazilan_ += tampon_.size();
     tampon_.clear();
   }
@@ -256,8 +259,8 @@ Status YerineGecenDosya::Write(std::string_view bytes) {
 Status YerineGecenDosya::Commit() {
   PX_RETURN_IF_ERROR(hata_);
   if (!tampon_.empty()) {
-    hata_ = dosya_->WriteAt(yazilan_, {reinterpret_cast<const uint8_t*>(tampon_.data()),
-                                       tampon_.size()});
+    hata_ = dosya_->WriteAt(yazilan_,
+                            {reinterpret_cast<const uint8_t*>(tampon_.data()), tampon_.size()});
     PX_RETURN_IF_ERROR(hata_);
     yazilan_ += tampon_.size();
     tampon_.clear();
@@ -283,8 +286,8 @@ Result<size_t> KatmanGirdisi::Read(uint8_t* buf, size_t n) {
   return got;
 }
 
-Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak,
-                    const std::string& hedef, std::string* sha256, uint64_t* bayt) {
+Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak, const std::string& hedef,
+                    std::string* sha256, uint64_t* bayt) {
   PX_ASSIGN_OR_RETURN(auto girdi, KatmanGirdisi::Ac(files, kaynak));
   PX_ASSIGN_OR_RETURN(auto cikti, YerineGecenDosya::Ac(files, hedef));
   Sha256 ozet;
@@ -301,16 +304,15 @@ Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak,
   return Status::Ok();
 }
 
-Result<std::string> TumunuOku(platform::FileLayer& files, const std::string& yol,
-                              size_t en_fazla) {
+Result<std::string> TumunuOku(platform::FileLayer& files, const std::string& yol, size_t en_fazla) {
   PX_ASSIGN_OR_RETURN(auto dosya, files.Open(yol, platform::OpenMode::kRead));
   PX_ASSIGN_OR_RETURN(uint64_t boy, dosya->Size());
   if (boy > en_fazla) {
     return Status::InvalidArgument(yol + " is larger than " + std::to_string(en_fazla) + " bytes");
   }
   std::string metin(size_t(boy), '\0');
-  PX_ASSIGN_OR_RETURN(size_t n, dosya->ReadAt(0, {reinterpret_cast<uint8_t*>(metin.data()),
-                                                  metin.size()}));
+  PX_ASSIGN_OR_RETURN(size_t n,
+                      dosya->ReadAt(0, {reinterpret_cast<uint8_t*>(metin.data()), metin.size()}));
   metin.resize(n);
   return metin;
 }
@@ -319,7 +321,8 @@ Status ArtiklariTemizle(platform::FileLayer& files, const std::string& klasor) {
   auto liste = files.List(klasor);
   if (!liste.ok()) return liste.status().IsNotFound() ? Status::Ok() : liste.status();
   for (const auto& e : *liste) {
-    if (!e.is_folder && GeciciAdMi(e.name)) PX_RETURN_IF_ERROR(files.Remove(Birlestir(klasor, e.name)));
+    if (!e.is_folder && GeciciAdMi(e.name))
+      PX_RETURN_IF_ERROR(files.Remove(Birlestir(klasor, e.name)));
   }
   return Status::Ok();
 }

@@ -142,12 +142,12 @@ Yedekleme::Surucu Yedekleme::SurucuBekle(const std::string& hedef,
 }
 
 bool Yedekleme::DoluSor(const std::string& hedef) {
-  const op::Answer cevap = o_.op->Show(
-      hedef.substr(0, 2) + " Sürücüsü Dolu!" + kCrLf + kCrLf +
-          "Eğer Bir Disket Sürücüye Yedek Alıyorsanız," + kCrLf +
-          "Tekrar Denemeden Önce Sürücüde Yeterli Boş Alanı Olan Bir Disket "
-          "Yerleştirdiğinizden Emin Olun.",
-      "Uyarı", op::Icon::kNone, op::Buttons::kRetryCancel, 1);
+  const op::Answer cevap =
+      o_.op->Show(hedef.substr(0, 2) + " Sürücüsü Dolu!" + kCrLf + kCrLf +
+                      "Eğer Bir Disket Sürücüye Yedek Alıyorsanız," + kCrLf +
+                      "Tekrar Denemeden Önce Sürücüde Yeterli Boş Alanı Olan Bir Disket "
+                      "Yerleştirdiğinizden Emin Olun.",
+                  "Uyarı", op::Icon::kNone, op::Buttons::kRetryCancel, 1);
   return cevap == op::Answer::kRetry;
 }
 
@@ -173,8 +173,8 @@ Status Yedekleme::ManifestYaz() {
   return manifest_->Yaz(*o_.files);
 }
 
-Status Yedekleme::Sikistir(const std::string& girdi, const std::string& cikti,
-                           std::string* sha256, uint64_t* bayt) {
+Status Yedekleme::Sikistir(const std::string& girdi, const std::string& cikti, std::string* sha256,
+                           uint64_t* bayt) {
   PX_ASSIGN_OR_RETURN(auto kaynak, KatmanGirdisi::Ac(*o_.files, girdi));
   PX_ASSIGN_OR_RETURN(auto dosya, YerineGecenDosya::Ac(*o_.files, cikti));
   OzetliSink ozetli(*dosya);
@@ -216,9 +216,8 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
     PX_ASSIGN_OR_RETURN(std::string taban, TabanAdi(access_adi));
     const std::string ad = TabloDosyaAdi(taban, t.name);
     const std::string hedef_yol =
-        SikistirmaSecili
-            ? hedef + ad
-            : Birlestir(VeriKlasoru(hedef, modul, konum, sirket, yil), ad + ".xbf");
+        SikistirmaSecili ? hedef + ad
+                         : Birlestir(VeriKlasoru(hedef, modul, konum, sirket, yil), ad + ".xbf");
     RowSource& kaynak = **satirlar;
     Row satir;
     if (!kaynak.Next(satir)) {
@@ -284,8 +283,8 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
     PX_RETURN_IF_ERROR(hazirla());
     if (!SikistirmaSecili) {
       for (;;) {
-        Status st = TabloDisaAktar(vt.access_adi, vt.sql_server_adi, vt.konum, modul, kok, sirket,
-                                   yil);
+        Status st =
+            TabloDisaAktar(vt.access_adi, vt.sql_server_adi, vt.konum, modul, kok, sirket, yil);
         if (st.ok()) break;
         if (!DiskDoluMu(st)) return st;
         if (!DoluSor(hedef)) {
@@ -301,9 +300,8 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
       continue;
     }
     YedekAlindi = false;
-    PX_RETURN_IF_ERROR(
-        TabloDisaAktar(vt.access_adi, vt.sql_server_adi, vt.konum, modul, o_.gecici_klasor,
-                       sirket, yil));
+    PX_RETURN_IF_ERROR(TabloDisaAktar(vt.access_adi, vt.sql_server_adi, vt.konum, modul,
+                                      o_.gecici_klasor, sirket, yil));
     if (!YedekAlindi) continue;
     const auto yazilanlar = yazilanlar_;
     for (const auto& y : yazilanlar) {
@@ -400,7 +398,7 @@ Status Yedekleme::EkDosyalariYedekleIci(const std::string& modul, const std::str
     }
     for (;;) {
       Status st = SikistirmaSecili ? DosyaKopyala(*o_.files, kopyalanan, son)
-                                    : DosyaKopyala(*o_.files, kopyalanan, son, &ozet, &bayt);
+                                   : DosyaKopyala(*o_.files, kopyalanan, son, &ozet, &bayt);
       if (st.ok()) break;
       if (!DiskDoluMu(st)) {
         ara_sil();
@@ -429,8 +427,8 @@ Status Yedekleme::SirketYedekle(const std::string& hedef, const std::string& pak
     }
     const std::string klasor(m.klasor);
     modul_adi_ = std::string(m.ad);
-    PX_ASSIGN_OR_RETURN(bool eski_var, KlasorDosyaVarmi(*o_.files, kok, klasor,
-                                                        m.eski_yedek_konumu, sirket, yil));
+    PX_ASSIGN_OR_RETURN(bool eski_var,
+                        KlasorDosyaVarmi(*o_.files, kok, klasor, m.eski_yedek_konumu, sirket, yil));
     if (eski_var) {
       bool sil = EskiYedegiSormadanSil;
       if (!sil) {
@@ -443,8 +441,8 @@ Status Yedekleme::SirketYedekle(const std::string& hedef, const std::string& pak
       }
       if (sil) {
         std::vector<std::string> silinenler;
-        PX_RETURN_IF_ERROR(KlasorDosyalariniSil(*o_.files, kok, klasor, m.eski_yedek_konumu,
-                                                sirket, yil, &silinenler)
+        PX_RETURN_IF_ERROR(KlasorDosyalariniSil(*o_.files, kok, klasor, m.eski_yedek_konumu, sirket,
+                                                yil, &silinenler)
                                .status());
         if (m.klasor == "Demirbas") {
           PX_RETURN_IF_ERROR(KlasorDosyalariniSil(*o_.files, kok, klasor, modules::kKonumData,
@@ -458,8 +456,8 @@ Status Yedekleme::SirketYedekle(const std::string& hedef, const std::string& pak
       ModulPaketle(klasor, paket, hedef, sirket, yil);
       const std::string ek_kok = Birlestir(kok, kEkDosyaKlasoru);
       std::vector<std::string> silinenler;
-      for (int seviye : {modules::kKonumDataSirketYil, modules::kKonumDataSirket,
-                         modules::kKonumData}) {
+      for (int seviye :
+           {modules::kKonumDataSirketYil, modules::kKonumDataSirket, modules::kKonumData}) {
         PX_RETURN_IF_ERROR(
             KlasorDosyalariniSil(*o_.files, ek_kok, klasor, seviye, sirket, yil, &silinenler)
                 .status());

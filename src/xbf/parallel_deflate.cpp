@@ -140,8 +140,8 @@ Status ParallelDeflateSink::Submit(bool last) {
   auto job = std::make_shared<Job>();
   job->dictionary = s_->tail;
   job->last = last;
-  s_->adler = adler32(s_->adler, reinterpret_cast<const Bytef*>(s_->block.data()),
-                      uInt(s_->block.size()));
+  s_->adler =
+      adler32(s_->adler, reinterpret_cast<const Bytef*>(s_->block.data()), uInt(s_->block.size()));
   if (s_->block.size() >= kDictionary) {
     s_->tail.assign(s_->block, s_->block.size() - kDictionary, kDictionary);
   } else {

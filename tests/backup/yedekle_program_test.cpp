@@ -44,9 +44,10 @@ class YedekleProgrami : public ::testing::Test {
     fs::copy(kSuite, d_.path() / "C" / "Pergonix", fs::copy_options::recursive);
   }
   px::testing::ProgramOutput Run(const std::string& args) {
-    return RunShell("PERGONIX_DRIVES=" + ShellQuote("C=" + (d_.path() / "C").string() +
-                                                    ";D=" + (d_.path() / "D").string()) +
-                    " " + ShellQuote(PX_BINARY) + " " + args + " 2>&1");
+    return RunShell(
+        "PERGONIX_DRIVES=" +
+        ShellQuote("C=" + (d_.path() / "C").string() + ";D=" + (d_.path() / "D").string()) + " " +
+        ShellQuote(PX_BINARY) + " " + args + " 2>&1");
   }
   fs::path Paket(const std::string& ad) const { return d_.path() / "D" / "Yedek" / ad; }
 
@@ -79,15 +80,14 @@ void PaketKaynaklaAyni(const fs::path& suite, const fs::path& paket, const std::
       const auto beklenen = RunShell(ShellQuote(kOracle.string()) + " rows " +
                                      ShellQuote(e.path().string()) + " " + ShellQuote(tablo));
       ASSERT_EQ(beklenen.exit_code, 0) << tablo;
-      const fs::path dosya_yolu =
-          paket / goreli.parent_path() / (taban + "-" + tablo + uzanti);
+      const fs::path dosya_yolu = paket / goreli.parent_path() / (taban + "-" + tablo + uzanti);
       if (beklenen.out.empty()) {
         EXPECT_FALSE(fs::exists(dosya_yolu)) << "empty table has a file: " << dosya_yolu;
         continue;
       }
       ASSERT_TRUE(fs::exists(dosya_yolu)) << dosya_yolu;
-      const auto okunan = RunShell(ShellQuote(PX_BINARY) + " xbf satirlar " +
-                                   ShellQuote(dosya_yolu.string()));
+      const auto okunan =
+          RunShell(ShellQuote(PX_BINARY) + " xbf satirlar " + ShellQuote(dosya_yolu.string()));
       EXPECT_EQ(okunan.exit_code, 0) << dosya_yolu;
       EXPECT_EQ(Satirlar(okunan.out), Satirlar(beklenen.out)) << dosya_yolu;
       ++dosya;
@@ -114,16 +114,18 @@ TEST_F(YedekleProgrami, ExternalCompressedCompanyBackupReadsBackAsJetOracleReads
 }
 
 TEST_F(YedekleProgrami, ExternalPlainBackupOfEveryCompany) {
-  auto o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
-               "--tum-sirketler --sikistirma-yok");
+  auto o =
+      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+          "--tum-sirketler --sikistirma-yok");
   ASSERT_EQ(o.exit_code, 0) << o.out;
   PaketKaynaklaAyni(d_.path() / "C" / "Pergonix", Paket("P"), ".xbf", {"001", "002"});
   EXPECT_EQ(Run("dogrula 'D:\\Yedek\\P'").exit_code, 0);
 }
 
 TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
-  auto o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
-               "--modul Cari --modul Stok");
+  auto o =
+      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+          "--modul Cari --modul Stok");
   ASSERT_EQ(o.exit_code, 0) << o.out;
   const fs::path cari = Paket("P") / "Cari/Data/001/2009";
   const fs::path stok = Paket("P") / "Stok/Data/001/2009";
@@ -167,12 +169,12 @@ TEST_F(YedekleProgrami, ExitCodesOfTheRun) {
                 .exit_code,
             0);
   // Without a terminal and without --evet the old-backup question takes No: cancelled.
-  auto o = RunShell("printf '' | PERGONIX_DRIVES=" +
-                    ShellQuote("C=" + (d_.path() / "C").string() +
-                               ";D=" + (d_.path() / "D").string()) +
-                    " " + ShellQuote(PX_BINARY) +
-                    " yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' --modul Cari"
-                    " 2>&1");
+  auto o =
+      RunShell("printf '' | PERGONIX_DRIVES=" +
+               ShellQuote("C=" + (d_.path() / "C").string() + ";D=" + (d_.path() / "D").string()) +
+               " " + ShellQuote(PX_BINARY) +
+               " yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' --modul Cari"
+               " 2>&1");
   EXPECT_EQ(o.exit_code, 3) << o.out;
   // A missing shared file is an error box.
   fs::remove(d_.path() / "C/Pergonix/Genel/Data/YedekDosya.ini");

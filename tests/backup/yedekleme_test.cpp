@@ -48,15 +48,17 @@ Box EskiYedekKutusu(const std::string& klasor) {
              "Uyarı", Icon::kQuestion, Buttons::kYesNo, 2};
 }
 Box HazirDegilKutusu() {
-  return Box{"D: Sürücüsü Hazır Değil!\r\n\r\nEğer Bir Disket Sürücüye Yedek Alıyorsanız,\r\n"
-             "Tekrar Denemeden Önce Sürücüye Formatlı Bir Disket Yerleştirdiğinizden Emin Olun.",
-             "Uyarı", Icon::kNone, Buttons::kRetryCancel, 1};
+  return Box{
+      "D: Sürücüsü Hazır Değil!\r\n\r\nEğer Bir Disket Sürücüye Yedek Alıyorsanız,\r\n"
+      "Tekrar Denemeden Önce Sürücüye Formatlı Bir Disket Yerleştirdiğinizden Emin Olun.",
+      "Uyarı", Icon::kNone, Buttons::kRetryCancel, 1};
 }
 Box DoluKutusu() {
-  return Box{"D: Sürücüsü Dolu!\r\n\r\nEğer Bir Disket Sürücüye Yedek Alıyorsanız,\r\n"
-             "Tekrar Denemeden Önce Sürücüde Yeterli Boş Alanı Olan Bir Disket "
-             "Yerleştirdiğinizden Emin Olun.",
-             "Uyarı", Icon::kNone, Buttons::kRetryCancel, 1};
+  return Box{
+      "D: Sürücüsü Dolu!\r\n\r\nEğer Bir Disket Sürücüye Yedek Alıyorsanız,\r\n"
+      "Tekrar Denemeden Önce Sürücüde Yeterli Boş Alanı Olan Bir Disket "
+      "Yerleştirdiğinizden Emin Olun.",
+      "Uyarı", Icon::kNone, Buttons::kRetryCancel, 1};
 }
 Box HataKutusu(const std::string& metin) {
   return Box{metin, "Hata", Icon::kExclamation, Buttons::kOk, 1};
@@ -134,8 +136,7 @@ class YedeklemeTest : public ::testing::Test {
     };
     vt.rows = {satir("Cari", "cari.mdb", "DataSirketYil"),
                satir("Demirbas", "demirbas.mdb", "DataSirket"),
-               satir("Stok", "stok.mdb", "DataSirketYil"),
-               satir("Beyanname", "beyan.mdb", "Data")};
+               satir("Stok", "stok.mdb", "DataSirketYil"), satir("Beyanname", "beyan.mdb", "Data")};
     katalog.Add("tablo_veritabani_bilgileri", vt);
     Ekle("C:\\Pergonix\\genel\\data\\DonemAc.mdb", katalog);
 
@@ -146,9 +147,9 @@ class YedeklemeTest : public ::testing::Test {
     sirket.Add("tblSirket", ts);
     Ekle("C:\\Pergonix\\Genel\\Data\\sirket.mdb", sirket);
 
-    cari_ = Tablo({"strKod", "strUnvan"}, {{std::string("120.01"), std::string("Özgür Ltd."),
-                                            int64_t{1500}},
-                                           {std::string("120.02"), Null{}, int64_t{-7}}});
+    cari_ = Tablo({"strKod", "strUnvan"},
+                  {{std::string("120.01"), std::string("Özgür Ltd."), int64_t{1500}},
+                   {std::string("120.02"), Null{}, int64_t{-7}}});
     Baglanti cari;
     cari.diger = {{"MSysObjects", "SYSTEM TABLE"}, {"qryCari", "VIEW"}};
     cari.Add("tblCari", cari_);
@@ -286,12 +287,12 @@ TEST_F(YedeklemeTest, PlainBackupOfOneCompanyMirrorsTheSuiteLayout) {
   EXPECT_FALSE(s.hata_gosterildi);
   EXPECT_FALSE(s.iptal_edildi);
   EXPECT_EQ(Durumlar(), TekSirketDurumu("|Fatura|"));
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Beyanname\\Data\\beyan-tblBeyan.xbf",
-                                   "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
-                                   "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf",
-                                   "Dosya\\Cari\\Data\\001\\2009\\ayar.ini",
-                                   "Dosya\\Demirbas\\Data\\001\\logo.bmp", "PergonixYedek.json"}));
+  EXPECT_EQ(
+      fs_.Altindakiler(kPaket),
+      (std::set<std::string>{
+          "Beyanname\\Data\\beyan-tblBeyan.xbf", "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
+          "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf", "Dosya\\Cari\\Data\\001\\2009\\ayar.ini",
+          "Dosya\\Demirbas\\Data\\001\\logo.bmp", "PergonixYedek.json"}));
   EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf"),
             Beklenen(cari_));
   EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf"),
@@ -317,12 +318,11 @@ TEST_F(YedeklemeTest, CompressedBackupStagesThenCopiesPackageFiles) {
   EXPECT_TRUE(s.tamamlandi);
   EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
   EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Beyanname\\Data\\beyan-tblBeyan.pbf",
-                                   "Cari\\Data\\001\\2009\\cari-tblCari.pbf",
-                                   "Demirbas\\Data\\001\\demirbas-tblDemirbas.pbf",
-                                   "Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
-                                   "Dosya\\Demirbas\\Data\\001\\logo.bmp.pbf",
-                                   "PergonixYedek.json"}));
+            (std::set<std::string>{
+                "Beyanname\\Data\\beyan-tblBeyan.pbf", "Cari\\Data\\001\\2009\\cari-tblCari.pbf",
+                "Demirbas\\Data\\001\\demirbas-tblDemirbas.pbf",
+                "Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
+                "Dosya\\Demirbas\\Data\\001\\logo.bmp.pbf", "PergonixYedek.json"}));
   EXPECT_EQ(Ac(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.pbf")),
             Beklenen(cari_));
   EXPECT_EQ(Ac(fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf")),
@@ -379,13 +379,13 @@ TEST_F(YedeklemeTest, OldBackupDeletedAtTheModulesOwnLevel) {
                                          EskiYedekKutusu("D:\\Yedek\\Paket\\Demirbas\\Data\\001"),
                                          EskiYedekKutusu("D:\\Yedek\\Paket\\Beyanname\\Data")}));
   EXPECT_FALSE(s.iptal_edildi);
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Beyanname\\Data\\beyan-tblBeyan.xbf",
-                                   "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
-                                   "Demirbas\\Data\\001\\2008\\kalir.xbf",
-                                   "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf",
-                                   "Dosya\\Cari\\Data\\001\\2009\\ayar.ini",
-                                   "Dosya\\Demirbas\\Data\\001\\logo.bmp", "PergonixYedek.json"}));
+  EXPECT_EQ(
+      fs_.Altindakiler(kPaket),
+      (std::set<std::string>{
+          "Beyanname\\Data\\beyan-tblBeyan.xbf", "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
+          "Demirbas\\Data\\001\\2008\\kalir.xbf", "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf",
+          "Dosya\\Cari\\Data\\001\\2009\\ayar.ini", "Dosya\\Demirbas\\Data\\001\\logo.bmp",
+          "PergonixYedek.json"}));
 }
 
 TEST_F(YedeklemeTest, OldBackupDeletedWithoutAskingWhenTicked) {
@@ -422,9 +422,9 @@ TEST_F(YedeklemeTest, DriveNotReadyCancelledLeavesNoStagingFile) {
   EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
   // The cancelled module's extra files still go (they follow the packaging in the same
   // step); every later module is skipped.
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
-                                   "PergonixYedek.json"}));
+  EXPECT_EQ(
+      fs_.Altindakiler(kPaket),
+      (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf", "PergonixYedek.json"}));
 }
 
 TEST_F(YedeklemeTest, DiskFullThenRetryThenCancel) {
@@ -446,9 +446,9 @@ TEST_F(YedeklemeTest, DiskFullThenRetryThenCancel) {
   EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), DoluKutusu()}));
   EXPECT_TRUE(s.iptal_edildi);
   EXPECT_FALSE(s.hata_gosterildi);
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
-                                   "PergonixYedek.json"}));
+  EXPECT_EQ(
+      fs_.Altindakiler(kPaket),
+      (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf", "PergonixYedek.json"}));
   EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
 }
 
@@ -544,12 +544,12 @@ TEST_F(YedeklemeTest, ManifestFollowsEveryRunIntoThePackage) {
   auto ilk = manifest();
   EXPECT_EQ(ilk.size(), 5u);
   EXPECT_EQ(ilk["Cari\\Data\\001\\2009\\cari-tblCari.xbf"],
-            (ManifestKaydi{"Cari\\Data\\001\\2009\\cari-tblCari.xbf", "tablo", "001", "2009", "Cari",
-                           "cari.mdb", "tblCari", 2, cari.size(), Sha256Hex(cari)}));
+            (ManifestKaydi{"Cari\\Data\\001\\2009\\cari-tblCari.xbf", "tablo", "001", "2009",
+                           "Cari", "cari.mdb", "tblCari", 2, cari.size(), Sha256Hex(cari)}));
   const std::string logo = fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp");
   EXPECT_EQ(ilk["Dosya\\Demirbas\\Data\\001\\logo.bmp"],
-            (ManifestKaydi{"Dosya\\Demirbas\\Data\\001\\logo.bmp", "ek", "001", "2009", "Demirbas", "",
-                           "", -1, logo.size(), Sha256Hex(logo)}));
+            (ManifestKaydi{"Dosya\\Demirbas\\Data\\001\\logo.bmp", "ek", "001", "2009", "Demirbas",
+                           "", "", -1, logo.size(), Sha256Hex(logo)}));
   auto d = PaketiDogrula(fs_, kPaket);
   ASSERT_TRUE(d.ok());
   EXPECT_TRUE(d->temiz()) << ::testing::PrintToString(d->sorunlar);

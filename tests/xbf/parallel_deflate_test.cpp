@@ -13,8 +13,8 @@ namespace {
 // Text that compresses like a recordset file, with matches reaching across block borders.
 std::string Ornek(size_t n, unsigned seed) {
   std::mt19937 rng(seed);
-  const char* words[] = {"<z:row Id='", "' Kod='", "İzmir", "Ağrı", "' Tutar='", "1500.25",
-                         "'/>\r\n\t\t", "Şirket", "çiçek"};
+  const char* words[] = {"<z:row Id='", "' Kod='",     "İzmir",  "Ağrı", "' Tutar='",
+                         "1500.25",     "'/>\r\n\t\t", "Şirket", "çiçek"};
   std::string s;
   while (s.size() < n) s += words[rng() % 9];
   s.resize(n);
@@ -42,8 +42,13 @@ TEST(ParallelDeflate, OneZlibStreamWhateverTheBlocksAndThreads) {
     unsigned threads;
     size_t piece;  // bytes per Write call
   } const cases[] = {
-      {0, 2, 1},           {1, 2, 1},          {blok - 1, 3, 4096}, {blok, 2, blok},
-      {blok + 1, 2, 7},    {5 * blok + 123, 4, 100000}, {3 * blok, 1, 65536},
+      {0, 2, 1},
+      {1, 2, 1},
+      {blok - 1, 3, 4096},
+      {blok, 2, blok},
+      {blok + 1, 2, 7},
+      {5 * blok + 123, 4, 100000},
+      {3 * blok, 1, 65536},
       {20 * blok + 5, 2, 1 << 20},
   };
   for (const auto& c : cases) {
@@ -59,9 +64,10 @@ TEST(ParallelDeflate, OneZlibStreamWhateverTheBlocksAndThreads) {
     // zlib's own one-call inflate agrees (header, one deflate stream, Adler-32).
     uLongf n = uLongf(girdi.size());
     std::string tekrar(girdi.size() + 1, '\0');
-    EXPECT_EQ(uncompress(reinterpret_cast<Bytef*>(tekrar.data()), &n,
-                         reinterpret_cast<const Bytef*>(out.data().data()), uLong(out.data().size())),
-              Z_OK)
+    EXPECT_EQ(
+        uncompress(reinterpret_cast<Bytef*>(tekrar.data()), &n,
+                   reinterpret_cast<const Bytef*>(out.data().data()), uLong(out.data().size())),
+        Z_OK)
         << c.size;
     EXPECT_EQ(n, girdi.size());
     // The dictionary keeps the ratio close to a single stream's.
