@@ -140,6 +140,8 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
 
   std::map<char, int> hazir_degil;  // looks at the drive still answered "not ready"
   std::map<char, int> dolu;         // writes below the drive still failing "disk full"
+  int yazma = 0;                    // writes so far
+  int bozuk_yazma = 0;              // the n-th write fails with an I/O error; 0 never
   int yeniden_adlandirma = 0;
 
  private:
@@ -158,6 +160,9 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
       return n;
     }
     Status WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override {
+      if (++fs_.yazma == fs_.bozuk_yazma) {
+        return Status::IOError("cannot write " + k_.ad + ": Input/output error");
+      }
       const char harf = char(std::toupper(static_cast<unsigned char>(k_.ad[0])));
       if (fs_.dolu[harf] > 0) {
         --fs_.dolu[harf];

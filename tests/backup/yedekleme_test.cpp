@@ -362,6 +362,40 @@ TEST_F(YedeklemeTest, OldBackupDeclinedSkipsEveryLaterModuleYetMarksThemDone) {
   EXPECT_EQ(op_.statuses, std::vector<std::string>{"Yedekleme İşlemi Tamamlandı."});
 }
 
+TEST_F(YedeklemeTest, ADeclinedDeletionSkipsEveryLaterCompanyToo) {
+  girdi_.tum_sirketler = true;
+  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\eski.xbf", "eski");
+  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\002\\2009\\eski.xbf", "eski");
+  // The old-backup test still runs for the later company and asks; its Yes deletes, yet
+  // nothing is written because the run stays cancelled.
+  op_ = op::ScriptedOperator({Answer::kYes, Answer::kNo, Answer::kYes});
+  const YedekSonucu s = Calistir();
+  EXPECT_EQ(
+      op_.boxes,
+      (std::vector<Box>{DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009"),
+                        EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\002\\2009")}));
+  EXPECT_TRUE(s.iptal_edildi);
+  EXPECT_TRUE(s.tamamlandi);
+  std::vector<std::string> beklenen;
+  for (int i = 0; i < 2; ++i) {
+    for (const auto& m : modules::Moduller()) beklenen.push_back(std::string(m.ad) + "=");
+    for (const auto& d : TekSirketDurumu()) beklenen.push_back(d);
+  }
+  EXPECT_EQ(Durumlar(), beklenen);
+  EXPECT_EQ(fs_.Altindakiler(kPaket), std::set<std::string>{"Cari\\Data\\001\\2009\\eski.xbf"});
+}
+
+TEST_F(YedeklemeTest, PlainExtraFilesWaitForTheDriveToo) {
+  for (auto& s : girdi_.secili) s = false;
+  girdi_.secili[modules::ModulKlasoruyle("Demirbas")->sira - 1] = true;
+  fs_.hazir_degil['D'] = 2;  // the first look is the target folder check's
+  op_ = op::ScriptedOperator({Answer::kYes, Answer::kRetry});
+  EXPECT_TRUE(Calistir().tamamlandi);
+  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), HazirDegilKutusu()}));
+  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp"),
+            std::string("BM\0\1", 4));
+}
+
 TEST_F(YedeklemeTest, OldBackupDeletedAtTheModulesOwnLevel) {
   // Demirbas looks at the company level and deletes it and the module-wide level.
   fs_.Yaz("D:\\Yedek\\Paket\\Demirbas\\Data\\001\\eski.xbf", "eski");
@@ -582,6 +616,34 @@ TEST_F(YedeklemeTest, ManifestFollowsEveryRunIntoThePackage) {
   EXPECT_EQ(PaketiDogrula(fs_, kPaket)->sorunlar,
             std::vector<std::string>{"farklı Dosya\\Demirbas\\Data\\001\\logo.bmp: 3 bytes, the "
                                      "manifest says 4"});
+}
+
+TEST_F(YedeklemeTest, AFailedWriteLeavesNoPartialOrStagingFile) {
+  // Learn how many writes a compressed run makes, then fail each one in turn.
+  girdi_.sikistir = true;
+  op_ = op::ScriptedOperator({Answer::kYes});
+  Calistir();
+  const int yazma = fs_.yazma;
+  ASSERT_GT(yazma, 5);
+  for (int n = 1; n <= yazma; ++n) {
+    SetUp();
+    girdi_.sikistir = true;
+    fs_.bozuk_yazma = n;
+    op_ = op::ScriptedOperator({Answer::kYes});
+    const YedekSonucu s = Calistir();
+    EXPECT_TRUE(s.hata_gosterildi) << n;
+    ASSERT_GE(op_.boxes.size(), 2u) << n;
+    EXPECT_EQ(op_.boxes[1].title, "Hata");
+    EXPECT_EQ(op_.boxes[1].text.rfind("Hata Kodu: 75\r\nAçıklama: ", 0), 0u) << op_.boxes[1].text;
+    for (const auto& yol : fs_.Altindakiler("D:\\Yedek")) {
+      EXPECT_EQ(yol.find(".~"), std::string::npos) << n << ": " << yol;
+    }
+    EXPECT_TRUE(fs_.Altindakiler(kGecici).empty()) << n;
+    const std::string cari = "D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.pbf";
+    if (fs_.Var(cari)) {
+      EXPECT_EQ(Ac(fs_.Icerik(cari)), Beklenen(cari_)) << n;
+    }
+  }
 }
 
 TEST(PaketDuzeni, FoldersNamesAndTemporaryNames) {
