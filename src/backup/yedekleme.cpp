@@ -1,5 +1,7 @@
 #include "backup/yedekleme.h"
 
+#include <optional>
+
 #include "backup/dosyalar.h"
 #include "backup/paket_duzeni.h"
 #include "backup/sirket_numaralari.h"
@@ -83,6 +85,27 @@ Result<int> TamSayi(const std::string& metin, const std::string& nerede) {
   }
   return int(n);
 }
+
+// Passes everything to the operator and remembers the last box and its answer.
+class SonCevabiTutan : public op::Operator {
+ public:
+  explicit SonCevabiTutan(op::Operator& op) : op_(op) {}
+  op::Answer Ask(const op::Box& box) override {
+    son_kutu = box;
+    son_cevap = op_.Ask(box);
+    return son_cevap;
+  }
+  void SetStatus(std::string_view text) override { op_.SetStatus(text); }
+  void SetProgress(int value, int maximum) override { op_.SetProgress(value, maximum); }
+  void SetModuleState(std::string_view module, std::string_view state) override {
+    op_.SetModuleState(module, state);
+  }
+  std::optional<op::Box> son_kutu;
+  op::Answer son_cevap = op::Answer::kOk;
+
+ private:
+  op::Operator& op_;
+};
 
 }  // namespace
 
@@ -523,9 +546,15 @@ YedekSonucu Yedekleme::YedeklemeBaslat(const YedekGirdisi& girdi) {
     katalog.reset();
     return sonuc_;
   };
-  auto uygun = folders::SurucuKlasorKontrol(hedef, *o_.fs, op);
+  SonCevabiTutan izleyen(op);
+  auto uygun = folders::SurucuKlasorKontrol(hedef, *o_.fs, izleyen);
   if (!uygun.ok()) return bitir(uygun.status());
-  if (!*uygun) return sonuc_;
+  if (!*uygun) {
+    // Either the operator declined to create the folder, or the drive cannot be used.
+    const bool soruydu = izleyen.son_kutu && izleyen.son_kutu->icon == op::Icon::kQuestion;
+    (soruydu ? sonuc_.reddedildi : sonuc_.hata_gosterildi) = true;
+    return sonuc_;
+  }
   sonuc_.basladi = true;
   auto acilan = o_.ac(o_.kok + "\\genel\\data\\DonemAc.mdb");
   if (!acilan.ok()) return bitir(acilan.status());

@@ -270,6 +270,31 @@ TEST_F(YedeklemeTest, MissingSharedFilesAndEmptyOrShortFieldsStopBeforeAnything)
   }
 }
 
+TEST_F(YedeklemeTest, TargetFolderRefusedOrNotCreated) {
+  girdi_.hedef = "E:\\Yedek";  // a missing folder: its creation is asked
+  op_ = op::ScriptedOperator({Answer::kYes, Answer::kNo});
+  YedekSonucu s = Calistir();
+  ASSERT_EQ(op_.boxes.size(), 2u);
+  EXPECT_EQ(op_.boxes[1].text,
+            "E:\\YEDEK\r\n\r\nKlasörü Bulunamadı!\r\n\r\nKlasörün Oluşturulmasını "
+            "İstiyormusunuz?");
+  EXPECT_TRUE(s.reddedildi);
+  EXPECT_FALSE(s.hata_gosterildi);
+  EXPECT_FALSE(s.basladi);
+  EXPECT_TRUE(acilanlar_.empty());
+
+  SetUp();
+  girdi_.hedef = "E:\\Yedek";
+  fs_.hazir_degil['E'] = 1;
+  op_ = op::ScriptedOperator({Answer::kYes});
+  s = Calistir();
+  EXPECT_EQ(op_.boxes.back(), (Box{"E Sürücüsü Hazır Değil!", "Pergonix Yedek", Icon::kExclamation,
+                                   Buttons::kOk, 1}));
+  EXPECT_FALSE(s.reddedildi);
+  EXPECT_TRUE(s.hata_gosterildi);
+  EXPECT_TRUE(fs_.Altindakiler("E:").empty());
+}
+
 TEST_F(YedeklemeTest, LettersPassTheLengthChecks) {
   girdi_.sirket = "ABC";
   girdi_.yil = "Yıl2";
