@@ -23,6 +23,7 @@ int Run(int argc, char** argv) {
   AddMdbCommands(app);
   AddXbfCommands(app);
   AddPbfCommands(app);
+  AddGeriAlCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

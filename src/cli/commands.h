@@ -26,6 +26,7 @@ void AddAyarlarCommand(CLI::App& app);
 void AddMdbCommands(CLI::App& app);
 void AddXbfCommands(CLI::App& app);
 void AddPbfCommands(CLI::App& app);
+void AddGeriAlCommands(CLI::App& app);
 
 // Exit codes of the program.
 inline constexpr int kExitOk = 0;
