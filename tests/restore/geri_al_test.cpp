@@ -6,6 +6,7 @@
 #include "platform/host_path.h"
 #include "restore/adimlar.h"
 #include "restore/fake_database.h"
+#include "restore/sql_metinleri.h"
 #include "restore/test_katalog.h"
 #include "support/temp_folder.h"
 #include "xbf/pbf.h"
@@ -588,6 +589,138 @@ TEST_F(GeriAlTest, YearRestoreGoesOnAfterAFault) {
   EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb")->tables.size(), 0u);
   EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb")->Rows("tblNot"),
             std::vector<std::string>{"B|iki"});
+}
+
+// One table file into one live table, by the table's keys and identity column.
+TEST_F(GeriAlTest, TableImportChoosesItsPathByKeysAndIdentity) {
+  struct Case {
+    std::string tablo;  // the name the file carries
+    int anahtar;        // keys of the live table
+    bool kimlik;        // an AutoNumber column
+    std::vector<std::string> beklenen;
+  };
+  const std::string ins = "INSERT INTO tblNot (Kod, Aciklama) Values ('A','bir')";
+  const std::string add = "AddRow tblNot Kod=A Aciklama=bir";
+  const Case cases[] = {
+      {"tblNot", 1, true, {"Begin", "HasAutoNumber tblNot", "DELETE FROM tblNot", ins}},
+      {"tblNot", 1, false, {"Begin", "HasAutoNumber tblNot", "DELETE FROM tblNot", add}},
+      {"tblNot", 0, true, {"Begin", "DELETE FROM tblNot", add}},
+      {"tblNot", 2, true, {"Begin", "DELETE FROM tblNot", add}},
+      {"TBLNOT", 1, true, {"Begin"}},  // the name is compared exactly: nothing touched
+  };
+  for (const auto& c : cases) {
+    FakePool pool;
+    FakeDatabase& db = pool.Add(kCariDb);
+    auto& t = db.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5, 0, true, c.kimlik},
+                                     {"Aciklama", ado::kVarWChar, 50}});
+    t.rows.push_back({std::string("Z"), std::string("eski")});
+    if (c.anahtar >= 1) t.keys.push_back({"PrimaryKey", "Kod"});
+    t.extra_keys = c.anahtar >= 1 ? c.anahtar - 1 : 0;
+    op::ScriptedOperator op;
+    Ortam o = Ortami();
+    Ortam ortam{o.fs, o.dosyalar, pool, op, o.katalog_ac, o.kok, o.veritabani_turu, o.gecici_klasor,
+                "",   {}};
+    ModulIslemi islem(ortam);
+    auto katalog = k_.Baglanti();
+    const std::string dosya = kPaket + "\\Cari\\Data\\001\\2009\\cari-tblNot.xbf";
+    ASSERT_TRUE(TabloGeriAl(ortam, islem, *katalog, "cari", c.tablo, {"Cari", 4, "004", "2010"},
+                            dosya, "Not")
+                    .ok());
+    EXPECT_EQ(db.log, c.beklenen) << c.tablo << " " << c.anahtar << " " << c.kimlik;
+    if (c.beklenen.size() == 1) {
+      EXPECT_TRUE(op.statuses.empty());
+      EXPECT_EQ(db.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
+    } else {
+      EXPECT_EQ(op.statuses, (std::vector<std::string>{"Not Okunuyor...", "Not Geri Alınıyor..."}));
+      EXPECT_EQ(op.progress, (std::vector<std::pair<int, int>>{{0, 1}, {1, 1}, {0, 1}}));
+      EXPECT_EQ(db.Rows("tblNot"), std::vector<std::string>{"A|bir"});
+    }
+    EXPECT_EQ(katalog->queries.front(),
+              "SELECT * FROM tablo_veritabani_bilgileri WHERE VeritabaniModulAdi ='Cari' AND "
+              "VeritabaniAccessAdi = 'cari.mdb' ");
+  }
+}
+
+TEST_F(GeriAlTest, TableImportEdgeFiles) {
+  FakeDatabase& db = pool_.Add(kCariDb);
+  db.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5}, {"Aciklama", ado::kVarWChar, 50}});
+  db.Find("tblNot")->rows.push_back({std::string("Z"), std::string("eski")});
+  Ortam o = Ortami();
+  ModulIslemi islem(o);
+  auto katalog = k_.Baglanti();
+  const TabloHedefi hedef{"Cari", 4, "004", "2010"};
+  // An empty file still empties the table.
+  Tablo("bos/cari-tblNot.xbf", {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)}, {});
+  ASSERT_TRUE(TabloGeriAl(o, islem, *katalog, "cari", "tblNot", hedef,
+                          kPaket + "\\bos\\cari-tblNot.xbf", "x")
+                  .ok());
+  EXPECT_TRUE(db.Rows("tblNot").empty());
+  // A file whose database is not in the catalog, and a missing file, are errors.
+  EXPECT_TRUE(TabloGeriAl(o, islem, *katalog, "", "cari-tblNot", hedef, kPaket + "\\x.xbf", "x")
+                  .IsNotFound());
+  EXPECT_FALSE(
+      TabloGeriAl(o, islem, *katalog, "cari", "tblNot", hedef, kPaket + "\\yok.xbf", "x").ok());
+  // A file named without a four-character extension stops the walk.
+  c_.Write("Yedek/Paket1/kisa/abc", "x");
+  EXPECT_TRUE(
+      ModulDosyalariniGeriAl(o, islem, *katalog, kPaket + "\\kisa", hedef).IsInvalidArgument());
+}
+
+TEST_F(GeriAlTest, ModuleFoldersCreatedFromTheTopDown) {
+  const std::pair<int, std::vector<const char*>> cases[] = {
+      {0, {}},
+      {1, {"Stok"}},
+      {2, {"Stok", "Stok/Data"}},
+      {4, {"Stok", "Stok/Data", "Stok/Data/001", "Stok/Data/001/2009"}},
+      {5, {}},
+  };
+  for (const auto& [seviye, klasorler] : cases) {
+    std::filesystem::remove_all(c_.path() / "Pergonix/Stok");
+    ASSERT_TRUE(ModulKlasorleriniHazirla(fs_, kKok, "Stok", seviye, "001", "2009").ok());
+    for (const char* k : klasorler)
+      EXPECT_TRUE(std::filesystem::is_directory(c_.path() / "Pergonix" / k)) << k;
+    EXPECT_EQ(std::filesystem::exists(c_.path() / "Pergonix/Stok"), !klasorler.empty()) << seviye;
+  }
+}
+
+TEST_F(GeriAlTest, PersonelRewriteDialectAndSwallowedErrors) {
+  struct Case {
+    std::string ayar;  // the settings' kind: which connection
+    std::string tur;   // the argument: which dialect
+    std::string fail_on;
+    std::vector<std::string> beklenen;
+  };
+  const std::string mid1 = IsyeriKeyMetni("001", "004", "Access");
+  const std::string mid2 = ParametreKeyMetni("001", "004", "Access");
+  const std::string sub1 = IsyeriKeyMetni("001", "004", "SQLServer");
+  const std::string sub2 = ParametreKeyMetni("001", "004", "SQLServer");
+  const Case cases[] = {
+      {"Access", "Access", "", {"Begin", mid1, mid2}},
+      {"Access", "SQLServer", "", {"Begin", sub1, sub2}},
+      {"Access", "Access", "UPDATE tablo_isyeri", {"Begin", mid1}},
+      {"Access", "Access", "UPDATE tablo_personel", {"Begin", mid1, mid2}},
+      {"SQLServer", "Access", "", {}},
+  };
+  for (const auto& c : cases) {
+    FakePool pool;
+    FakeDatabase& db = pool.Add(kPersonelDb);
+    db.fail_on = c.fail_on;
+    op::ScriptedOperator op;
+    Ortam o = Ortami();
+    Ortam ortam{o.fs, o.dosyalar, pool, op, o.katalog_ac, o.kok, c.ayar, o.gecici_klasor, "", {}};
+    ModulIslemi islem(ortam);
+    PersonelIsyeriKeyDuzelt(ortam, islem, "001", "004", "2010", c.tur);
+    EXPECT_EQ(db.log, c.beklenen);
+    EXPECT_TRUE(op.boxes.empty());
+  }
+  // No Personel database: nothing shown, nothing raised.
+  FakePool bos;
+  Ortam o = Ortami();
+  Ortam ortam{o.fs, o.dosyalar, bos, op_, o.katalog_ac, o.kok, "Access", o.gecici_klasor, "", {}};
+  ModulIslemi islem(ortam);
+  PersonelIsyeriKeyDuzelt(ortam, islem, "001", "004", "2010", "Access");
+  EXPECT_EQ(bos.log,
+            std::vector<std::string>{"Open C:\\Pergonix\\personel\\data\\004\\2010\\personel.mdb"});
 }
 
 }  // namespace
