@@ -723,5 +723,84 @@ TEST_F(GeriAlTest, PersonelRewriteDialectAndSwallowedErrors) {
             std::vector<std::string>{"Open C:\\Pergonix\\personel\\data\\004\\2010\\personel.mdb"});
 }
 
+TEST_F(GeriAlTest, ModuleTransactionSharesOneDatabasePerFileAndCopiesOnce) {
+  FakeDatabase& a = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  FakeDatabase& b = Mevcut(kDemirbasDb, "Pergonix/Demirbas/Data/004/demirbas.mdb");
+  Ortam o = Ortami();
+  o.onceki_kopya_klasoru = "C:\\Pergonix\\GeriAlOncesi\\x";
+  {
+    ModulIslemi islem(o);
+    auto d1 = islem.Ac(kCariDb);
+    auto d2 = islem.Ac("c:\\pergonix\\CARI\\Data\\004\\2010\\cari.mdb");
+    ASSERT_TRUE(d1.ok() && d2.ok());
+    EXPECT_EQ(*d1, *d2);
+    ASSERT_TRUE(islem.Ac(kDemirbasDb).ok());
+    EXPECT_TRUE(islem.Yarat(kCariDb).status().IsInvalidArgument());
+    // Commit fails on the second database: the first is in, the second rolled back.
+    b.fail_on = "Commit";
+    EXPECT_FALSE(islem.Bitir().ok());
+  }
+  EXPECT_EQ(a.log, (std::vector<std::string>{"Begin", "Commit"}));
+  EXPECT_EQ(b.log, (std::vector<std::string>{"Begin", "Commit"}));
+  EXPECT_EQ(o.alinan_kopyalar,
+            (std::vector<std::string>{
+                "C:\\Pergonix\\GeriAlOncesi\\x\\Cari\\Data\\004\\2010\\cari.mdb",
+                "C:\\Pergonix\\GeriAlOncesi\\x\\Demirbas\\Data\\004\\demirbas.mdb"}));
+  // A second module of the same run copies nothing again; destruction without Bitir rolls back.
+  b.fail_on.clear();
+  std::filesystem::remove(c_.path() / "Pergonix/GeriAlOncesi/x/Cari/Data/004/2010/cari.mdb");
+  {
+    ModulIslemi islem(o);
+    ASSERT_TRUE(islem.Ac(kCariDb).ok());
+  }
+  EXPECT_FALSE(
+      std::filesystem::exists(c_.path() / "Pergonix/GeriAlOncesi/x/Cari/Data/004/2010/cari.mdb"));
+  EXPECT_EQ(a.log.back(), "Rollback");
+  EXPECT_EQ(o.alinan_kopyalar.size(), 2u);
+}
+
+TEST_F(GeriAlTest, MissingDatabasesCreatedExistingOnesUpdated) {
+  k_.Veritabani("Cari", "bilinmez.mdb", "X", "datasirket", "Bilinmez");
+  k_.Veritabani("Cari", "ortak.mdb", "ORTAK", "Data", "Ortak");
+  k_.Tablo("Ortak", "tblOrtak");
+  k_.Saha("Ortak", "tblOrtak", "Ad", "String", "5", "", "", "1");
+  FakeDatabase& ortak =
+      Mevcut("C:\\Pergonix\\Cari\\Data\\ortak.mdb", "Pergonix/Cari/Data/ortak.mdb");
+  Ortam o = Ortami();
+  ModulIslemi islem(o);
+  auto katalog = k_.Baglanti();
+  ASSERT_TRUE(EksikAccessVeritabaniYarat(o, islem, *katalog, "Cari", "004", "2010").ok());
+  EXPECT_EQ(op_.statuses,
+            (std::vector<std::string>{"Cari Yaratılıyor...", "Bilinmez Yaratılıyor...",
+                                      "Ortak Yaratılıyor..."}));
+  EXPECT_EQ(pool_.log.front(), "Create " + kCariDb);
+  EXPECT_EQ(ortak.log,
+            (std::vector<std::string>{"Begin", "CreateTable tblOrtak",
+                                      "AppendColumn tblOrtak Ad 202 size=5 precision=0 azl"}));
+  EXPECT_EQ(katalog->queries.front(),
+            "SELECT * FROM tablo_veritabani_bilgileri WHERE VeritabaniModulAdi ='Cari'");
+  EXPECT_EQ(pool_.Get(kCariDb)->tables.size(), 2u);
+}
+
+TEST_F(GeriAlTest, YearRestoreToSqlServerShowsTheErrorAndGoesOn) {
+  YilGeriAlGirdileri g = YilGirdileri();
+  g.moduller = {{"Cari", true}, {"Demirbaş", true}};
+  g.onaysiz = true;
+  g.hedef_turu = "SQLServer";
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  GeriAlSonucu s = YilGeriAl(o, g);
+  EXPECT_TRUE(s.hata);
+  EXPECT_TRUE(s.sona_ulasti);
+  EXPECT_EQ(s.moduller,
+            (std::vector<ModulSonucu>{{"Cari", "001", "Hata"}, {"Demirbaş", "001", "Hata"}}));
+  ASSERT_EQ(op_.boxes.size(), 4u);
+  EXPECT_EQ(op_.boxes[3].text,
+            "Hata Kodu: -2147467259\r\nAçıklama: SQL Server databases cannot be restored by this "
+            "version");
+  EXPECT_TRUE(pool_.log.empty());
+}
+
 }  // namespace
 }  // namespace px::restore
