@@ -137,6 +137,7 @@ void ModulTablosu(const restore::GeriAlSonucu& s) {
   for (const auto& m : s.moduller) {
     std::cout << (m.sirket.empty() ? "" : m.sirket + " ") << m.modul << ": " << m.durum << "\n";
   }
+  for (const auto& u : s.uyarilar) std::cout << "warning: " << u << "\n";
 }
 
 [[noreturn]] void Bitir(const restore::GeriAlSonucu& s) {

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,11 @@ struct Ortam {
   std::string onceki_kopya_klasoru;
   // Copies taken so far in this run (their paths).
   std::vector<std::string> alinan_kopyalar;
+  // Asked of every table file once it has been read through (its path in the package and
+  // its row count): a text when the file differs from what the package's manifest says.
+  std::function<std::optional<std::string>(const std::string& yol, int64_t satir)> dosya_denetle;
+  // Those texts, in the order met; the run lists them at its end.
+  std::vector<std::string> uyarilar;
 };
 
 // The databases one module changes, each open once through the pool and inside one

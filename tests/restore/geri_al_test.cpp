@@ -110,19 +110,22 @@ class GeriAlTest : public ::testing::Test {
     return pool_.Add(yol);
   }
 
-  Ortam Ortami() {
+  Ortam Ortami() { return Ortami(op_, pool_); }
+  Ortam Ortami(op::Operator& op, db::DatabasePool& pool, std::string tur = "Access") {
     return Ortam{fs_,
                  dosyalar_,
-                 pool_,
-                 op_,
+                 pool,
+                 op,
                  [this](const std::string& yol) -> Result<std::unique_ptr<db::Connection>> {
                    katalog_yollari_.push_back(yol);
                    return std::unique_ptr<db::Connection>(k_.Baglanti());
                  },
                  kKok,
-                 "Access",
+                 std::move(tur),
                  (c_.path() / "tmp").string() + "/",
                  "",
+                 {},
+                 nullptr,
                  {}};
   }
 
@@ -192,9 +195,7 @@ TEST_F(GeriAlTest, EntryChecksInOrder) {
   };
   for (const auto& c : cases) {
     op::ScriptedOperator op;
-    Ortam o = Ortami();
-    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
-                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    Ortam ortam = Ortami(op, pool_);
     GeriAlGirdileri g = Girdiler();
     c.bozma(g);
     GeriAlSonucu s = GeriAlBaslat(ortam, g);
@@ -474,9 +475,7 @@ TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
   };
   for (const auto& c : cases) {
     op::ScriptedOperator op;
-    Ortam o = Ortami();
-    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
-                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    Ortam ortam = Ortami(op, pool_);
     YilGeriAlGirdileri g = YilGirdileri();
     g.moduller = {{"Cari", true}};
     c.bozma(g);
@@ -488,9 +487,7 @@ TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
     op::ScriptedOperator op;
     if (no_at == 1) op.Queue(Answer::kYes);
     op.Queue(Answer::kNo);
-    Ortam o = Ortami();
-    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
-                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    Ortam ortam = Ortami(op, pool_);
     YilGeriAlGirdileri g = YilGirdileri();
     g.moduller = {{"Cari", true}};
     EXPECT_TRUE(YilGeriAl(ortam, g).reddedildi);
@@ -617,9 +614,7 @@ TEST_F(GeriAlTest, TableImportChoosesItsPathByKeysAndIdentity) {
     if (c.anahtar >= 1) t.keys.push_back({"PrimaryKey", "Kod"});
     t.extra_keys = c.anahtar >= 1 ? c.anahtar - 1 : 0;
     op::ScriptedOperator op;
-    Ortam o = Ortami();
-    Ortam ortam{o.fs, o.dosyalar, pool, op, o.katalog_ac, o.kok, o.veritabani_turu, o.gecici_klasor,
-                "",   {}};
+    Ortam ortam = Ortami(op, pool);
     ModulIslemi islem(ortam);
     auto katalog = k_.Baglanti();
     const std::string dosya = kPaket + "\\Cari\\Data\\001\\2009\\cari-tblNot.xbf";
@@ -706,8 +701,7 @@ TEST_F(GeriAlTest, PersonelRewriteDialectAndSwallowedErrors) {
     FakeDatabase& db = pool.Add(kPersonelDb);
     db.fail_on = c.fail_on;
     op::ScriptedOperator op;
-    Ortam o = Ortami();
-    Ortam ortam{o.fs, o.dosyalar, pool, op, o.katalog_ac, o.kok, c.ayar, o.gecici_klasor, "", {}};
+    Ortam ortam = Ortami(op, pool, c.ayar);
     ModulIslemi islem(ortam);
     PersonelIsyeriKeyDuzelt(ortam, islem, "001", "004", "2010", c.tur);
     EXPECT_EQ(db.log, c.beklenen);
@@ -715,8 +709,7 @@ TEST_F(GeriAlTest, PersonelRewriteDialectAndSwallowedErrors) {
   }
   // No Personel database: nothing shown, nothing raised.
   FakePool bos;
-  Ortam o = Ortami();
-  Ortam ortam{o.fs, o.dosyalar, bos, op_, o.katalog_ac, o.kok, "Access", o.gecici_klasor, "", {}};
+  Ortam ortam = Ortami(op_, bos, "Access");
   ModulIslemi islem(ortam);
   PersonelIsyeriKeyDuzelt(ortam, islem, "001", "004", "2010", "Access");
   EXPECT_EQ(bos.log,
@@ -800,6 +793,30 @@ TEST_F(GeriAlTest, YearRestoreToSqlServerShowsTheErrorAndGoesOn) {
             "Hata Kodu: -2147467259\r\nAçıklama: SQL Server databases cannot be restored by this "
             "version");
   EXPECT_TRUE(pool_.log.empty());
+}
+
+TEST_F(GeriAlTest, FilesThatDifferFromTheManifestAreListedAndStillRestored) {
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  std::vector<std::pair<std::string, int64_t>> sorulan;
+  o.dosya_denetle = [&](const std::string& yol, int64_t satir) -> std::optional<std::string> {
+    sorulan.emplace_back(yol, satir);
+    if (yol.ends_with(".pbf")) return yol + ": 2 rows, the manifest says 3";
+    return std::nullopt;
+  };
+  GeriAlSonucu s = GeriAlBaslat(o, g);
+  EXPECT_TRUE(s.sona_ulasti);
+  EXPECT_FALSE(s.hata);
+  const std::string klasor = kPaket + "\\Cari\\Data\\001\\2009\\";
+  EXPECT_EQ(sorulan, (std::vector<std::pair<std::string, int64_t>>{
+                         {klasor + "cari-tblCari.pbf", 2}, {klasor + "cari-tblNot.xbf", 1}}));
+  EXPECT_EQ(s.uyarilar,
+            std::vector<std::string>{klasor + "cari-tblCari.pbf: 2 rows, the manifest says 3"});
+  EXPECT_EQ(pool_.Get(kCariDb)->Rows("tblCari").size(), 2u);
 }
 
 }  // namespace
