@@ -8,6 +8,7 @@
 #include "restore/fake_database.h"
 #include "restore/sql_metinleri.h"
 #include "restore/test_katalog.h"
+#include "support/failing_files.h"
 #include "support/temp_folder.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
@@ -111,9 +112,10 @@ class GeriAlTest : public ::testing::Test {
   }
 
   Ortam Ortami() { return Ortami(op_, pool_); }
-  Ortam Ortami(op::Operator& op, db::DatabasePool& pool, std::string tur = "Access") {
+  Ortam Ortami(op::Operator& op, db::DatabasePool& pool, std::string tur = "Access",
+               Dosyalar* dosyalar = nullptr) {
     return Ortam{fs_,
-                 dosyalar_,
+                 dosyalar ? *dosyalar : dosyalar_,
                  pool,
                  op,
                  [this](const std::string& yol) -> Result<std::unique_ptr<db::Connection>> {
@@ -817,6 +819,33 @@ TEST_F(GeriAlTest, FilesThatDifferFromTheManifestAreListedAndStillRestored) {
   EXPECT_EQ(s.uyarilar,
             std::vector<std::string>{klasor + "cari-tblCari.pbf: 2 rows, the manifest says 3"});
   EXPECT_EQ(pool_.Get(kCariDb)->Rows("tblCari").size(), 2u);
+}
+
+TEST_F(GeriAlTest, FullDiskWhileCopyingAnExtraFileLeavesItAndTheModuleAsTheyWere) {
+  FakeDatabase& cari = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  cari.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5}, {"Aciklama", ado::kVarWChar, 50}});
+  cari.Find("tblNot")->rows.push_back({std::string("Z"), std::string("eski")});
+  c_.Write("Pergonix/Cari/Data/ayar.ini", "eski ayar");
+  c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", std::string(200000, 'y'));
+  px::testing::FailingFiles dolu({.disk_full_after = 70000});
+  HostDosyalar dosyalar(dolu);
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami(op_, pool_, "Access", &dosyalar);
+  GeriAlSonucu s = GeriAlBaslat(o, g);
+  EXPECT_TRUE(s.hata);
+  ASSERT_EQ(op_.boxes.size(), 3u);
+  EXPECT_EQ(op_.boxes[2].title, "Hata");
+  EXPECT_NE(op_.boxes[2].text.find("ayar.ini"), std::string::npos) << op_.boxes[2].text;
+  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/ayar.ini"), "eski ayar");
+  EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
+  EXPECT_EQ(cari.rollbacks, 1);
+  for (const auto& e : std::filesystem::directory_iterator(c_.path() / "Pergonix/Cari/Data")) {
+    EXPECT_FALSE(e.path().filename().string().starts_with(".~")) << e.path();
+  }
 }
 
 }  // namespace
