@@ -848,5 +848,29 @@ TEST_F(GeriAlTest, FullDiskWhileCopyingAnExtraFileLeavesItAndTheModuleAsTheyWere
   }
 }
 
+TEST_F(GeriAlTest, DamagedCompressedFileNeverEmptiesTheTable) {
+  FakeDatabase& cari = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  cari.AddTable("tblCari", {{"Id", ado::kInteger, 0, 0, true, true},
+                            {"Ad", ado::kVarWChar, 50},
+                            {"Tutar", ado::kCurrency}});
+  cari.Find("tblCari")->rows.push_back({int64_t{77}, std::string("eski"), Null{}});
+  const auto pbf = c_.path() / "Yedek/Paket1/Cari/Data/001/2009/cari-tblCari.pbf";
+  const std::string bayt = px::testing::ReadAll(pbf);
+  for (const std::string& bozuk : {bayt.substr(0, bayt.size() / 2), std::string("not zlib")}) {
+    c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblCari.pbf", bozuk);
+    op::ScriptedOperator op({Answer::kYes, Answer::kYes});
+    Ortam o = Ortami(op, pool_);
+    GeriAlGirdileri g = Girdiler();
+    g.moduller = {{"Cari", true}};
+    g.onaysiz = true;
+    EXPECT_TRUE(GeriAlBaslat(o, g).hata);
+    EXPECT_EQ(cari.Rows("tblCari"), std::vector<std::string>{"77|eski|<null>"});
+    EXPECT_EQ(std::count(cari.log.begin(), cari.log.end(), "DELETE FROM tblCari"), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(c_.path() / "tmp"));
+    ASSERT_EQ(op.boxes.size(), 3u);
+    EXPECT_NE(op.boxes[2].text.find("cari-tblCari"), std::string::npos) << op.boxes[2].text;
+  }
+}
+
 }  // namespace
 }  // namespace px::restore
