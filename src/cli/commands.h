@@ -22,11 +22,12 @@ void AddGlobalOptions(CLI::App& app);
 // questions are answered Yes and Retry/Cancel boxes Cancel; otherwise default buttons.
 op::Operator& ConsoleOperator();
 
+// paket listele, geri-al, yil-geri-al.
+void AddGeriAlCommands(CLI::App& app);
 void AddAyarlarCommand(CLI::App& app);
 void AddMdbCommands(CLI::App& app);
 void AddXbfCommands(CLI::App& app);
 void AddPbfCommands(CLI::App& app);
-void AddGeriAlCommands(CLI::App& app);
 
 // Exit codes of the program.
 inline constexpr int kExitOk = 0;
