@@ -872,5 +872,16 @@ TEST_F(GeriAlTest, DamagedCompressedFileNeverEmptiesTheTable) {
   }
 }
 
+TEST_F(GeriAlTest, CompaniesInTheOrderOfFirstAppearanceModuleByModule) {
+  std::filesystem::remove_all(c_.path() / "Yedek/Paket1");
+  for (const char* k : {"Servis/Data/007", "Cek/Data/001", "Cek/Data/005", "Cari/Data/005",
+                        "Demirbas/Data/003", "Demirbas/Data/001"}) {
+    c_.Mkdir(std::string("Yedek/Paket1/") + k);
+  }
+  c_.Write("Yedek/Paket1/Cari/Data/dosya.xbf", "a file is no company");
+  EXPECT_EQ(PaketSirketleri(dosyalar_, kPaket),
+            (std::vector<std::string>{"005", "001", "003", "007"}));
+}
+
 }  // namespace
 }  // namespace px::restore
