@@ -2,6 +2,7 @@
 //   mdb tablolar DOSYA          user tables, one name a line, in catalog order
 //   mdb sema DOSYA [TABLO]      JSON array of table schemas (all user tables, or one)
 //   mdb satirlar DOSYA TABLO    JSON Lines, one object a row, keys in column order
+//   mdb kontrol DOSYA           integrity check (cmd_mdb_kontrol.cpp)
 #include <iostream>
 #include <memory>
 #include <string>
@@ -137,6 +138,9 @@ void AddMdbCommands(CLI::App& app) {
   satirlar->add_option("DOSYA", *path, "Database file (Windows path or host path)")->required();
   satirlar->add_option("TABLO", *table, "Table name")->required();
   satirlar->callback([path, table] { RunSatirlar(*path, *table); });
+
+  AddMdbKontrolCommand(*mdb);
+  AddMdbSqlCommand(*mdb);
 }
 
 }  // namespace px::cli

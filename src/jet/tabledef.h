@@ -35,10 +35,11 @@ struct ColumnDef {
   uint16_t length = 0;        // bytes (0 for Memo/OLE)
   uint8_t flags = 0;
   uint8_t extra_flags = 0;
-  uint8_t precision = 0;    // Numeric
-  uint8_t scale = 0;        // Numeric
-  uint16_t sort_order = 0;  // Text/Memo LCID
-  uint16_t code_page = 0;   // Jet 3 Text/Memo
+  uint8_t precision = 0;     // Numeric
+  uint8_t scale = 0;         // Numeric
+  uint16_t sort_order = 0;   // Text/Memo LCID
+  uint8_t sort_version = 0;  // Jet 4 Text/Memo sort-order version (0 legacy, 1 General)
+  uint16_t code_page = 0;    // Jet 3 Text/Memo
 
   bool fixed() const { return (flags & colflag::kFixed) != 0; }
   bool long_value() const { return type == coltype::kMemo || type == coltype::kOle; }

@@ -6,8 +6,10 @@
 // UTF-16LE pairs. Jet 3 stores single-byte code-page text.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/bytes.h"
 #include "core/result.h"
@@ -22,6 +24,18 @@ Result<std::string> DecodeJet4Text(Bytes bytes);
 
 // Jet 3 text in the given Windows code page (1252 and 1254 supported).
 Result<std::string> DecodeJet3Text(Bytes bytes, int code_page);
+
+// UTF-8 to UTF-16LE; malformed UTF-8 is an error (never a silent replacement).
+Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8);
+
+// Jet 4 text for storage. With `compress`, text of more than two characters that all lie
+// in U+0001..U+00FF is stored compressed (FF FE, one byte a character); everything else is
+// plain UTF-16LE, which every reader accepts.
+Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress);
+
+// Number of UTF-16 code units of a UTF-8 string (what Jet 4 counts against a column's
+// size); nullopt when the UTF-8 is malformed.
+std::optional<size_t> Utf16Length(std::string_view utf8);
 
 inline constexpr uint16_t kLcidGeneral = 1033;
 inline constexpr uint16_t kLcidTurkish = 1055;

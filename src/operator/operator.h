@@ -4,6 +4,7 @@
 // cell in the module lists, and the year restore's wait window. The window, the console and the
 // tests each implement it.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,6 +55,11 @@ class Operator {
   virtual void ShowWaitWindow(bool /*shown*/) {}
   virtual void SetWaitLabel(int /*label*/, std::string_view /*text*/) {}
   virtual void SetWaitProgress(int /*value*/, int /*maximum*/) {}
+  // Progress of a table export: the module (display name), database and table at work and
+  // the rows written so far of `rows_total` (negative when not known). Optional.
+  virtual void SetTableProgress(std::string_view /*module*/, std::string_view /*database*/,
+                                std::string_view /*table*/, int64_t /*rows_done*/,
+                                int64_t /*rows_total*/) {}
 
   // Shorthand for Ask with the box's parts.
   Answer Show(std::string text, std::string title, Icon icon, Buttons buttons = Buttons::kOk,

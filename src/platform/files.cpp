@@ -71,18 +71,49 @@ std::string TempNameBeside(const std::string& target) {
   return Utf8FromPath(path.parent_path() / PathFromUtf8(name));
 }
 
+FileReplacement::FileReplacement(FileLayer& files, std::string target, std::string temp,
+                                 std::unique_ptr<File> file)
+    : files_(files), target_(std::move(target)), temp_(std::move(temp)), file_(std::move(file)) {}
+
+Result<std::unique_ptr<FileReplacement>> FileReplacement::Create(FileLayer& files,
+                                                                 const std::string& target) {
+  std::string temp = TempNameBeside(target);
+  PX_ASSIGN_OR_RETURN(auto file, files.Open(temp, OpenMode::kCreateAlways));
+  return std::unique_ptr<FileReplacement>(
+      new FileReplacement(files, target, std::move(temp), std::move(file)));
+}
+
+FileReplacement::~FileReplacement() {
+  if (committed_) return;
+  file_.reset();
+  (void)files_.Remove(temp_);
+}
+
+Status FileReplacement::Write(std::span<const uint8_t> bytes) {
+  if (!error_.ok()) return error_;
+  if (!file_) return error_ = Status::InvalidArgument(target_ + ": write after commit");
+  if (bytes.empty()) return Status::Ok();
+  if (Status s = file_->WriteAt(written_, bytes); !s.ok()) return error_ = s;
+  written_ += bytes.size();
+  return Status::Ok();
+}
+
+Status FileReplacement::Commit() {
+  if (!error_.ok()) return error_;
+  if (committed_) return Status::Ok();
+  if (!file_) return error_ = Status::InvalidArgument(target_ + ": commit after a failure");
+  if (Status s = file_->Sync(); !s.ok()) return error_ = s;
+  file_.reset();  // closed before the rename: Windows does not rename open files
+  if (Status s = files_.Rename(temp_, target_); !s.ok()) return error_ = s;
+  committed_ = true;
+  return Status::Ok();
+}
+
 Status ReplaceFileWhole(FileLayer& files, const std::string& target, std::string_view content) {
-  const std::string temp = TempNameBeside(target);
-  Status status = [&]() -> Status {
-    PX_ASSIGN_OR_RETURN(auto file, files.Open(temp, OpenMode::kCreateAlways));
-    PX_RETURN_IF_ERROR(
-        file->WriteAt(0, {reinterpret_cast<const uint8_t*>(content.data()), content.size()}));
-    PX_RETURN_IF_ERROR(file->Sync());
-    file.reset();  // closed before the rename: Windows does not rename open files
-    return files.Rename(temp, target);
-  }();
-  if (!status.ok()) (void)files.Remove(temp);
-  return status;
+  PX_ASSIGN_OR_RETURN(auto file, FileReplacement::Create(files, target));
+  PX_RETURN_IF_ERROR(
+      file->Write({reinterpret_cast<const uint8_t*>(content.data()), content.size()}));
+  return file->Commit();
 }
 
 Result<std::string> ReadFileWhole(FileLayer& files, const std::string& path, size_t max_bytes) {
