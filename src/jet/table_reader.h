@@ -35,7 +35,6 @@ class TableReader final : public RowSource {
   // row moved to an overflow page).
   RowPointer last_row_pointer() const { return RowPointer{last_page_, uint8_t(last_row_)}; }
   // Where the row Next() returned last is stored: "page 14 row 3".
-  RowPointer last_row_pointer() const { return RowPointer{last_page_, uint8_t(last_row_)}; }
   std::string last_row_place() const {
     return "page " + std::to_string(last_page_) + " row " + std::to_string(last_row_);
   }
