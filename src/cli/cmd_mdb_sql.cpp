@@ -7,9 +7,10 @@
 
 #include "cli/commands.h"
 #include "cli/json.h"
+#include "db/access_database.h"
 #include "db/jet_connection.h"
 #include "db/sql_lexer.h"
-#include "db/write_sql.h"
+#include "platform/files.h"
 
 namespace px::cli {
 namespace {
@@ -33,10 +34,14 @@ void RunSelect(const SqlOptions& o) {
   if (!st.ok()) Fail(st);
 }
 
+// The statement is its own transaction: the file changes whole or not at all.
 void RunChange(const SqlOptions& o) {
-  auto parsed = db::ParseWriteStatement(o.statement);
-  if (!parsed.ok()) Fail(parsed.status());
-  Fail(o.path + ": changing Access files needs the engine's write side, which this build lacks");
+  auto pool = db::NewAccessDatabasePool(platform::SystemFiles());
+  auto database = pool->Open(o.path);
+  if (!database.ok()) Fail(database.status());
+  auto affected = (*database)->Execute(o.statement);
+  if (!affected.ok()) Fail(affected.status());
+  std::cout << *affected << "\n";
 }
 
 }  // namespace
