@@ -283,7 +283,7 @@ Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql) {
   } else {
     n = RunUpdate(store, std::get<UpdateStatement>(st));
   }
-  // What the statement asks beyond the subset is refused quoting it, as the parser does.
+  // Refusals quote the statement, as the parser's do.
   if (!n.ok() && n.status().IsNotSupported()) {
     return n.status().WithContext("SQL \"" + std::string(sql) + "\"");
   }

@@ -2,8 +2,13 @@
 // quote the statement and fail the run.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
 #include "support/program.h"
 #include "support/run_program.h"
+#include "support/temp_folder.h"
 
 namespace px {
 namespace {
@@ -38,6 +43,35 @@ TEST(MdbSqlCommand, RefusalsQuoteTheStatementAndFailTheRun) {
     EXPECT_EQ(o.exit_code, 1) << c.statement;
     EXPECT_NE(o.text.find(c.message), std::string::npos) << o.text;
   }
+}
+
+std::string FileBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+TEST(MdbSqlCommand, ChangesPrintRowsAffectedAndRefusalsLeaveTheFile) {
+  PX_SAMPLE_OR_SKIP(sample, "mdb/testV2000.mdb");
+  testing::TempFolder dir;
+  const std::string path = dir.str() + "/kopya.mdb";
+  std::filesystem::copy_file(sample, path);
+
+  auto o = RunPergonixYedek("mdb sql '" + path +
+                            "' \"INSERT INTO table1 (a, [B], c, H, I) Values "
+                            "('x','Cay','7',CAST('1,234.5' AS MONEY),1)\"");
+  EXPECT_EQ(o.exit_code, 0) << o.text;
+  EXPECT_EQ(o.text, "1\n");
+  o = RunPergonixYedek("mdb sql '" + path + "' \"SELECT B, C, H, I FROM Table1 WHERE c = 7\"");
+  EXPECT_EQ(o.exit_code, 0) << o.text;
+  EXPECT_EQ(o.text, "{\"B\":\"Cay\",\"C\":7,\"H\":\"1234.5\",\"I\":true}\n");
+
+  const std::string before = FileBytes(path);
+  o = RunPergonixYedek("mdb sql '" + path + "' \"INSERT INTO Table1 (A, C) Values ('z','300')\"");
+  EXPECT_EQ(o.exit_code, 1);
+  EXPECT_NE(o.text.find("table Table1, column C: '300' is out of range for Byte"),
+            std::string::npos)
+      << o.text;
+  EXPECT_EQ(FileBytes(path), before);
 }
 
 }  // namespace
