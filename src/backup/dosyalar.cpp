@@ -1,13 +1,8 @@
 #include "backup/dosyalar.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <system_error>
 
 #include "core/sha256.h"
 #include "platform/host_path.h"
@@ -19,13 +14,8 @@ namespace fs = std::filesystem;
 
 constexpr size_t kParca = size_t{1} << 20;
 
-Status Hata(const std::string& islem, const std::string& yol, int err) {
-  const std::string metin = islem + " " + yol + ": " + std::strerror(err);
-  return err == ENOENT ? Status::NotFound(metin) : Status::IOError(metin);
-}
-
 // Domain paths through the drive map; host paths (the staging folder, a package named on the
-// command line) may still have "\" from the flows' joins, which is a separator here too.
+// command line) may still have "\\" from the flows' joins, which is a separator here too.
 Result<std::string> Host(const std::string& yol) {
   if (!IsDrivePath(yol)) {
     std::string host = yol;
@@ -38,151 +28,49 @@ Result<std::string> Host(const std::string& yol) {
   return host.string();
 }
 
-class HostFile final : public platform::File {
+// The system's file layer on domain paths.
+class DomainFileLayer final : public platform::FileLayer {
  public:
-  HostFile(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
-  ~HostFile() override { ::close(fd_); }
-
-  Result<size_t> ReadAt(uint64_t offset, std::span<uint8_t> buf) override {
-    PX_RETURN_IF_ERROR(hata_);
-    size_t done = 0;
-    while (done < buf.size()) {
-      const ssize_t n = ::pread(fd_, buf.data() + done, buf.size() - done, off_t(offset + done));
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) return Keep(Hata("cannot read", path_, errno));
-      if (n == 0) break;
-      done += size_t(n);
-    }
-    return done;
-  }
-  Status WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override {
-    PX_RETURN_IF_ERROR(hata_);
-    size_t done = 0;
-    while (done < bytes.size()) {
-      const ssize_t n =
-          ::pwrite(fd_, bytes.data() + done, bytes.size() - done, off_t(offset + done));
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) return Keep(Hata("cannot write", path_, errno));
-      done += size_t(n);
-    }
-    return Status::Ok();
-  }
-  Status Append(std::span<const uint8_t> bytes) override {
-    PX_ASSIGN_OR_RETURN(uint64_t end, Size());
-    return WriteAt(end, bytes);
-  }
-  Result<uint64_t> Size() override {
-    PX_RETURN_IF_ERROR(hata_);
-    struct stat st {};
-    if (::fstat(fd_, &st) != 0) return Keep(Hata("cannot size", path_, errno));
-    return uint64_t(st.st_size);
-  }
-  Status Truncate(uint64_t size) override {
-    PX_RETURN_IF_ERROR(hata_);
-    if (::ftruncate(fd_, off_t(size)) != 0) return Keep(Hata("cannot truncate", path_, errno));
-    return Status::Ok();
-  }
-  Status Sync() override {
-    PX_RETURN_IF_ERROR(hata_);
-    if (::fsync(fd_) != 0) return Keep(Hata("cannot flush", path_, errno));
-    return Status::Ok();
-  }
-  const std::string& path() const override { return path_; }
-
- private:
-  Status Keep(Status st) {
-    hata_ = st;
-    return st;
-  }
-  int fd_;
-  std::string path_;
-  Status hata_;
-};
-
-void SyncFolder(const std::string& host_folder) {
-  const int fd = ::open(host_folder.empty() ? "." : host_folder.c_str(), O_RDONLY | O_DIRECTORY);
-  if (fd < 0) return;
-  (void)::fsync(fd);
-  ::close(fd);
-}
-
-class HostFileLayer final : public platform::FileLayer {
- public:
+  explicit DomainFileLayer(platform::FileLayer& host) : host_(host) {}
   Result<std::unique_ptr<platform::File>> Open(const std::string& path,
                                                platform::OpenMode mode) override {
-    PX_ASSIGN_OR_RETURN(std::string host, Host(path));
-    int flags = O_CLOEXEC;
-    switch (mode) {
-      case platform::OpenMode::kRead:
-        flags |= O_RDONLY;
-        break;
-      case platform::OpenMode::kReadWrite:
-        flags |= O_RDWR;
-        break;
-      case platform::OpenMode::kCreateNew:
-        flags |= O_RDWR | O_CREAT | O_EXCL;
-        break;
-      case platform::OpenMode::kCreateAlways:
-        flags |= O_RDWR | O_CREAT | O_TRUNC;
-        break;
-    }
-    const int fd = ::open(host.c_str(), flags, 0644);
-    if (fd < 0) return Hata("cannot open", path, errno);
-    return std::unique_ptr<platform::File>(std::make_unique<HostFile>(fd, path));
+    PX_ASSIGN_OR_RETURN(std::string h, Host(path));
+    return host_.Open(h, mode);
   }
   Status Rename(const std::string& temp, const std::string& target) override {
     PX_ASSIGN_OR_RETURN(std::string from, Host(temp));
     PX_ASSIGN_OR_RETURN(std::string to, Host(target));
-    if (::rename(from.c_str(), to.c_str()) != 0) return Hata("cannot rename to", target, errno);
-    SyncFolder(fs::path(to).parent_path().string());
-    return Status::Ok();
+    return host_.Rename(from, to);
   }
   Status Remove(const std::string& path) override {
-    PX_ASSIGN_OR_RETURN(std::string host, Host(path));
-    if (::unlink(host.c_str()) != 0 && errno != ENOENT) return Hata("cannot delete", path, errno);
-    return Status::Ok();
+    PX_ASSIGN_OR_RETURN(std::string h, Host(path));
+    return host_.Remove(h);
   }
   bool Exists(const std::string& path) override {
-    auto host = Host(path);
-    std::error_code ec;
-    return host.ok() && fs::exists(*host, ec);
+    auto h = Host(path);
+    return h.ok() && host_.Exists(*h);
   }
   Result<std::vector<platform::FolderEntry>> List(const std::string& folder) override {
-    PX_ASSIGN_OR_RETURN(std::string host, Host(folder));
-    std::error_code ec;
-    fs::directory_iterator it(host, ec);
-    if (ec) {
-      return ec == std::errc::no_such_file_or_directory
-                 ? Status::NotFound(folder + " not found")
-                 : Status::IOError("cannot list " + folder + ": " + ec.message());
-    }
-    std::vector<platform::FolderEntry> out;
-    for (; it != fs::directory_iterator(); it.increment(ec)) {
-      platform::FolderEntry e;
-      e.name = it->path().filename().string();
-      e.is_folder = it->is_directory(ec);
-      if (!e.is_folder) e.size = it->file_size(ec);
-      out.push_back(std::move(e));
-    }
-    if (ec) return Status::IOError("cannot list " + folder + ": " + ec.message());
-    return out;
+    PX_ASSIGN_OR_RETURN(std::string h, Host(folder));
+    return host_.List(h);
   }
   Status CreateFolder(const std::string& path) override {
-    PX_ASSIGN_OR_RETURN(std::string host, Host(path));
-    if (::mkdir(host.c_str(), 0755) != 0 && errno != EEXIST) {
-      return Hata("cannot create folder", path, errno);
-    }
-    return Status::Ok();
+    PX_ASSIGN_OR_RETURN(std::string h, Host(path));
+    return host_.CreateFolder(h);
   }
   Result<std::unique_ptr<platform::FileLock>> LockExclusive(const std::string& path) override {
-    return Status::NotSupported("no file locks in the backup's file layer: " + path);
+    PX_ASSIGN_OR_RETURN(std::string h, Host(path));
+    return host_.LockExclusive(h);
   }
+
+ private:
+  platform::FileLayer& host_;
 };
 
 }  // namespace
 
 platform::FileLayer& HostFiles() {
-  static HostFileLayer layer;
+  static DomainFileLayer layer(platform::SystemFiles());
   return layer;
 }
 
@@ -215,6 +103,7 @@ bool GeciciAdMi(std::string_view ad) {
 }
 
 bool DiskDoluMu(const Status& st) {
+  if (st.IsDiskFull()) return true;
   if (st.ok()) return false;
   const std::string& m = st.message();
   return m.find(std::strerror(ENOSPC)) != std::string::npos ||

@@ -15,8 +15,8 @@
 
 namespace px::backup {
 
-// The host's files, reached by domain paths ("D:\Yedek\Paket\...") through the drive map;
-// paths that are not drive-qualified are host paths. (POSIX.)
+// The system's files (platform::SystemFiles) reached by domain paths ("D:\Yedek\Paket\...")
+// through the drive map; paths that are not drive-qualified are host paths.
 platform::FileLayer& HostFiles();
 
 // The folder part and the name part of a path; either separator counts.
@@ -30,7 +30,8 @@ std::string GeciciAd(std::string_view hedef);
 // True for the names GeciciAd gives (a killed run's leftovers).
 bool GeciciAdMi(std::string_view ad);
 
-// True when `st` is the file layer's report of a full disk (the old error 61).
+// True when `st` is a report of a full disk (the old error 61): the file layer's DiskFull,
+// or an I/O error that names ENOSPC or ERROR_DISK_FULL.
 bool DiskDoluMu(const Status& st);
 
 // A sink that writes into GeciciAd(target); Commit() flushes it and renames it over the

@@ -166,7 +166,7 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
       const char harf = char(std::toupper(static_cast<unsigned char>(k_.ad[0])));
       if (fs_.dolu[harf] > 0) {
         --fs_.dolu[harf];
-        return Status::IOError("cannot write " + k_.ad + ": No space left on device");
+        return Status::DiskFull("cannot write " + k_.ad + ": no room left on the disk");
       }
       std::string& c = *k_.content;
       if (c.size() < offset + bytes.size()) c.resize(offset + bytes.size());
