@@ -25,8 +25,10 @@
 #endif
 
 // Table files are compared with the package's manifest where the backup side is built in.
-#if __has_include("backup/manifest.h") && __has_include("core/sha256.h")
+#if __has_include("backup/manifest.h") && __has_include("backup/paket_duzeni.h") && \
+                                                        __has_include("core/sha256.h")
 #include "backup/manifest.h"
+#include "backup/paket_duzeni.h"
 #include "core/sha256.h"
 #include "platform/files.h"
 #include "platform/host_path.h"
@@ -178,7 +180,15 @@ Result<std::pair<uint64_t, std::string>> Ozet(const std::string& yol) {
 // Each table file against its entry in the package's manifest: size, SHA-256 and rows. A
 // package without a manifest is not compared; one that cannot be read is named once.
 void ManifestleKarsilastir(restore::Ortam& ortam, const std::string& paket_klasoru) {
-  auto okunan = backup::Manifest::Oku(platform::SystemFiles(), paket_klasoru);
+  const std::string ad = paket_klasoru + "\\" + backup::kManifestAdi;
+  auto host = ToHostPath(ad);
+  if (!host.ok()) return;
+  auto metin = platform::ReadFileWhole(platform::SystemFiles(), host->string());
+  if (!metin.ok()) {
+    if (!metin.status().IsNotFound()) ortam.uyarilar.push_back(metin.status().message());
+    return;
+  }
+  auto okunan = backup::Manifest::Coz(*metin, ad, paket_klasoru);
   if (!okunan.ok()) {
     ortam.uyarilar.push_back(okunan.status().message());
     return;
