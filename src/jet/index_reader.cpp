@@ -100,7 +100,7 @@ Status IndexEntryCursor::EnterLeaf(uint32_t number) {
   return Status::Ok();
 }
 
-Result<bool> IndexEntryCursor::Next(IndexEntry& entry) {
+Result<bool> IndexEntryCursor::Next(IndexLeafEntry& entry) {
   const JetFormat& f = *f_;
   while (!done_ && next_entry_ >= ends_.size()) {
     const uint32_t next = LoadLe32(page_.bytes().data() + f.index_next_page);

@@ -20,7 +20,7 @@ std::string RowName(RowPointer p) {
 }
 
 // Entry bytes as they compare on a page: the key, then the big-endian row pointer.
-std::vector<uint8_t> EntryBytes(const IndexEntry& e) {
+std::vector<uint8_t> EntryBytes(const IndexLeafEntry& e) {
   std::vector<uint8_t> b = e.key;
   b.push_back(uint8_t(e.row.page >> 16));
   b.push_back(uint8_t(e.row.page >> 8));
@@ -163,7 +163,7 @@ Status WalkIndex(Database& db, const std::string& table, const TableDef& def, si
   std::vector<ColumnData> cracked;
   std::vector<Value> values(def.columns.size());
   std::vector<uint8_t> previous;
-  IndexEntry entry;
+  IndexLeafEntry entry;
   Page page, target;
   while (true) {
     PX_ASSIGN_OR_RETURN(bool more, cursor.Next(entry));
