@@ -3,6 +3,11 @@
 //   mdb sema DOSYA [TABLO]      JSON array of table schemas (all user tables, or one)
 //   mdb satirlar DOSYA TABLO    JSON Lines, one object a row, keys in column order
 //   mdb kontrol DOSYA           integrity check (cmd_mdb_kontrol.cpp)
+//   mdb yarat DOSYA             a new, empty Jet 4 database; refuses an existing file
+//   mdb kopyala KAYNAK HEDEF [TABLO ...]
+//                               copies tables (columns, keys, indexes, rows) into HEDEF,
+//                               created when missing, in one transaction
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -10,6 +15,9 @@
 #include "cli/commands.h"
 #include "cli/json.h"
 #include "jet/database.h"
+#include "jet/writer.h"
+#include "platform/files.h"
+#include "platform/host_path.h"
 
 namespace px::cli {
 
@@ -116,6 +124,99 @@ void RunSatirlar(const std::string& path, const std::string& table) {
   if (!st.ok()) Fail(st);
 }
 
+std::string HostOrFail(const std::string& path) {
+  auto host = ToHostPath(path);
+  if (!host.ok()) Fail(host.status());
+  return host->string();
+}
+
+void RunYarat(const std::string& path) {
+  const std::string host = HostOrFail(path);
+  if (platform::SystemFiles().Exists(host)) Fail(path + ": the file already exists");
+  auto writer = jet::Writer::Create(platform::SystemFiles(), host, path);
+  if (!writer.ok()) Fail(writer.status());
+}
+
+// The definition of one table of `from` recreated in `to`: columns in field order with
+// their properties, then every index that is not a foreign key's.
+Status CopyDefinition(jet::Database& from, const jet::CatalogEntry& table, jet::Writer& to) {
+  PX_ASSIGN_OR_RETURN(jet::TableSchema schema, from.ReadSchema(table));
+  PX_ASSIGN_OR_RETURN(jet::TableDef def, from.ReadDefinition(table));
+  PX_RETURN_IF_ERROR(to.CreateTable(table.name));
+  for (const FieldInfo& f : schema.fields) {
+    jet::ColumnSpec c;
+    c.name = f.name;
+    c.ado_type = f.ado_type;
+    c.defined_size = int(f.size);
+    c.precision = f.precision;
+    c.scale = f.scale;
+    c.allow_zero_length = f.allow_zero_length;
+    c.required = f.required;
+    c.autoincrement = f.autonumber;
+    PX_RETURN_IF_ERROR(to.AddColumn(table.name, c));
+  }
+  // In the order Jet numbered them, so that the copy numbers them alike.
+  std::vector<const jet::LogicalIndex*> indexes;
+  for (const jet::LogicalIndex& l : def.logical_indexes) indexes.push_back(&l);
+  std::sort(indexes.begin(), indexes.end(),
+            [](const auto* a, const auto* b) { return a->number < b->number; });
+  for (const jet::LogicalIndex* li : indexes) {
+    const jet::LogicalIndex& l = *li;
+    if (l.type == jet::kLogicalIndexForeign) continue;
+    const jet::RealIndex& r = def.real_indexes[l.real_index];
+    jet::IndexSpec spec;
+    spec.name = l.name;
+    spec.primary = l.type == jet::kLogicalIndexPrimary;
+    spec.unique = r.unique();
+    spec.ignore_nulls = (r.flags & jet::idxflag::kIgnoreNulls) != 0;
+    spec.required = (r.flags & jet::idxflag::kRequired) != 0;
+    for (const jet::IndexColumn& ic : r.columns) {
+      const int at = def.ColumnByNumber(ic.column_number);
+      if (at < 0) return Status::Corruption(from.file_name() + ": index " + l.name);
+      spec.columns.emplace_back(def.columns[size_t(at)].name, ic.ascending);
+    }
+    PX_RETURN_IF_ERROR(to.AddIndex(table.name, spec));
+  }
+  return Status::Ok();
+}
+
+Status CopyRows(jet::Database& from, const std::string& table, jet::Writer& to) {
+  PX_ASSIGN_OR_RETURN(auto reader, from.OpenTable(table));
+  Row row;
+  while (reader->Next(row)) PX_RETURN_IF_ERROR(to.InsertRow(table, row));
+  return reader->status();
+}
+
+void RunKopyala(const std::string& source, const std::string& target,
+                const std::vector<std::string>& tables) {
+  auto from = OpenOrFail(source);
+  const std::string host = HostOrFail(target);
+  auto to = platform::SystemFiles().Exists(host)
+                ? jet::Writer::Open(platform::SystemFiles(), host, target)
+                : jet::Writer::Create(platform::SystemFiles(), host, target);
+  if (!to.ok()) Fail(to.status());
+  std::vector<const jet::CatalogEntry*> chosen;
+  if (tables.empty()) {
+    for (const std::string& name : from->UserTableNames()) chosen.push_back(from->FindTable(name));
+  } else {
+    for (const std::string& name : tables) {
+      const jet::CatalogEntry* e = from->FindTable(name);
+      if (e == nullptr) Fail(source + ": no table named " + name);
+      chosen.push_back(e);
+    }
+  }
+  Status st = (*to)->Begin();
+  for (const jet::CatalogEntry* e : chosen) {
+    if (st.ok()) st = CopyDefinition(*from, *e, **to);
+    if (st.ok()) st = CopyRows(*from, e->name, **to);
+  }
+  if (st.ok()) st = (*to)->Commit();
+  if (!st.ok()) {
+    (void)(*to)->Rollback();
+    Fail(st);
+  }
+}
+
 }  // namespace
 
 void AddMdbCommands(CLI::App& app) {
@@ -141,6 +242,17 @@ void AddMdbCommands(CLI::App& app) {
 
   AddMdbKontrolCommand(*mdb);
   AddMdbSqlCommand(*mdb);
+  auto* yarat = mdb->add_subcommand("yarat", "Create a new, empty Access database");
+  yarat->add_option("DOSYA", *path, "Database file to create")->required();
+  yarat->callback([path] { RunYarat(*path); });
+
+  auto target = std::make_shared<std::string>();
+  auto tables = std::make_shared<std::vector<std::string>>();
+  auto* kopyala = mdb->add_subcommand("kopyala", "Copy tables into another Access database");
+  kopyala->add_option("KAYNAK", *path, "Database to copy from")->required();
+  kopyala->add_option("HEDEF", *target, "Database to copy into (created when missing)")->required();
+  kopyala->add_option("TABLO", *tables, "Only these tables");
+  kopyala->callback([path, target, tables] { RunKopyala(*path, *target, *tables); });
 }
 
 }  // namespace px::cli

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/result.h"
+#include "jet/format.h"
 
 namespace px::jet {
 
@@ -45,7 +46,8 @@ struct CatalogEntry {
   uint32_t flags = 0;
   std::string adox_type;  // empty for objects ADOX does not list as tables
   std::vector<uint8_t> lv_prop;
-  std::string place;  // where the object's MSysObjects row is stored ("page 14 row 3")
+  std::string place;    // where the object's MSysObjects row is stored ("page 14 row 3")
+  RowPointer location;  // the same as a row pointer
 
   uint32_t tdef_page() const { return uint32_t(id) & 0x00FFFFFFu; }
   bool has_tdef() const { return type == objtype::kTable; }

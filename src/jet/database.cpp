@@ -23,8 +23,8 @@ int64_t AsInt(const Value& v) {
 
 }  // namespace
 
-Database::Database(DatabaseHeader header, std::unique_ptr<Pager> pager)
-    : header_(header), pager_(std::move(pager)) {
+Database::Database(DatabaseHeader header, std::unique_ptr<Pager> owned, Pager* pager)
+    : header_(header), owned_pager_(std::move(owned)), pager_(pager) {
   code_page_ = IsSupportedCodePage(header_.code_page) ? header_.code_page : kDefaultCodePage;
 }
 
@@ -56,9 +56,27 @@ Result<std::unique_ptr<Database>> Database::FromSource(std::unique_ptr<PageSourc
                               VersionName(header.format->version) + " database");
   }
   auto pager = std::make_unique<Pager>(std::move(source), header.format->page_size, header.db_key);
-  std::unique_ptr<Database> db(new Database(header, std::move(pager)));
+  Pager* borrowed = pager.get();
+  std::unique_ptr<Database> db(new Database(header, std::move(pager), borrowed));
   PX_RETURN_IF_ERROR(db->LoadCatalog());
   return db;
+}
+
+Result<std::unique_ptr<Database>> Database::OpenPager(Pager& pager) {
+  PX_ASSIGN_OR_RETURN(Page first, pager.Get(0));
+  PX_ASSIGN_OR_RETURN(DatabaseHeader header, DecodeHeader(first.bytes(), pager.file_name()));
+  if (pager.page_count() <= kMSysObjectsPage) {
+    return Status::Corruption(pager.file_name() + ": page " + std::to_string(kMSysObjectsPage) +
+                              " (MSysObjects) is beyond the end of the file");
+  }
+  std::unique_ptr<Database> db(new Database(header, nullptr, &pager));
+  PX_RETURN_IF_ERROR(db->LoadCatalog());
+  return db;
+}
+
+Status Database::ReloadCatalog() {
+  tables_.clear();
+  return LoadCatalog();
 }
 
 Status Database::LoadCatalog() {
@@ -96,6 +114,7 @@ Status Database::LoadCatalog() {
     e.flags = uint32_t(AsInt(row[4]));
     if (auto* b = std::get_if<Binary>(&row[5])) e.lv_prop = std::move(b->bytes);
     e.place = reader->last_row_place();
+    e.location = reader->last_row_pointer();
     if (e.type == objtype::kContainer && e.parent_id == kRootParentId &&
         e.name == kTablesContainer) {
       tables_id = e.id;

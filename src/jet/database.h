@@ -28,6 +28,12 @@ class Database {
   // Opens a database held in memory (tests, fuzzing).
   static Result<std::unique_ptr<Database>> OpenMemory(std::vector<uint8_t> bytes,
                                                       std::string display_name);
+  // Reads through a pager the caller keeps (a writer's page store, whose overlay the
+  // Database then sees). REQUIRES: `pager` outlives the Database.
+  static Result<std::unique_ptr<Database>> OpenPager(Pager& pager);
+
+  // Reads the catalog again: after MSysObjects has changed under the pager.
+  Status ReloadCatalog();
 
   const DatabaseHeader& header() const { return header_; }
   const JetFormat& format() const { return *header_.format; }
@@ -51,14 +57,15 @@ class Database {
   Result<std::unique_ptr<TableReader>> OpenTable(std::string_view table_name);
 
  private:
-  Database(DatabaseHeader header, std::unique_ptr<Pager> pager);
+  Database(DatabaseHeader header, std::unique_ptr<Pager> owned, Pager* pager);
   static Result<std::unique_ptr<Database>> FromSource(std::unique_ptr<PageSource> source);
   Status LoadCatalog();
   Result<const CatalogEntry*> Require(std::string_view table_name) const;
   Result<TableSchema> SchemaOf(const CatalogEntry& table, const TableDef& def);
 
   DatabaseHeader header_;
-  std::unique_ptr<Pager> pager_;
+  std::unique_ptr<Pager> owned_pager_;
+  Pager* pager_;
   int code_page_;
   std::vector<CatalogEntry> tables_;
 };

@@ -29,7 +29,7 @@ Result<uint64_t> CountIndexEntries(Pager& pager, const JetFormat& f, uint32_t ta
                                    const RealIndex& index, const std::string& what);
 
 // One leaf entry: the key bytes and the row they point at.
-struct IndexEntry {
+struct IndexLeafEntry {
   std::vector<uint8_t> key;
   RowPointer row;
   uint32_t page = 0;  // the leaf page holding the entry
@@ -48,7 +48,7 @@ class IndexEntryCursor {
                                        const RealIndex& index, std::string what);
 
   // The next entry; false at the end of the leaf level.
-  Result<bool> Next(IndexEntry& entry);
+  Result<bool> Next(IndexLeafEntry& entry);
 
  private:
   IndexEntryCursor(Pager& pager, const JetFormat& f, uint32_t table_page, std::string what)

@@ -88,7 +88,17 @@ Pager::Pager(std::unique_ptr<PageSource> source, uint32_t page_size, uint32_t db
       page_count_(uint32_t(std::min<uint64_t>(source_->size() / page_size, 0xFFFFFFu + 1))),
       capacity_(cache_pages == 0 ? 1 : cache_pages) {}
 
+void Pager::Refresh() {
+  lru_.clear();
+  index_.clear();
+  page_count_ = uint32_t(std::min<uint64_t>(source_->size() / page_size_, 0xFFFFFFu + 1));
+}
+
 Result<Page> Pager::Get(uint32_t number) {
+  if (overlay_ != nullptr) {
+    PX_ASSIGN_OR_RETURN(PageData changed, overlay_->Lookup(number));
+    if (changed) return Page{number, std::move(changed)};
+  }
   auto it = index_.find(number);
   if (it != index_.end()) {
     lru_.splice(lru_.begin(), lru_, it->second);

@@ -40,6 +40,17 @@ struct Page {
   uint8_t type() const { return (*data)[0]; }
 };
 
+// Pages that stand in for the source's: the changed and appended pages of an open write
+// transaction (page_store.h). Pages it returns are never cached by the Pager.
+class PageOverlay {
+ public:
+  virtual ~PageOverlay() = default;
+  // The overlay's page `number`, or a null PageData when the source's page stands.
+  virtual Result<PageData> Lookup(uint32_t number) = 0;
+  // Pages in the database as it stands with the overlay (the source's and the appended).
+  virtual uint32_t page_count() const = 0;
+};
+
 // Cuts a source into pages, undoes page encoding when the database key is set, and keeps
 // the most recently used pages (at most `cache_pages`) in memory.
 class Pager {
@@ -53,7 +64,14 @@ class Pager {
   Result<Page> Get(uint32_t number);
 
   uint32_t page_size() const { return page_size_; }
-  uint32_t page_count() const { return page_count_; }
+  uint32_t page_count() const { return overlay_ ? overlay_->page_count() : page_count_; }
+
+  // Reads through `overlay` first from now on (nullptr: the source alone). REQUIRES: the
+  // overlay outlives the Pager or is reset before it goes.
+  void SetOverlay(PageOverlay* overlay) { overlay_ = overlay; }
+  // Forgets cached pages and re-reads the source's size: after the file under the source
+  // has been replaced.
+  void Refresh();
   const std::string& file_name() const { return source_->name(); }
 
  private:
@@ -64,6 +82,7 @@ class Pager {
   uint32_t db_key_;
   uint32_t page_count_;
   size_t capacity_;
+  PageOverlay* overlay_ = nullptr;
   std::list<std::pair<uint32_t, PageData>> lru_;  // front = most recent
   std::unordered_map<uint32_t, decltype(lru_)::iterator> index_;
 };

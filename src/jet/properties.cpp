@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "jet/text.h"
+#include "platform/codepage.h"
 
 namespace px::jet {
 
@@ -99,6 +100,146 @@ Result<ColumnPropertyMap> ParseColumnProperties(Bytes blob, const JetFormat& f, 
       PX_RETURN_IF_ERROR(parser.ColumnBlock(body, pos + kBlockHeader, out));
     }  // object-level blocks (type 0) and newer block types carry nothing we use
     pos += len;
+  }
+  return out;
+}
+
+namespace {
+
+constexpr uint8_t kDdlFlag = 0x01;
+constexpr uint8_t kPropertyBoolean = 0x01;
+
+void PutLe16(std::vector<uint8_t>& out, uint16_t v) {
+  out.push_back(uint8_t(v));
+  out.push_back(uint8_t(v >> 8));
+}
+
+std::vector<uint8_t> Utf16(const std::string& utf8) {
+  std::vector<uint8_t> out;
+  size_t i = 0;
+  while (i < utf8.size()) {
+    std::optional<uint32_t> cp = NextUtf8(utf8, i);
+    AppendUtf16Le(out, cp.value_or(0xFFFD));
+  }
+  return out;
+}
+
+std::vector<uint8_t> Block(uint16_t type, const std::vector<uint8_t>& body) {
+  std::vector<uint8_t> out(kBlockHeader);
+  StoreLe32(out.data(), uint32_t(kBlockHeader + body.size()));
+  StoreLe16(out.data() + 4, type);
+  out.insert(out.end(), body.begin(), body.end());
+  return out;
+}
+
+}  // namespace
+
+Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& column,
+                                                 const ColumnProperties& props) {
+  struct RawBlock {
+    uint16_t type;
+    std::vector<uint8_t> body;
+  };
+  std::vector<RawBlock> blocks;
+  if (!blob.empty()) {
+    if (blob.size() < kMagicJet4.size() || AsChars(blob.first(kMagicJet4.size())) != kMagicJet4) {
+      return Bad("missing signature", 0);
+    }
+    size_t pos = kMagicJet4.size();
+    while (pos + kBlockHeader <= blob.size()) {
+      const uint32_t len = LoadLe32(&blob[pos]);
+      if (len < kBlockHeader || len > blob.size() - pos) {
+        return Bad("block length " + std::to_string(len), pos);
+      }
+      Bytes body = blob.subspan(pos + kBlockHeader, len - kBlockHeader);
+      blocks.push_back({LoadLe16(&blob[pos + 4]), {body.begin(), body.end()}});
+      pos += len;
+    }
+  }
+  size_t pool = blocks.size();
+  for (size_t i = 0; i < blocks.size(); ++i) {
+    if (blocks[i].type == kBlockNamePool) pool = i;
+  }
+  if (pool == blocks.size()) {
+    blocks.insert(blocks.begin(), {kBlockNamePool, {}});
+    pool = 0;
+  }
+  // Names in the pool, as UTF-16LE.
+  std::vector<std::vector<uint8_t>> names;
+  {
+    ByteReader r(blocks[pool].body);
+    while (r.remaining() > 0) {
+      auto len = r.U16();
+      auto raw = len ? r.Span(*len) : std::nullopt;
+      if (!raw) return Bad("name pool entry runs past its block", 0);
+      names.emplace_back(raw->begin(), raw->end());
+    }
+  }
+  auto name_index = [&](const std::string& name) {
+    const std::vector<uint8_t> u = Utf16(name);
+    for (size_t i = 0; i < names.size(); ++i) {
+      if (names[i] == u) return uint16_t(i);
+    }
+    names.push_back(u);
+    PutLe16(blocks[pool].body, uint16_t(u.size()));
+    blocks[pool].body.insert(blocks[pool].body.end(), u.begin(), u.end());
+    return uint16_t(names.size() - 1);
+  };
+  const uint16_t azl = name_index("AllowZeroLength");
+  const uint16_t req = name_index("Required");
+  std::vector<std::pair<uint16_t, bool>> wanted;
+  if (props.allow_zero_length) wanted.emplace_back(azl, *props.allow_zero_length);
+  if (props.required) wanted.emplace_back(req, *props.required);
+  // The column's block: entries other than these two are kept.
+  const std::vector<uint8_t> owner = Utf16(column);
+  std::vector<uint8_t> entries;
+  size_t target = blocks.size();
+  for (size_t i = 0; i < blocks.size(); ++i) {
+    if (blocks[i].type != kBlockColumn) continue;
+    ByteReader r(blocks[i].body);
+    auto rec_len = r.U32();
+    auto name_len = r.U16();
+    auto raw = name_len ? r.Span(*name_len) : std::nullopt;
+    if (!rec_len || !raw) return Bad("column block header", 0);
+    auto a = DecodeUtf16Le(*raw);
+    if (!a.ok() || !JetTextEquals(*a, column, kLcidGeneral)) continue;
+    target = i;
+    while (r.remaining() >= kEntryHeader) {
+      const size_t at = r.offset();
+      const uint16_t entry_len = LoadLe16(&blocks[i].body[at]);
+      if (entry_len < kEntryHeader || entry_len > r.remaining()) {
+        return Bad("property entry of length " + std::to_string(entry_len), at);
+      }
+      const uint16_t idx = LoadLe16(&blocks[i].body[at + 4]);
+      if (idx != azl && idx != req) {
+        entries.insert(entries.end(), blocks[i].body.begin() + long(at),
+                       blocks[i].body.begin() + long(at + entry_len));
+      }
+      (void)r.Skip(entry_len);
+    }
+  }
+  for (auto [idx, value] : wanted) {
+    PutLe16(entries, 9);
+    entries.push_back(kDdlFlag);
+    entries.push_back(kPropertyBoolean);
+    PutLe16(entries, idx);
+    PutLe16(entries, 1);
+    entries.push_back(value ? 1 : 0);
+  }
+  std::vector<uint8_t> body(4);
+  StoreLe32(body.data(), uint32_t(6 + owner.size()));
+  PutLe16(body, uint16_t(owner.size()));
+  body.insert(body.end(), owner.begin(), owner.end());
+  body.insert(body.end(), entries.begin(), entries.end());
+  if (target == blocks.size()) {
+    blocks.push_back({kBlockColumn, std::move(body)});
+  } else {
+    blocks[target].body = std::move(body);
+  }
+  std::vector<uint8_t> out(kMagicJet4.begin(), kMagicJet4.end());
+  for (const RawBlock& b : blocks) {
+    std::vector<uint8_t> one = Block(b.type, b.body);
+    out.insert(out.end(), one.begin(), one.end());
   }
   return out;
 }

@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/bytes.h"
 #include "core/result.h"
@@ -27,5 +28,11 @@ struct ColumnProperties {
 using ColumnPropertyMap = std::map<std::string, ColumnProperties>;
 
 Result<ColumnPropertyMap> ParseColumnProperties(Bytes blob, const JetFormat& f, int code_page);
+
+// The Jet 4 blob `blob` (empty: none yet) with the AllowZeroLength and Required entries of
+// `column` set as given (unset: left out). Every other block and entry is kept as it was;
+// names are added at the end of the name pool so that existing entries keep their indexes.
+Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& column,
+                                                 const ColumnProperties& props);
 
 }  // namespace px::jet

@@ -8,11 +8,6 @@ namespace px::jet {
 
 namespace {
 
-constexpr size_t kTdefNextPage = 4;
-constexpr size_t kTdefContinuationStart = 8;
-constexpr uint16_t kUnusedIndexColumn = 0xFFFF;
-constexpr uint8_t kIndexColumnAscending = 0x01;
-
 class TdefParser {
  public:
   TdefParser(const JetFormat& f, std::vector<uint8_t> buf, int code_page, std::string where)
@@ -34,6 +29,7 @@ class TdefParser {
   Status ParseColumns(TableDef& def, uint16_t num_cols);
   Status ParseRealIndexes(TableDef& def, uint32_t num_real);
   Status ParseLogicalIndexes(TableDef& def, uint32_t num_logical);
+  void ParseLongValueMaps(TableDef& def);
   Result<std::string> ParseName();
 
   const JetFormat& f_;
@@ -46,6 +42,7 @@ class TdefParser {
 Status TdefParser::ParseHeader(TableDef& def, uint32_t& num_real, uint32_t& num_logical,
                                uint16_t& num_cols) {
   PX_ASSIGN_OR_RETURN(Bytes h, At(0, f_.tdef_header_size, "header"));
+  def.raw_header.assign(h.begin(), h.end());
   def.row_count = LoadLe32(&h[f_.tdef_row_count]);
   def.autonumber_last = LoadLe32(&h[f_.tdef_autonumber]);
   def.table_type = h[f_.tdef_table_type];
@@ -80,6 +77,7 @@ Status TdefParser::ParseColumns(TableDef& def, uint16_t num_cols) {
   def.columns.resize(num_cols);
   for (ColumnDef& c : def.columns) {
     PX_ASSIGN_OR_RETURN(Bytes b, At(pos_, f_.col_size, "column definition"));
+    c.raw.assign(b.begin(), b.end());
     c.type = b[f_.col_type];
     c.number = LoadLe16(&b[f_.col_number]);
     c.var_index = LoadLe16(&b[f_.col_var_index]);
@@ -128,6 +126,7 @@ Status TdefParser::ParseRealIndexes(TableDef& def, uint32_t num_real) {
   def.real_indexes.resize(num_real);
   for (RealIndex& r : def.real_indexes) {
     PX_ASSIGN_OR_RETURN(Bytes b, At(pos_, f_.real_idx_size, "index definition"));
+    r.raw.assign(b.begin(), b.end());
     for (size_t k = 0; k < kMaxIndexColumns; ++k) {
       const uint8_t* p = &b[f_.real_idx_columns + 3 * k];
       const uint16_t col = LoadLe16(p);
@@ -149,6 +148,7 @@ Status TdefParser::ParseLogicalIndexes(TableDef& def, uint32_t num_logical) {
   def.logical_indexes.resize(num_logical);
   for (LogicalIndex& l : def.logical_indexes) {
     PX_ASSIGN_OR_RETURN(Bytes b, At(pos_, f_.logical_idx_size, "logical index definition"));
+    l.raw.assign(b.begin(), b.end());
     l.number = LoadLe32(&b[f_.logical_idx_number]);
     l.real_index = LoadLe32(&b[f_.logical_idx_real]);
     l.related_table_type = b[f_.logical_idx_rel_type];
@@ -179,10 +179,32 @@ Status TdefParser::Parse(TableDef& def) {
   PX_RETURN_IF_ERROR(ParseColumns(def, num_cols));
   PX_RETURN_IF_ERROR(ParseRealIndexes(def, num_real));
   for (size_t i = 0; i < num_real; ++i) {
-    def.real_indexes[i].unique_entry_count =
-        LoadLe32(&buf_[preamble + i * f_.tdef_real_preamble + 4]);
+    const uint8_t* pre = &buf_[preamble + i * f_.tdef_real_preamble];
+    def.real_indexes[i].unique_entry_count = LoadLe32(pre + 4);
+    def.real_indexes[i].raw_preamble.assign(pre, pre + f_.tdef_real_preamble);
   }
-  return ParseLogicalIndexes(def, num_logical);
+  PX_RETURN_IF_ERROR(ParseLogicalIndexes(def, num_logical));
+  ParseLongValueMaps(def);
+  return Status::Ok();
+}
+
+// The list of Memo/OLE usage maps that ends the definition (Jet 4). Readers do not need it;
+// a list that is absent or cut short is left empty rather than refused.
+void TdefParser::ParseLongValueMaps(TableDef& def) {
+  if (f_.version != JetVersion::kJet4) return;
+  std::vector<LongValueMaps> maps;
+  size_t at = pos_;
+  while (at + 2 <= buf_.size()) {
+    const uint16_t col = LoadLe16(&buf_[at]);
+    if (col == kUnusedIndexColumn) {
+      def.long_value_maps = std::move(maps);
+      return;
+    }
+    if (at + 10 > buf_.size() || maps.size() > kMaxColumns) return;
+    maps.push_back({col, DecodeRowPointer(LoadLe32(&buf_[at + 2])),
+                    DecodeRowPointer(LoadLe32(&buf_[at + 6]))});
+    at += 10;
+  }
 }
 
 }  // namespace

@@ -41,6 +41,10 @@ struct ColumnDef {
   uint8_t sort_version = 0;  // Jet 4 Text/Memo sort-order version (0 legacy, 1 General)
   uint16_t code_page = 0;    // Jet 3 Text/Memo
 
+  // The stored column block as read (empty for a new column): bytes the reader does not
+  // interpret survive a rewrite of the definition.
+  std::vector<uint8_t> raw;
+
   bool fixed() const { return (flags & colflag::kFixed) != 0; }
   bool long_value() const { return type == coltype::kMemo || type == coltype::kOle; }
   bool autonumber() const { return (flags & (colflag::kAutoLong | colflag::kAutoGuid)) != 0; }
@@ -57,6 +61,8 @@ struct RealIndex {
   uint32_t root_page = 0;
   uint8_t flags = 0;  // idxflag::*
   uint32_t unique_entry_count = 0;
+  std::vector<uint8_t> raw;           // stored definition block, as for ColumnDef::raw
+  std::vector<uint8_t> raw_preamble;  // stored per-index preamble
   bool unique() const { return (flags & idxflag::kUnique) != 0; }
 };
 
@@ -68,6 +74,14 @@ struct LogicalIndex {
   int32_t related_index = -1;
   uint32_t related_table_page = 0;
   uint8_t type = kLogicalIndexPlain;
+  std::vector<uint8_t> raw;  // stored definition block, as for ColumnDef::raw
+};
+
+// Where the pages of one Memo/OLE column are listed.
+struct LongValueMaps {
+  uint16_t column_number = 0;
+  RowPointer owned;
+  RowPointer free;
 };
 
 struct TableDef {
@@ -83,10 +97,25 @@ struct TableDef {
   std::vector<LogicalIndex> logical_indexes;
   RowPointer owned_map;
   RowPointer free_map;
+  std::vector<LongValueMaps> long_value_maps;  // Jet 4; empty when the list is absent
+  std::vector<uint8_t> raw_header;             // stored header, as for ColumnDef::raw
 
   // Index into `columns` of the column with id `number`, or -1.
   int ColumnByNumber(uint16_t number) const;
 };
+
+// TDEF page layout: byte 0 type, 1 = 0x01, 2..3 free space (Jet 4), 4..7 next page;
+// continuation pages carry the definition on from byte 8.
+inline constexpr size_t kTdefFreeSpace = 2;
+inline constexpr size_t kTdefNextPage = 4;
+inline constexpr size_t kTdefContinuationStart = 8;
+inline constexpr size_t kTdefLength = 8;  // logical length, in the definition's header
+// Jet 4 record marker at the start of the header, each column and each logical index.
+inline constexpr uint16_t kTdefRecordMarker = 1625;
+// Jet 4 marker at the start of each real index definition.
+inline constexpr uint16_t kRealIndexMarker = 1923;
+inline constexpr uint16_t kUnusedIndexColumn = 0xFFFF;
+inline constexpr uint8_t kIndexColumnAscending = 0x01;
 
 // Limits that a sane definition stays within; anything larger is reported as corruption.
 inline constexpr size_t kMaxTableDefPages = 512;

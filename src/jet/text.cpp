@@ -4,6 +4,18 @@
 
 namespace px::jet {
 
+void AppendUtf16Le(std::vector<uint8_t>& out, uint32_t cp) {
+  if (cp >= 0x10000) {
+    cp -= 0x10000;
+    const uint16_t hi = uint16_t(0xD800 + (cp >> 10));
+    const uint16_t lo = uint16_t(0xDC00 + (cp & 0x3FF));
+    out.insert(out.end(), {uint8_t(hi), uint8_t(hi >> 8), uint8_t(lo), uint8_t(lo >> 8)});
+    return;
+  }
+  out.push_back(uint8_t(cp));
+  out.push_back(uint8_t(cp >> 8));
+}
+
 namespace {
 
 constexpr uint32_t kReplacement = 0xFFFD;

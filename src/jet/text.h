@@ -36,6 +36,11 @@ Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress
 // Number of UTF-16 code units of a UTF-8 string (what Jet 4 counts against a column's
 // size); nullopt when the UTF-8 is malformed.
 std::optional<size_t> Utf16Length(std::string_view utf8);
+// Appends one code point as UTF-16LE (a surrogate pair above U+FFFF).
+void AppendUtf16Le(std::vector<uint8_t>& out, uint32_t code_point);
+
+// Names of tables, columns and indexes: at most this many characters.
+inline constexpr size_t kMaxNameChars = 64;
 
 inline constexpr uint16_t kLcidGeneral = 1033;
 inline constexpr uint16_t kLcidTurkish = 1055;

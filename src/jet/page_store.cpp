@@ -1,0 +1,456 @@
+#include "jet/page_store.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "jet/header.h"
+#include "jet/usage_map.h"
+#include "platform/files.h"
+
+namespace px::jet {
+
+namespace {
+
+// Pages copied per write when the new file is assembled.
+constexpr size_t kCopyChunkPages = 64;
+// Offset of the free-space field on data pages.
+constexpr size_t kDataFreeSpace = 2;
+
+std::string FileNameOf(const std::string& path) {
+  size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+}  // namespace
+
+std::string SpillFileBeside(const std::string& host_path) {
+  std::string temp = platform::TempNameBeside(host_path);  // ".~NAME.tmp"
+  return temp.substr(0, temp.size() - 4) + ".pages.tmp";
+}
+
+std::string LdbPathOf(const std::string& host_path) {
+  const std::string name = FileNameOf(host_path);
+  const size_t dot = name.find_last_of('.');
+  const std::string stem = dot == std::string::npos || dot == 0
+                               ? host_path
+                               : host_path.substr(0, host_path.size() - (name.size() - dot));
+  return stem + ".ldb";
+}
+
+// The Pager's view of the file under the overlay: the base file as last committed.
+class PageStore::StoreSource final : public PageSource {
+ public:
+  explicit StoreSource(PageStore& store) : store_(store) {}
+  const std::string& name() const override { return store_.display_name_; }
+  uint64_t size() const override {
+    return uint64_t(store_.committed_page_count_) * store_.page_size();
+  }
+  Status Read(uint64_t offset, MutableBytes out) override {
+    if (store_.base_ == nullptr || offset + out.size() > size()) {
+      return Status::Corruption(name() + ": data ends before offset " +
+                                std::to_string(offset + out.size()));
+    }
+    PX_ASSIGN_OR_RETURN(size_t n, store_.base_->ReadAt(offset, out));
+    if (n != out.size()) {
+      return Status::Corruption(name() + ": file ends at offset " + std::to_string(offset + n) +
+                                " inside a page");
+    }
+    return Status::Ok();
+  }
+
+ private:
+  PageStore& store_;
+};
+
+PageStore::PageStore(platform::FileLayer& files, std::string path, std::string display_name,
+                     const JetFormat& format, PageStoreOptions options)
+    : files_(files),
+      path_(std::move(path)),
+      display_name_(display_name.empty() ? path_ : std::move(display_name)),
+      format_(&format),
+      options_(options) {
+  pager_ = std::make_unique<Pager>(std::make_unique<StoreSource>(*this), format.page_size, 0);
+  pager_->SetOverlay(this);
+}
+
+PageStore::~PageStore() {
+  pager_->SetOverlay(nullptr);
+  if (spill_ != nullptr) {
+    spill_.reset();
+    (void)files_.Remove(SpillFileBeside(path_));
+  }
+}
+
+Status PageStore::LockAndOpenBase() {
+  const std::string ldb = LdbPathOf(path_);
+  if (files_.Exists(ldb)) {
+    return Status::IOError(display_name_ + ": the database is in use (lock file " + ldb +
+                           " exists); close the accounting programs, or delete the lock file "
+                           "if a crash left it behind");
+  }
+  auto lock = files_.LockExclusive(path_);
+  if (!lock.ok()) {
+    return lock.status().WithContext(display_name_ + ": cannot lock the database for change");
+  }
+  lock_ = std::move(*lock);
+  PX_ASSIGN_OR_RETURN(base_, files_.Open(path_, platform::OpenMode::kRead));
+  PX_ASSIGN_OR_RETURN(uint64_t size, base_->Size());
+  committed_page_count_ = uint32_t(std::min<uint64_t>(size / page_size(), 0xFFFFFFu));
+  page_count_ = committed_page_count_;
+  pager_->Refresh();
+  return Status::Ok();
+}
+
+Result<std::unique_ptr<PageStore>> PageStore::Open(platform::FileLayer& files,
+                                                   const std::string& host_path,
+                                                   std::string display_name,
+                                                   PageStoreOptions options) {
+  if (display_name.empty()) display_name = host_path;
+  // The header decides the format; read it before taking the lock.
+  std::vector<uint8_t> first(kHeaderMinimumBytes);
+  {
+    PX_ASSIGN_OR_RETURN(auto file, files.Open(host_path, platform::OpenMode::kRead));
+    PX_ASSIGN_OR_RETURN(size_t n, file->ReadAt(0, first));
+    first.resize(n);
+  }
+  PX_ASSIGN_OR_RETURN(DatabaseHeader header, DecodeHeader(first, display_name));
+  if (header.db_key != 0) {
+    return Status::NotSupported(display_name +
+                                ": page 0: the database is encrypted; "
+                                "decrypt it in Access before changing it");
+  }
+  std::unique_ptr<PageStore> store(
+      new PageStore(files, host_path, std::move(display_name), *header.format, options));
+  PX_RETURN_IF_ERROR(store->LockAndOpenBase());
+  if (store->page_count_ <= kGlobalMapPage) {
+    return Status::Corruption(store->display_name_ +
+                              ": page 1 (global usage map) is beyond "
+                              "the end of the file");
+  }
+  return store;
+}
+
+Result<std::unique_ptr<PageStore>> PageStore::Create(platform::FileLayer& files,
+                                                     const std::string& host_path,
+                                                     const JetFormat& format,
+                                                     std::string display_name,
+                                                     PageStoreOptions options) {
+  if (display_name.empty()) display_name = host_path;
+  if (files.Exists(host_path)) {
+    return Status::InvalidArgument(display_name + ": the file already exists");
+  }
+  return std::unique_ptr<PageStore>(
+      new PageStore(files, host_path, std::move(display_name), format, options));
+}
+
+std::string PageStore::Where(uint32_t number) const {
+  return display_name_ + ": page " + std::to_string(number);
+}
+
+size_t PageStore::spilled_pages() const {
+  size_t n = 0;
+  for (const auto& [number, slot] : overlay_) n += slot.mem == nullptr ? 1 : 0;
+  return n;
+}
+
+Status PageStore::ReadBase(uint32_t number, MutableBytes out) {
+  if (number >= committed_page_count_ || base_ == nullptr) {
+    std::fill(out.begin(), out.end(), uint8_t{0});
+    return Status::Ok();
+  }
+  PX_ASSIGN_OR_RETURN(size_t n, base_->ReadAt(uint64_t(number) * page_size(), out));
+  if (n != out.size()) {
+    return Status::Corruption(Where(number) + ": the file ends inside the page");
+  }
+  return Status::Ok();
+}
+
+Result<PageStore::Slot*> PageStore::Resident(uint32_t number) {
+  auto it = overlay_.find(number);
+  if (it == overlay_.end()) return nullptr;
+  Slot& slot = it->second;
+  if (slot.mem == nullptr) {
+    auto buf = std::make_shared<std::vector<uint8_t>>(page_size());
+    PX_ASSIGN_OR_RETURN(size_t n, spill_->ReadAt(uint64_t(slot.spill_offset), *buf));
+    if (n != buf->size()) {
+      return Status::IOError(Where(number) + ": the spill file " + spill_->path() +
+                             " ends inside the page");
+    }
+    slot.mem = std::move(buf);
+    ++resident_;
+    resident_order_.push_back(number);
+    PX_RETURN_IF_ERROR(SpillSome());
+  }
+  return &slot;
+}
+
+Status PageStore::SpillSome() {
+  const size_t limit = std::max<size_t>(options_.memory_bytes / page_size(), 8);
+  // Each listed page is looked at once per call: held pages go to the back.
+  size_t budget = resident_order_.size();
+  while (resident_ > limit && budget-- > 0) {
+    const uint32_t number = resident_order_.front();
+    resident_order_.pop_front();
+    auto it = overlay_.find(number);
+    if (it == overlay_.end() || it->second.mem == nullptr) continue;
+    Slot& slot = it->second;
+    if (slot.mem.use_count() > 1) {
+      resident_order_.push_back(number);
+      continue;
+    }
+    if (spill_ == nullptr) {
+      auto spill = files_.Open(SpillFileBeside(path_), platform::OpenMode::kCreateAlways);
+      if (!spill.ok()) {
+        return spill.status().WithContext(display_name_ + ": cannot set changed pages aside");
+      }
+      spill_ = std::move(*spill);
+      spill_end_ = 0;
+    }
+    if (slot.spill_offset < 0) {
+      slot.spill_offset = int64_t(spill_end_);
+      spill_end_ += page_size();
+    }
+    Status written = spill_->WriteAt(uint64_t(slot.spill_offset), *slot.mem);
+    if (!written.ok()) {
+      return written.WithContext(display_name_ + ": cannot set changed pages aside");
+    }
+    slot.mem.reset();
+    --resident_;
+  }
+  return Status::Ok();
+}
+
+Result<PageData> PageStore::Lookup(uint32_t number) {
+  PX_ASSIGN_OR_RETURN(Slot * slot, Resident(number));
+  if (slot == nullptr) return PageData();
+  return PageData(slot->mem);
+}
+
+Result<MutablePage> PageStore::Modify(uint32_t number) {
+  if (number >= page_count_) {
+    return Status::Corruption(Where(number) + " is beyond the end of the file (" +
+                              std::to_string(page_count_) + " pages)");
+  }
+  PX_ASSIGN_OR_RETURN(Slot * slot, Resident(number));
+  if (slot == nullptr) {
+    auto buf = std::make_shared<std::vector<uint8_t>>(page_size());
+    PX_RETURN_IF_ERROR(ReadBase(number, *buf));
+    Slot& added = overlay_[number];
+    added.mem = std::move(buf);
+    ++resident_;
+    resident_order_.push_back(number);
+    slot = &added;
+    MutablePage page(number, slot->mem);  // held: not spilled by the call below
+    PX_RETURN_IF_ERROR(SpillSome());
+    return page;
+  }
+  return MutablePage(number, slot->mem);
+}
+
+Status PageStore::MarkGlobal(uint32_t number, bool free) {
+  if (number <= kGlobalMapPage) return Status::Ok();  // the header and the map itself
+  PX_ASSIGN_OR_RETURN(MutablePage map_page, Modify(kGlobalMapPage));
+  const JetFormat& f = format();
+  MutableBytes p = map_page.bytes();
+  if (p[0] != page_type::kData || LoadLe16(&p[f.data_row_count]) == 0) {
+    return Status::Corruption(Where(kGlobalMapPage) + ": no global usage map");
+  }
+  const uint16_t start = LoadLe16(&p[f.data_row_table]) & kRowOffsetMask;
+  const size_t end = page_size();
+  if (size_t{start} + 5 > end) {
+    return Status::Corruption(Where(kGlobalMapPage) + ": bad global usage map");
+  }
+  uint8_t* row = &p[start];
+  const size_t row_len = end - start;
+  if (row[0] == kUsageMapInline) {
+    uint32_t first = LoadLe32(row + 1);
+    const size_t bits = (row_len - 5) * 8;
+    if (number < first || number >= first + bits) {
+      if (free) return Status::Ok();  // outside the window pages count as free
+      // Move the window so that it ends just past `number`; pages below it count as free
+      // but are never handed out again by this store.
+      uint32_t new_first = number + 1 > bits ? uint32_t(number + 1 - bits) : 0;
+      new_first -= new_first % 8;
+      std::memset(row + 5, 0xFF, row_len - 5);
+      StoreLe32(row + 1, new_first);
+      for (uint32_t pg = new_first; pg < page_count_ && pg < new_first + bits; ++pg) {
+        const bool is_free = std::find(freed_.begin(), freed_.end(), pg) != freed_.end();
+        if (!is_free) row[5 + (pg - new_first) / 8] &= uint8_t(~(1u << ((pg - new_first) % 8)));
+      }
+      first = new_first;
+    }
+    const uint32_t bit = number - first;
+    if (free) {
+      row[5 + bit / 8] |= uint8_t(1u << (bit % 8));
+    } else {
+      row[5 + bit / 8] &= uint8_t(~(1u << (bit % 8)));
+    }
+    return Status::Ok();
+  }
+  if (row[0] == kUsageMapReference) {
+    const size_t per_page = (page_size() - kUsageMapPageHeader) * 8;
+    const size_t slot = number / per_page;
+    if (1 + 4 * (slot + 1) > row_len) {
+      return Status::NotSupported(Where(number) + ": beyond the reach of the global usage map");
+    }
+    const uint32_t bitmap_page = LoadLe32(row + 1 + 4 * slot);
+    if (bitmap_page == 0) {
+      if (free) return Status::Ok();
+      return Status::NotSupported(Where(number) +
+                                  ": the global usage map has no bitmap page for it");
+    }
+    map_page = MutablePage();
+    PX_ASSIGN_OR_RETURN(MutablePage bm, Modify(bitmap_page));
+    if (bm.bytes()[0] != page_type::kUsageMap) {
+      return Status::Corruption(Where(bitmap_page) + ": not a usage map page");
+    }
+    const size_t bit = number - slot * per_page;
+    uint8_t& byte = bm.bytes()[kUsageMapPageHeader + bit / 8];
+    byte = free ? uint8_t(byte | (1u << (bit % 8))) : uint8_t(byte & ~(1u << (bit % 8)));
+    return Status::Ok();
+  }
+  return Status::Corruption(Where(kGlobalMapPage) + ": unknown global usage map type " +
+                            std::to_string(row[0]));
+}
+
+Result<MutablePage> PageStore::Allocate(uint8_t page_type, uint32_t owner) {
+  uint32_t number;
+  if (!freed_.empty()) {
+    number = freed_.back();
+    freed_.pop_back();
+  } else {
+    if (page_count_ >= 0xFFFFFFu) {
+      return Status::NotSupported(display_name_ + ": the database has reached its largest size");
+    }
+    number = page_count_++;
+  }
+  PX_ASSIGN_OR_RETURN(MutablePage page, Modify(number));
+  MutableBytes b = page.bytes();
+  std::fill(b.begin(), b.end(), uint8_t{0});
+  b[0] = page_type;
+  b[1] = 0x01;
+  if (page_type == page_type::kData || page_type == page_type::kIndexNode ||
+      page_type == page_type::kIndexLeaf) {
+    StoreLe32(&b[format().data_owner], owner);
+  }
+  if (page_type == page_type::kData) {
+    StoreLe16(&b[kDataFreeSpace], uint16_t(page_size() - format().data_row_table));
+  }
+  PX_RETURN_IF_ERROR(MarkGlobal(number, false));
+  return page;
+}
+
+Status PageStore::Free(uint32_t number) {
+  if (number <= kGlobalMapPage || number >= page_count_) {
+    return Status::InvalidArgument(Where(number) + " cannot be freed");
+  }
+  if (std::find(freed_.begin(), freed_.end(), number) != freed_.end()) return Status::Ok();
+  PX_RETURN_IF_ERROR(MarkGlobal(number, true));
+  freed_.push_back(number);
+  return Status::Ok();
+}
+
+Status PageStore::WriteNewFile(const std::string& temp) {
+  PX_ASSIGN_OR_RETURN(auto out, files_.Open(temp, platform::OpenMode::kCreateAlways));
+  std::vector<uint8_t> chunk;
+  chunk.reserve(kCopyChunkPages * page_size());
+  uint64_t chunk_start = 0;
+  auto flush = [&]() -> Status {
+    if (chunk.empty()) return Status::Ok();
+    PX_RETURN_IF_ERROR(out->WriteAt(chunk_start, chunk));
+    chunk_start += chunk.size();
+    chunk.clear();
+    return Status::Ok();
+  };
+  std::vector<uint8_t> page(page_size());
+  for (uint32_t n = 0; n < page_count_; ++n) {
+    auto it = overlay_.find(n);
+    if (it == overlay_.end()) {
+      PX_RETURN_IF_ERROR(ReadBase(n, page));
+    } else if (it->second.mem != nullptr) {
+      std::memcpy(page.data(), it->second.mem->data(), page_size());
+    } else {
+      PX_ASSIGN_OR_RETURN(size_t got, spill_->ReadAt(uint64_t(it->second.spill_offset), page));
+      if (got != page.size()) {
+        return Status::IOError(Where(n) + ": the spill file ends inside the page");
+      }
+    }
+    chunk.insert(chunk.end(), page.begin(), page.end());
+    if (chunk.size() >= kCopyChunkPages * page_size()) PX_RETURN_IF_ERROR(flush());
+  }
+  PX_RETURN_IF_ERROR(flush());
+  return out->Sync();
+}
+
+Status PageStore::Commit() {
+  if (!changed()) return Status::Ok();
+  const std::string temp = platform::TempNameBeside(path_);
+  Status st = WriteNewFile(temp);
+  if (st.ok() && base_ == nullptr && files_.Exists(path_)) {
+    st = Status::InvalidArgument(display_name_ + ": the file already exists");
+  }
+  if (st.ok()) {
+    // The old file goes: let go of it (Windows cannot rename over an open file).
+    base_.reset();
+    lock_.reset();
+    st = files_.Rename(temp, path_);
+    if (!st.ok()) {
+      (void)files_.Remove(temp);
+      // The original is still in place: take it back.
+      if (committed_page_count_ > 0) {
+        Status back = LockAndOpenBase();
+        if (!back.ok()) return st.WithContext(back.message());
+      }
+      return st.WithContext(display_name_ + ": the changes were not saved");
+    }
+  } else {
+    (void)files_.Remove(temp);
+    return st.WithContext(display_name_ + ": the changes were not saved");
+  }
+  overlay_.clear();
+  resident_order_.clear();
+  resident_ = 0;
+  if (spill_ != nullptr) {
+    spill_.reset();
+    (void)files_.Remove(SpillFileBeside(path_));
+  }
+  spill_end_ = 0;
+  committed_freed_ = freed_;
+  // The committed file is the new base; taking its lock can race only with a program that
+  // opens it in the instant after the rename.
+  PX_RETURN_IF_ERROR(LockAndOpenBase());
+  return Status::Ok();
+}
+
+void PageStore::Rollback() {
+  overlay_.clear();
+  resident_order_.clear();
+  resident_ = 0;
+  if (spill_ != nullptr) {
+    spill_.reset();
+    (void)files_.Remove(SpillFileBeside(path_));
+  }
+  spill_end_ = 0;
+  page_count_ = committed_page_count_;
+  freed_ = committed_freed_;
+  pager_->Refresh();
+}
+
+Result<Bytes> PageStorePages::Read(uint32_t page) {
+  PX_ASSIGN_OR_RETURN(read_, store_.Get(page));
+  return read_.bytes();
+}
+
+Result<MutableBytes> PageStorePages::Modify(uint32_t page) {
+  PX_ASSIGN_OR_RETURN(modified_, store_.Modify(page));
+  return modified_.bytes();
+}
+
+Result<uint32_t> PageStorePages::Allocate() {
+  PX_ASSIGN_OR_RETURN(MutablePage page, store_.Allocate(page_type::kData, 0));
+  MutableBytes b = page.bytes();
+  std::fill(b.begin(), b.end(), uint8_t{0});
+  return page.number();
+}
+
+}  // namespace px::jet

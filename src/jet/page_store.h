@@ -1,0 +1,175 @@
+#pragma once
+// The pages of a database opened for change, with a transaction that a crash cannot tear.
+//
+// Unchanged pages are read from the file; a page changed in the open transaction lives in
+// the overlay: in memory up to a bound, beyond it in a spill file beside the database
+// (".~NAME.pages.tmp", removed when the store closes). Readers see the overlay: the
+// store's Pager reads through it, so a Database built on pager() sees every uncommitted
+// change.
+//
+// Commit() writes the whole new file beside the original (".~NAME.tmp": unchanged pages
+// copied, changed pages from the overlay), flushes it, renames it over the original and
+// flushes the folder. Until the rename the original is untouched; the rename is atomic. A
+// failure leaves the original as it was and the transaction open (Rollback() drops it).
+//
+// The file is locked for the store's lifetime (platform::FileLayer::LockExclusive), and a
+// file with Jet's ".ldb" lock file beside it is refused.
+//
+// Pages are allocated by appending to the file, or by reusing a page this store freed;
+// the global usage map (page 1, row 0: bit set = page free) is kept consistent with both.
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "core/result.h"
+#include "jet/format.h"
+#include "jet/page_source.h"
+#include "jet/writable_pages.h"
+
+namespace px::platform {
+class File;
+class FileLayer;
+class FileLock;
+}  // namespace px::platform
+
+namespace px::jet {
+
+// A page being changed. Its bytes stay valid (and are never spilled) while the handle is
+// held; changes are visible to readers at once.
+class MutablePage {
+ public:
+  MutablePage() = default;
+  MutablePage(uint32_t number, std::shared_ptr<std::vector<uint8_t>> data)
+      : number_(number), data_(std::move(data)) {}
+  uint32_t number() const { return number_; }
+  MutableBytes bytes() const { return MutableBytes(data_->data(), data_->size()); }
+  uint8_t* data() const { return data_->data(); }
+
+ private:
+  uint32_t number_ = 0;
+  std::shared_ptr<std::vector<uint8_t>> data_;
+};
+
+struct PageStoreOptions {
+  // Changed pages kept in memory before the overlay spills to its file.
+  size_t memory_bytes = size_t{16} << 20;
+};
+
+// Page 1 holds the database-wide usage map in its row 0.
+inline constexpr uint32_t kGlobalMapPage = 1;
+
+class PageStore final : public PageOverlay {
+ public:
+  // An existing database, locked for change. `display_name` (default: the path) names it
+  // in messages. Refuses encrypted files and files in use.
+  static Result<std::unique_ptr<PageStore>> Open(platform::FileLayer& files,
+                                                 const std::string& host_path,
+                                                 std::string display_name = {},
+                                                 PageStoreOptions options = {});
+  // A database that does not exist yet: every page is allocated in the overlay and the file
+  // appears at the first Commit(), which refuses to replace an existing file.
+  static Result<std::unique_ptr<PageStore>> Create(platform::FileLayer& files,
+                                                   const std::string& host_path,
+                                                   const JetFormat& format,
+                                                   std::string display_name = {},
+                                                   PageStoreOptions options = {});
+  ~PageStore() override;
+  PageStore(const PageStore&) = delete;
+  PageStore& operator=(const PageStore&) = delete;
+
+  const JetFormat& format() const { return *format_; }
+  uint32_t page_size() const { return format_->page_size; }
+  uint32_t page_count() const override { return page_count_; }
+  const std::string& name() const { return display_name_; }
+  const std::string& path() const { return path_; }
+
+  // The database as it stands, open changes included.
+  Result<Page> Get(uint32_t number) { return pager_->Get(number); }
+  // The page, copied into the overlay on first change.
+  Result<MutablePage> Modify(uint32_t number);
+  // A new page of `page_type` (0x01, 0x02, 0x03, 0x04, 0x05): zero-filled, its first byte
+  // the type, byte 1 = 0x01, and for data and index pages `owner` at offset 4 and the free
+  // space at offset 2 (data pages only). Marked used in the global usage map.
+  Result<MutablePage> Allocate(uint8_t page_type, uint32_t owner);
+  // Marks a page free in the global usage map; it may be handed out again by Allocate().
+  Status Free(uint32_t number);
+
+  // True when the open transaction has changed anything.
+  bool changed() const { return !overlay_.empty() || page_count_ != committed_page_count_; }
+  Status Commit();
+  void Rollback();
+
+  // The reader over the store (overlay included); the Database of a writer uses it.
+  Pager& pager() { return *pager_; }
+
+  // PageOverlay
+  Result<PageData> Lookup(uint32_t number) override;
+
+  // Pages of the overlay in memory and spilled (tests and benchmarks).
+  size_t resident_pages() const { return resident_; }
+  size_t spilled_pages() const;
+
+ private:
+  struct Slot {
+    std::shared_ptr<std::vector<uint8_t>> mem;  // null while spilled
+    int64_t spill_offset = -1;
+  };
+  class StoreSource;
+
+  PageStore(platform::FileLayer& files, std::string path, std::string display_name,
+            const JetFormat& format, PageStoreOptions options);
+  Status LockAndOpenBase();
+  Result<Slot*> Resident(uint32_t number);
+  Status SpillSome();
+  Status MarkGlobal(uint32_t number, bool free);
+  Status WriteNewFile(const std::string& temp);
+  Status ReadBase(uint32_t number, MutableBytes out);
+  std::string Where(uint32_t number) const;
+
+  platform::FileLayer& files_;
+  std::string path_;
+  std::string display_name_;
+  const JetFormat* format_;
+  PageStoreOptions options_;
+  std::unique_ptr<platform::FileLock> lock_;
+  std::unique_ptr<platform::File> base_;  // null for a database not yet written
+  std::unique_ptr<Pager> pager_;
+  uint32_t page_count_ = 0;
+  uint32_t committed_page_count_ = 0;
+  std::unordered_map<uint32_t, Slot> overlay_;
+  std::list<uint32_t> resident_order_;  // oldest first; may list pages no longer resident
+  size_t resident_ = 0;
+  std::unique_ptr<platform::File> spill_;
+  uint64_t spill_end_ = 0;
+  std::vector<uint32_t> freed_;  // freed in this store's lifetime, reusable
+  std::vector<uint32_t> committed_freed_;
+};
+
+// The store as the row and index writers see it (writable_pages.h). A span it hands out
+// keeps its page from being spilled until the next call.
+class PageStorePages final : public WritablePages {
+ public:
+  explicit PageStorePages(PageStore& store) : store_(store) {}
+  const std::string& file_name() const override { return store_.name(); }
+  uint32_t page_count() const override { return store_.page_count(); }
+  Result<Bytes> Read(uint32_t page) override;
+  Result<MutableBytes> Modify(uint32_t page) override;
+  Result<uint32_t> Allocate() override;
+  Status Free(uint32_t page) override { return store_.Free(page); }
+
+ private:
+  PageStore& store_;
+  Page read_;
+  MutablePage modified_;
+};
+
+// The spill file of a database at `host_path`: ".~NAME.pages.tmp" beside it.
+std::string SpillFileBeside(const std::string& host_path);
+// Jet's lock file of a database: the same name with ".ldb" for its extension.
+std::string LdbPathOf(const std::string& host_path);
+
+}  // namespace px::jet

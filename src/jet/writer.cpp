@@ -1,0 +1,639 @@
+#include "jet/writer.h"
+
+#include <algorithm>
+#include <map>
+#include <random>
+
+#include "jet/catalog_rows.h"
+#include "jet/data_page.h"
+#include "jet/new_database.h"
+#include "jet/page_store.h"
+#include "jet/properties.h"
+#include "jet/row_codec.h"
+#include "jet/tabledef_writer.h"
+#include "jet/text.h"
+#include "platform/files.h"
+
+namespace px::jet {
+
+namespace {
+
+constexpr uint8_t kUserTable = 0x4E;  // 'N'
+constexpr uint8_t kUserFixedFlags = 0x03;
+constexpr uint8_t kUserVarFlags = 0x02;
+constexpr int32_t kAdminsFullAcm = 0xFFEFF;  // ACM that new tables inherit from "Tables"
+constexpr uint16_t kDefaultTextChars = 255;
+constexpr uint16_t kMaxTextChars = 255;
+constexpr uint16_t kMaxBinaryBytes = 255;
+constexpr uint8_t kPrimaryKeyFlags = 0x89;  // unique, required, as Access writes them
+
+// The Jet column for an ADO type, as the Jet 4.0 provider maps ADOX columns.
+struct JetType {
+  uint8_t type;
+  uint16_t length;
+  bool fixed;
+};
+
+Result<JetType> MapAdoType(const ColumnSpec& c, const std::string& what) {
+  const int t = c.ado_type.value_or(ado::kVarWChar);
+  switch (t) {
+    case ado::kVarWChar: {
+      const int chars = c.defined_size == 0 ? kDefaultTextChars : c.defined_size;
+      if (chars < 1 || chars > kMaxTextChars) {
+        return Status::InvalidArgument(what + ": text size " + std::to_string(c.defined_size) +
+                                       " is not between 1 and 255");
+      }
+      return JetType{coltype::kText, uint16_t(2 * chars), false};
+    }
+    case ado::kLongVarWChar:
+      return JetType{coltype::kMemo, 0, false};
+    case ado::kLongVarBinary:
+      return JetType{coltype::kOle, 0, false};
+    case ado::kBinary:
+    case ado::kVarBinary: {
+      const int bytes = c.defined_size == 0 ? kMaxBinaryBytes : c.defined_size;
+      if (bytes < 1 || bytes > kMaxBinaryBytes) {
+        return Status::InvalidArgument(what + ": binary size " + std::to_string(c.defined_size) +
+                                       " is not between 1 and 255");
+      }
+      return JetType{coltype::kBinary, uint16_t(bytes), false};
+    }
+    case ado::kDouble:
+      return JetType{coltype::kDouble, 8, true};
+    case ado::kUnsignedTinyInt:
+      return JetType{coltype::kByte, 1, true};
+    case ado::kSmallInt:
+      return JetType{coltype::kInteger, 2, true};
+    case ado::kInteger:
+      return JetType{coltype::kLong, 4, true};
+    case ado::kSingle:
+      return JetType{coltype::kSingle, 4, true};
+    case ado::kBoolean:
+      return JetType{coltype::kBoolean, 1, true};
+    case ado::kCurrency:
+      return JetType{coltype::kCurrency, 8, true};
+    case ado::kDate:
+      return JetType{coltype::kDateTime, 8, true};
+    case ado::kGUID:
+      return JetType{coltype::kGuid, 16, true};
+    case ado::kNumeric:
+      return JetType{coltype::kNumeric, 17, true};
+    default:
+      return Status::NotSupported(what + ": ADO type " + std::to_string(t) +
+                                  " has no Access column type");
+  }
+}
+
+// MSysObjects columns the writer fills, by name.
+std::vector<Value> CatalogValues(const TableDef& objects,
+                                 std::initializer_list<std::pair<std::string_view, Value>> set) {
+  std::vector<Value> v(objects.columns.size(), Value(Null{}));
+  for (const auto& [name, value] : set) {
+    for (size_t i = 0; i < objects.columns.size(); ++i) {
+      if (objects.columns[i].name == name) v[i] = value;
+    }
+  }
+  return v;
+}
+
+class WriterImpl final : public Writer {
+ public:
+  WriterImpl(std::unique_ptr<PageStore> store, std::unique_ptr<Database> db)
+      : store_(std::move(store)), db_(std::move(db)) {}
+
+  Database& db() override { return *db_; }
+
+  Status Begin() override {
+    if (in_transaction_) {
+      return Status::InvalidArgument(store_->name() + ": a transaction is already open");
+    }
+    in_transaction_ = true;
+    return Status::Ok();
+  }
+  Status Commit() override {
+    if (!in_transaction_) {
+      return Status::InvalidArgument(store_->name() + ": no transaction is open");
+    }
+    PX_RETURN_IF_ERROR(store_->Commit());
+    in_transaction_ = false;
+    return Status::Ok();
+  }
+  Status Rollback() override {
+    if (!in_transaction_) {
+      return Status::InvalidArgument(store_->name() + ": no transaction is open");
+    }
+    in_transaction_ = false;
+    return Discard();
+  }
+
+  Status CreateTable(std::string_view table) override {
+    return Step([&] { return DoCreateTable(std::string(table)); });
+  }
+  Status AddColumn(std::string_view table, const ColumnSpec& column) override {
+    return Step([&] { return DoAddColumn(std::string(table), column); });
+  }
+  Status AddPrimaryKey(std::string_view table, std::string_view key_name,
+                       std::string_view column) override {
+    IndexSpec spec;
+    spec.name = std::string(key_name);
+    spec.columns = {{std::string(column), true}};
+    spec.primary = true;
+    spec.unique = true;
+    spec.required = true;
+    return Step([&] { return DoAddIndex(std::string(table), spec); });
+  }
+  Status AddIndex(std::string_view table, const IndexSpec& index) override {
+    return Step([&] { return DoAddIndex(std::string(table), index); });
+  }
+  Status InsertRow(std::string_view table, std::span<const Value> values) override {
+    return Step([&] { return DoInsert(std::string(table), values); });
+  }
+  Result<uint64_t> DeleteAll(std::string_view table) override {
+    return Status::NotSupported(store_->name() + ": table " + std::string(table) +
+                                ": deleting rows is not available yet");
+  }
+  Result<uint64_t> UpdateRows(std::string_view table,
+                              const std::function<Result<bool>(Row& row)>&) override {
+    return Status::NotSupported(store_->name() + ": table " + std::string(table) +
+                                ": updating rows is not available yet");
+  }
+
+  // Lays out a new database and, outside a transaction, writes it.
+  Status LayOut() {
+    PX_RETURN_IF_ERROR(LayOutNewDatabase(*store_, OleNow()));
+    PX_ASSIGN_OR_RETURN(db_, Database::OpenPager(store_->pager()));
+    return store_->Commit();
+  }
+  void SetDatabase(std::unique_ptr<Database> db) { db_ = std::move(db); }
+
+ private:
+  // One change: on its own it commits, in a transaction it waits for Commit(). A failure
+  // outside a transaction leaves nothing behind; inside one it spoils the transaction.
+  template <typename F>
+  Status Step(F&& change) {
+    if (!in_transaction_) {
+      Status st = change();
+      if (st.ok()) st = store_->Commit();
+      if (!st.ok()) {
+        (void)Discard();
+        return st;
+      }
+      return db_->ReloadCatalog();
+    }
+    Status st = change();
+    if (!st.ok()) return st;
+    return db_->ReloadCatalog();
+  }
+
+  Status Discard() {
+    store_->Rollback();
+    append_.clear();
+    return db_->ReloadCatalog();
+  }
+
+  std::string Where(const std::string& table) const { return store_->name() + ": table " + table; }
+
+  Result<TableDef> Definition(uint32_t page, const std::string& what) {
+    return ReadTableDef(store_->pager(), store_->format(), page, db_->text_code_page(), what);
+  }
+
+  Result<const CatalogEntry*> Find(const std::string& table) {
+    const CatalogEntry* e = db_->FindTable(table);
+    if (e == nullptr) return Status::NotFound(store_->name() + ": no table named " + table);
+    return e;
+  }
+
+  // Owner of new objects (the MSysDb row's) and the ACEs new tables inherit.
+  struct CatalogFacts {
+    Binary owner;
+    int32_t tables_container = kTablesContainerId;
+    std::vector<Binary> inherited_sids;
+  };
+  Result<CatalogFacts> ReadCatalogFacts() {
+    CatalogFacts facts;
+    {
+      PX_ASSIGN_OR_RETURN(TableDef objects, Definition(kMSysObjectsPage, "MSysObjects"));
+      std::vector<int> cols;
+      std::vector<FieldInfo> fields;
+      for (std::string_view n : {"Name", "Owner", "Type", "Id", "ParentId"}) {
+        for (size_t i = 0; i < objects.columns.size(); ++i) {
+          if (objects.columns[i].name == n) cols.push_back(int(i));
+        }
+      }
+      if (cols.size() != 5) {
+        return Status::Corruption(store_->name() + ": MSysObjects lacks catalog columns");
+      }
+      PX_ASSIGN_OR_RETURN(
+          auto reader, TableReader::Open(store_->pager(), store_->format(), db_->text_code_page(),
+                                         objects, "MSysObjects", cols, {}));
+      Row row;
+      while (reader->Next(row)) {
+        auto* name = std::get_if<std::string>(&row[0]);
+        if (name == nullptr) continue;
+        if (*name == "MSysDb") {
+          if (auto* b = std::get_if<Binary>(&row[1])) facts.owner = *b;
+        }
+        if (*name == "Tables" && std::get<int64_t>(row[2]) == objtype::kContainer) {
+          facts.tables_container = int32_t(std::get<int64_t>(row[3]));
+        }
+      }
+      PX_RETURN_IF_ERROR(reader->status());
+    }
+    PX_ASSIGN_OR_RETURN(TableDef aces, Definition(kMSysAcesPageNumber, "MSysACEs"));
+    PX_ASSIGN_OR_RETURN(
+        auto reader, TableReader::Open(
+                         store_->pager(), store_->format(), db_->text_code_page(), aces, "MSysACEs",
+                         ColumnIndexes(aces, {"ObjectId", "SID", "ACM", "FInheritable"}), {}));
+    Row row;
+    while (reader->Next(row)) {
+      if (row.size() != 4) break;
+      const auto* obj = std::get_if<int64_t>(&row[0]);
+      const auto* acm = std::get_if<int64_t>(&row[2]);
+      const auto* inh = std::get_if<bool>(&row[3]);
+      const auto* sid = std::get_if<Binary>(&row[1]);
+      if (obj && acm && inh && sid && *obj == facts.tables_container && *inh &&
+          *acm == kAdminsFullAcm) {
+        facts.inherited_sids.push_back(*sid);
+      }
+    }
+    PX_RETURN_IF_ERROR(reader->status());
+    return facts;
+  }
+
+  static std::vector<int> ColumnIndexes(const TableDef& def,
+                                        std::initializer_list<std::string_view> names) {
+    std::vector<int> out;
+    for (std::string_view n : names) {
+      for (size_t i = 0; i < def.columns.size(); ++i) {
+        if (def.columns[i].name == n) out.push_back(int(i));
+      }
+    }
+    return out;
+  }
+
+  // Adds a row to a catalog table and to each of its indexes; a new distinct key is
+  // counted in the index's unique entry count.
+  Status AddCatalogRow(uint32_t page, const std::string& name, std::vector<Value> values) {
+    PX_ASSIGN_OR_RETURN(TableDef def, Definition(page, name));
+    std::vector<std::vector<uint8_t>> keys;
+    for (const RealIndex& r : def.real_indexes) {
+      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(def, r, values, Where(name)));
+      keys.push_back(std::move(key));
+    }
+    AppendState& state = append_[page];
+    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(*store_, def, values, state, name));
+    PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(*store_, def, row, state, name));
+    for (size_t i = 0; i < def.real_indexes.size(); ++i) {
+      RealIndex& r = def.real_indexes[i];
+      PX_ASSIGN_OR_RETURN(auto before, ReadLeafEntries(*store_, r.root_page, name));
+      bool seen = false;
+      for (const auto& e : before) {
+        seen = seen || (e.size() == keys[i].size() + 4 &&
+                        std::equal(keys[i].begin(), keys[i].end(), e.begin()));
+      }
+      PX_RETURN_IF_ERROR(AddIndexEntry(*store_, page, r, keys[i], at, "index of " + Where(name)));
+      if (!seen) ++r.unique_entry_count;
+    }
+    return StoreTableDef(*store_, def);
+  }
+
+  Status DoCreateTable(const std::string& table) {
+    if (table.empty() || table.size() > 4 * kMaxNameChars) {
+      return Status::InvalidArgument(store_->name() + ": \"" + table +
+                                     "\" is not a valid table name");
+    }
+    for (const CatalogEntry& e : db_->tables()) {
+      if (JetTextEquals(e.name, table, db_->header().sort_order)) {
+        return Status::InvalidArgument(Where(table) + " already exists");
+      }
+    }
+    PX_ASSIGN_OR_RETURN(CatalogFacts facts, ReadCatalogFacts());
+    PX_ASSIGN_OR_RETURN(MutablePage tdef_page, store_->Allocate(page_type::kTableDef, 0));
+    const uint32_t tdef = tdef_page.number();
+    tdef_page = MutablePage();
+    PX_ASSIGN_OR_RETURN(MutablePage maps, store_->Allocate(page_type::kData, 0));
+    const uint32_t maps_page = maps.number();
+    maps = MutablePage();
+    TableDef def;
+    def.page = tdef;
+    def.pages = {tdef};
+    def.table_type = kUserTable;
+    for (uint8_t r = 0; r < 2; ++r) {
+      PX_ASSIGN_OR_RETURN(auto slot,
+                          AddRowToPage(*store_, maps_page, EmptyInlineUsageMap(store_->format())));
+      if (!slot) return Status::Corruption(Where(table) + ": no room for usage maps");
+    }
+    def.owned_map = {maps_page, 0};
+    def.free_map = {maps_page, 1};
+    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    const double now = OleNow();
+    PX_ASSIGN_OR_RETURN(TableDef objects, Definition(kMSysObjectsPage, "MSysObjects"));
+    PX_RETURN_IF_ERROR(
+        AddCatalogRow(kMSysObjectsPage, "MSysObjects",
+                      CatalogValues(objects, {{"Id", int64_t(tdef)},
+                                              {"ParentId", int64_t(facts.tables_container)},
+                                              {"Name", table},
+                                              {"Type", int64_t(objtype::kTable)},
+                                              {"DateCreate", OleDate{now}},
+                                              {"DateUpdate", OleDate{now}},
+                                              {"Owner", facts.owner},
+                                              {"Flags", int64_t(0)}})));
+    PX_ASSIGN_OR_RETURN(TableDef aces, Definition(kMSysAcesPageNumber, "MSysACEs"));
+    for (const Binary& sid : facts.inherited_sids) {
+      std::vector<Value> v(aces.columns.size(), Value(Null{}));
+      for (size_t i = 0; i < aces.columns.size(); ++i) {
+        const std::string& n = aces.columns[i].name;
+        if (n == "ObjectId") v[i] = int64_t(tdef);
+        if (n == "SID") v[i] = sid;
+        if (n == "ACM") v[i] = int64_t(kAdminsFullAcm);
+        if (n == "FInheritable") v[i] = false;
+      }
+      PX_RETURN_IF_ERROR(AddCatalogRow(kMSysAcesPageNumber, "MSysACEs", v));
+    }
+    return Status::Ok();
+  }
+
+  // A row slot on the table's usage-map page for one more map.
+  Result<RowPointer> NewMapRow(const TableDef& def, const std::string& table) {
+    const uint32_t page = def.owned_map.page;
+    PX_ASSIGN_OR_RETURN(auto slot,
+                        AddRowToPage(*store_, page, EmptyInlineUsageMap(store_->format())));
+    if (!slot) {
+      return Status::NotSupported(Where(table) + ": its usage-map page is full");
+    }
+    return RowPointer{page, uint8_t(*slot)};
+  }
+
+  Status DoAddColumn(const std::string& table, const ColumnSpec& spec) {
+    PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
+    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
+    const std::string what = Where(e->name) + ": column " + spec.name;
+    if (spec.name.empty() || spec.name.size() > 4 * kMaxNameChars) {
+      return Status::InvalidArgument(what + ": not a valid column name");
+    }
+    for (const ColumnDef& c : def.columns) {
+      if (JetTextEquals(c.name, spec.name, db_->header().sort_order)) {
+        return Status::InvalidArgument(what + " already exists");
+      }
+    }
+    if (def.columns.size() >= kMaxColumns) {
+      return Status::InvalidArgument(what + ": the table has 255 columns already");
+    }
+    PX_ASSIGN_OR_RETURN(JetType jt, MapAdoType(spec, what));
+    if (spec.autoincrement && jt.type != coltype::kLong && jt.type != coltype::kGuid) {
+      return Status::InvalidArgument(what + ": only a Long or GUID column can be an AutoNumber");
+    }
+    if (spec.autoincrement && def.row_count > 0) {
+      return Status::NotSupported(what +
+                                  ": an AutoNumber column cannot yet be added to a "
+                                  "table that has rows");
+    }
+    ColumnDef c;
+    c.name = spec.name;
+    c.type = jt.type;
+    c.number = def.max_cols;
+    c.length = jt.length;
+    c.flags = jt.fixed ? kUserFixedFlags : kUserVarFlags;
+    if (spec.autoincrement) {
+      c.flags |= jt.type == coltype::kGuid ? colflag::kAutoGuid : colflag::kAutoLong;
+    }
+    if (jt.type == coltype::kText || jt.type == coltype::kMemo) {
+      c.sort_order = db_->header().sort_order;
+      c.extra_flags = kColExtraCompressedUnicode;
+    }
+    if (jt.type == coltype::kNumeric) {
+      c.precision = uint8_t(spec.precision == 0 ? 18 : spec.precision);
+      c.scale = uint8_t(spec.scale);
+      if (c.precision > 28 || c.scale > c.precision) {
+        return Status::InvalidArgument(what + ": precision " + std::to_string(spec.precision) +
+                                       " and scale " + std::to_string(spec.scale) +
+                                       " are not valid");
+      }
+    }
+    if (jt.fixed) {
+      size_t end = 0;
+      for (const ColumnDef& o : def.columns) {
+        if (o.fixed() && o.type != coltype::kBoolean) {
+          end = std::max<size_t>(end, size_t(o.fixed_offset) + o.length);
+        }
+      }
+      c.fixed_offset = jt.type == coltype::kBoolean ? 0 : uint16_t(end);
+      uint16_t vars_before = 0;
+      for (const ColumnDef& o : def.columns) vars_before += o.fixed() ? 0 : 1;
+      c.var_index = vars_before;
+    } else {
+      c.var_index = def.var_cols++;
+    }
+    if (c.long_value()) {
+      PX_ASSIGN_OR_RETURN(RowPointer owned, NewMapRow(def, e->name));
+      PX_ASSIGN_OR_RETURN(RowPointer free, NewMapRow(def, e->name));
+      def.long_value_maps.push_back({c.number, owned, free});
+    }
+    ++def.max_cols;
+    def.columns.push_back(std::move(c));
+    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    if (!spec.allow_zero_length && !spec.required) return Status::Ok();
+    ColumnProperties props;
+    props.allow_zero_length = spec.allow_zero_length;
+    props.required = spec.required;
+    return WriteColumnProperties(*e, spec.name, props);
+  }
+
+  // Sets properties of one column in the table's property blob (MSysObjects.LvProp),
+  // written as one LVAL row, and rewrites the table's catalog row in place.
+  Status WriteColumnProperties(const CatalogEntry& e, const std::string& column,
+                               const ColumnProperties& props) {
+    const JetFormat& f = store_->format();
+    const std::string what = Where(e.name) + ": properties of column " + column;
+    PX_ASSIGN_OR_RETURN(TableDef objects, Definition(kMSysObjectsPage, "MSysObjects"));
+    int lv_prop = -1;
+    for (size_t i = 0; i < objects.columns.size(); ++i) {
+      if (objects.columns[i].name == "LvProp") lv_prop = int(i);
+    }
+    if (lv_prop < 0) return Status::Corruption(store_->name() + ": MSysObjects has no LvProp");
+    std::vector<RowPart> parts(objects.columns.size());
+    std::vector<uint8_t> old_descriptor;
+    {
+      PX_ASSIGN_OR_RETURN(Page page, store_->Get(e.location.page));
+      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, e.location.row, store_->name()));
+      if (slot.deleted || slot.lookup) {
+        return Status::NotSupported(what + ": the catalog row (" + e.place +
+                                    ") has been moved; not supported yet");
+      }
+      std::vector<ColumnData> cracked;
+      PX_RETURN_IF_ERROR(CrackRow(f, objects, slot.data, cracked, store_->name() + ": " + e.place));
+      for (size_t i = 0; i < cracked.size() && i < parts.size(); ++i) {
+        parts[i].present = !cracked[i].null;
+        parts[i].bit = cracked[i].bit;
+        parts[i].bytes.assign(cracked[i].bytes.begin(), cracked[i].bytes.end());
+      }
+      old_descriptor = parts[size_t(lv_prop)].bytes;
+    }
+    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> blob, SetColumnProperties(e.lv_prop, column, props));
+    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> descriptor,
+                        StoreLongValue(*store_, objects, objects.columns[size_t(lv_prop)], blob,
+                                       append_[objects.page], "MSysObjects", true));
+    if (old_descriptor.size() >= kLongValueHeaderSize &&
+        (LoadLe32(old_descriptor.data()) & kLongValueSingle) != 0) {
+      PX_RETURN_IF_ERROR(
+          DeleteRowOnPage(*store_, DecodeRowPointer(LoadLe32(old_descriptor.data() + 4))));
+    }
+    parts[size_t(lv_prop)] = RowPart{true, false, std::move(descriptor)};
+    PX_ASSIGN_OR_RETURN(bool fits, ReplaceRowOnPage(*store_, e.location.page, e.location.row,
+                                                    AssembleRow(objects, parts)));
+    if (!fits) {
+      return Status::NotSupported(what + ": no room on the catalog page " +
+                                  std::to_string(e.location.page) + "; not supported yet");
+    }
+    return Status::Ok();
+  }
+
+  Status DoAddIndex(const std::string& table, const IndexSpec& spec) {
+    PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
+    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
+    const std::string what = Where(e->name) + ": index " + spec.name;
+    for (const LogicalIndex& l : def.logical_indexes) {
+      if (spec.primary && l.type == kLogicalIndexPrimary) {
+        return Status::InvalidArgument(Where(e->name) + " already has a primary key (" + l.name +
+                                       ")");
+      }
+      if (JetTextEquals(l.name, spec.name, db_->header().sort_order)) {
+        return Status::InvalidArgument(what + " already exists");
+      }
+    }
+    if (spec.columns.empty() || spec.columns.size() > kMaxIndexColumns) {
+      return Status::InvalidArgument(what + ": an index has 1 to 10 columns");
+    }
+    if (def.row_count > 0) {
+      return Status::NotSupported(what + ": indexes can be added to empty tables only, for now");
+    }
+    RealIndex r;
+    for (const auto& [name, ascending] : spec.columns) {
+      int found = -1;
+      for (size_t i = 0; i < def.columns.size(); ++i) {
+        if (JetTextEquals(def.columns[i].name, name, db_->header().sort_order)) found = int(i);
+      }
+      if (found < 0) return Status::NotFound(what + ": no column named " + name);
+      if (def.columns[size_t(found)].long_value()) {
+        return Status::InvalidArgument(what + ": Memo and OLE columns cannot be indexed");
+      }
+      r.columns.push_back({def.columns[size_t(found)].number, ascending});
+    }
+    r.flags = spec.primary ? kPrimaryKeyFlags
+                           : uint8_t((spec.unique ? idxflag::kUnique : 0) |
+                                     (spec.ignore_nulls ? idxflag::kIgnoreNulls : 0) |
+                                     (spec.required ? idxflag::kRequired : 0) | 0x80);
+    PX_ASSIGN_OR_RETURN(RowPointer map, NewMapRow(def, e->name));
+    PX_ASSIGN_OR_RETURN(MutablePage leaf, store_->Allocate(page_type::kIndexLeaf, def.page));
+    StoreLe16(&leaf.bytes()[2], uint16_t(store_->page_size() - store_->format().index_first_entry));
+    r.root_page = leaf.number();
+    leaf = MutablePage();
+    r.used_map = map;
+    PX_RETURN_IF_ERROR(SetUsageMapPage(*store_, map, r.root_page, true, what));
+    LogicalIndex l;
+    l.name = spec.name;
+    l.number = uint32_t(def.logical_indexes.size());
+    l.real_index = uint32_t(def.real_indexes.size());
+    l.type = spec.primary ? kLogicalIndexPrimary : kLogicalIndexPlain;
+    def.real_indexes.push_back(std::move(r));
+    def.logical_indexes.push_back(std::move(l));
+    return StoreTableDef(*store_, def);
+  }
+
+  Status DoInsert(const std::string& table, std::span<const Value> values) {
+    PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
+    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
+    PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
+    if (values.size() != schema.columns.size()) {
+      return Status::InvalidArgument(Where(e->name) + ": " + std::to_string(values.size()) +
+                                     " values for " + std::to_string(schema.columns.size()) +
+                                     " fields");
+    }
+    std::vector<Value> by_column(def.columns.size(), Value(Null{}));
+    for (size_t i = 0; i < schema.columns.size(); ++i) {
+      by_column[size_t(schema.columns[i])] = values[i];
+    }
+    for (size_t i = 0; i < def.columns.size(); ++i) {
+      ColumnDef& c = def.columns[i];
+      if ((c.flags & colflag::kAutoGuid) && IsNull(by_column[i])) {
+        Guid g;
+        for (uint8_t& b : g.bytes) b = uint8_t(random_());
+        g.bytes[7] = uint8_t((g.bytes[7] & 0x0F) | 0x40);  // version 4, Data3's high nibble
+        g.bytes[8] = uint8_t((g.bytes[8] & 0x3F) | 0x80);
+        by_column[i] = g;
+      }
+      if (!(c.flags & colflag::kAutoLong)) continue;
+      if (IsNull(by_column[i])) {
+        by_column[i] = int64_t(def.autonumber_last) + 1;
+      }
+      const auto* given = std::get_if<int64_t>(&by_column[i]);
+      if (given != nullptr && *given > int64_t(def.autonumber_last) && *given <= INT32_MAX) {
+        def.autonumber_last = uint32_t(*given);
+      }
+    }
+    // Keys first: a violation is refused before anything is written.
+    std::vector<std::vector<uint8_t>> keys;
+    for (const RealIndex& r : def.real_indexes) {
+      std::string name;
+      for (const LogicalIndex& l : def.logical_indexes) {
+        if (&def.real_indexes[l.real_index] == &r) name = l.name;
+      }
+      const std::string what = Where(e->name) + ": index " + name;
+      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(def, r, by_column, what));
+      PX_ASSIGN_OR_RETURN(auto entries, ReadLeafEntries(*store_, r.root_page, what));
+      if (r.unique()) {
+        for (const auto& entry : entries) {
+          if (entry.size() == key.size() + 4 && std::equal(key.begin(), key.end(), entry.begin())) {
+            return Status::InvalidArgument(what + ": the value is already in the table");
+          }
+        }
+      }
+      keys.push_back(std::move(key));
+    }
+    AppendState& state = append_[def.page];
+    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(*store_, def, by_column, state, e->name));
+    PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(*store_, def, row, state, e->name));
+    for (size_t i = 0; i < def.real_indexes.size(); ++i) {
+      RealIndex& r = def.real_indexes[i];
+      PX_ASSIGN_OR_RETURN(auto entries, ReadLeafEntries(*store_, r.root_page, e->name));
+      bool seen = false;
+      for (const auto& entry : entries) {
+        seen = seen || (entry.size() == keys[i].size() + 4 &&
+                        std::equal(keys[i].begin(), keys[i].end(), entry.begin()));
+      }
+      PX_RETURN_IF_ERROR(AddIndexEntry(*store_, def.page, r, keys[i], at, Where(e->name)));
+      if (!seen) ++r.unique_entry_count;
+    }
+    return StoreTableDef(*store_, def);
+  }
+
+  static constexpr uint32_t kMSysAcesPageNumber = 3;
+
+  std::unique_ptr<PageStore> store_;
+  std::unique_ptr<Database> db_;
+  bool in_transaction_ = false;
+  std::map<uint32_t, AppendState> append_;
+  std::random_device random_;
+};
+
+}  // namespace
+
+Result<std::unique_ptr<Writer>> Writer::Open(platform::FileLayer& files,
+                                             const std::string& host_path,
+                                             std::string display_name) {
+  PX_ASSIGN_OR_RETURN(auto store, PageStore::Open(files, host_path, std::move(display_name)));
+  PX_ASSIGN_OR_RETURN(auto db, Database::OpenPager(store->pager()));
+  return std::unique_ptr<Writer>(std::make_unique<WriterImpl>(std::move(store), std::move(db)));
+}
+
+Result<std::unique_ptr<Writer>> Writer::Create(platform::FileLayer& files,
+                                               const std::string& host_path,
+                                               std::string display_name) {
+  PX_ASSIGN_OR_RETURN(auto store,
+                      PageStore::Create(files, host_path, kJet4Format, std::move(display_name)));
+  auto writer = std::make_unique<WriterImpl>(std::move(store), nullptr);
+  PX_RETURN_IF_ERROR(writer->LayOut());
+  return std::unique_ptr<Writer>(std::move(writer));
+}
+
+}  // namespace px::jet
