@@ -47,7 +47,7 @@ TEST(TableWriterTiming, DISABLED_InsertRows) {
     for (size_t c = 0; c < def->columns.size(); ++c) {
       const std::string& n = def->columns[c].name;
       if (n == "id") v[c] = Null{};
-      if (n == "kod") v[c] = int64_t((i * 7919) % 50000);
+      if (n == "kod") v[c] = int64_t(int64_t(i) * 7919 % 50000);
       if (n == "ad") v[c] = "Ödeme çek senet " + std::to_string(i);
       if (n == "tutar") v[c] = Currency{int64_t(i) * 1234};
       if (n == "miktar") v[c] = i * 0.5;
@@ -90,7 +90,7 @@ TEST(TableWriterTiming, DISABLED_InsertBenchmarkRows) {
     for (size_t c = 0; c < def->columns.size(); ++c) {
       const std::string& n = def->columns[c].name;
       if (n == "Id") v[c] = Null{};
-      if (n == "Kod") v[c] = "K" + std::to_string((i * 7919) % 50000);
+      if (n == "Kod") v[c] = "K" + std::to_string(int64_t(i) * 7919 % 50000);
       if (n == "Aciklama") {
         v[c] = std::string(kWords[i % 12]) + " " + kWords[(i / 12) % 12] + " " + std::to_string(i);
       }
