@@ -6,11 +6,14 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <random>
 
 #include "core/value_text.h"
 #include "jet/database.h"
 #include "jet/integrity.h"
 #include "jet/table_writer.h"
+#include "jet/usage_map_writer.h"
 #include "memory_pages.h"
 
 namespace px::jet {
@@ -171,6 +174,139 @@ TEST(TableWriterSamples, EveryTableEmptiedRefilledAndUpdatedInPlace) {
   std::printf("%zu tables, %zu rows rewritten; refused:", tables_done, rows_done);
   for (const auto& r : refused_tables) std::printf(" %s", r.c_str());
   std::printf("\n");
+}
+
+}  // namespace
+}  // namespace px::jet
+
+namespace px::jet {
+namespace {
+
+// Damage the writer meets in a file: each case spoils one structure of testV2000's Table1
+// and expects an error that names the file and the page, never a crash.
+TEST(TableWriterSamples, DamageIsAnErrorNamingFileAndPage) {
+  const auto path = std::filesystem::path(PX_SHARED_DIR) / "samples/mdb/testV2000.mdb";
+  if (!std::filesystem::exists(path)) GTEST_SKIP() << "sample not found: " << path;
+  const auto clean = MemoryPages::ReadFile(path);
+  auto db = Database::OpenMemory(clean, "testV2000.mdb");
+  ASSERT_TRUE(db.ok());
+  auto def = (*db)->ReadDefinition(*(*db)->FindTable("Table1"));
+  ASSERT_TRUE(def.ok());
+  const JetFormat& f = kJet4Format;
+  const uint32_t owned = def->owned_map.page;
+  const uint32_t root = def->real_indexes.at(0).root_page;
+  uint32_t data_page = 0;
+  {
+    MemoryPages probe(f, clean, "testV2000.mdb");
+    ASSERT_TRUE(ForEachMappedPage(probe, f, def->owned_map, "t", [&](uint32_t p) {
+                  if (data_page == 0) data_page = p;
+                  return Status::Ok();
+                }).ok());
+  }
+  struct DamageCase {
+    const char* name;
+    std::function<void(std::vector<uint8_t>&)> spoil;
+    std::function<Status(TableWriter&, const TableDef&)> act;
+    std::string message;  // expected in the error
+  };
+  auto delete_all = [](TableWriter& w, const TableDef&) { return w.DeleteAll().status(); };
+  auto insert = [](TableWriter& w, const TableDef& d) {
+    std::vector<Value> v(d.columns.size(), Null{});
+    for (size_t i = 0; i < d.columns.size(); ++i) {
+      if (d.columns[i].type == coltype::kText) v[i] = std::string("zz") + std::to_string(i);
+      if (d.columns[i].type == coltype::kLong) v[i] = int64_t(777 + i);
+    }
+    return w.Insert(v);
+  };
+  const DamageCase cases[] = {
+      {"owned map row points at a row that is not there",
+       [&](std::vector<uint8_t>& b) { StoreLe16(&b[owned * f.page_size + f.data_row_count], 0); },
+       delete_all, "testV2000.mdb: page " + std::to_string(owned)},
+      {"owned page is an index page",
+       [&](std::vector<uint8_t>& b) { b[size_t(data_page) * f.page_size] = page_type::kIndexLeaf; },
+       delete_all, "testV2000.mdb: page " + std::to_string(data_page)},
+      {"index root is a data page",
+       [&](std::vector<uint8_t>& b) { b[size_t(root) * f.page_size] = page_type::kData; }, insert,
+       "testV2000.mdb: page " + std::to_string(root)},
+      {"index root prefix longer than its first entry",
+       [&](std::vector<uint8_t>& b) { StoreLe16(&b[size_t(root) * f.page_size + 24], 4000); },
+       insert, "testV2000.mdb: page " + std::to_string(root)},
+      {"row offsets overlap the offset table",
+       [&](std::vector<uint8_t>& b) {
+         StoreLe16(&b[size_t(data_page) * f.page_size + f.data_row_table], 3);
+       },
+       delete_all, "testV2000.mdb: page " + std::to_string(data_page)},
+  };
+  for (const auto& dc : cases) {
+    SCOPED_TRACE(dc.name);
+    auto bytes = clean;
+    dc.spoil(bytes);
+    MemoryPages pages(f, bytes, "testV2000.mdb");
+    auto w = TableWriter::Open(pages, f, *def, "Table1", {1252, AccessIndexKeys(f, "Table1")});
+    Status st = w.ok() ? dc.act(**w, *def) : w.status();
+    ASSERT_FALSE(st.ok());
+    EXPECT_NE(st.message().find(dc.message), std::string::npos) << st.message();
+  }
+}
+
+}  // namespace
+}  // namespace px::jet
+
+namespace px::jet {
+namespace {
+
+// Random damage to the pages a table's writer reads (its data, maps, index and definition
+// pages): every run ends in success or an error, never a crash or a hang.
+TEST(TableWriterSamples, RandomDamageNeverCrashes) {
+  const auto path = std::filesystem::path(PX_SHARED_DIR) / "samples/mdb/indexTestV2000.mdb";
+  if (!std::filesystem::exists(path)) GTEST_SKIP() << "sample not found: " << path;
+  const auto clean = MemoryPages::ReadFile(path);
+  auto db = Database::OpenMemory(clean, "i.mdb");
+  ASSERT_TRUE(db.ok());
+  const JetFormat& f = kJet4Format;
+  std::mt19937 rng(99);
+  size_t errors = 0;
+  for (int round = 0; round < 300; ++round) {
+    const auto names = (*db)->UserTableNames();
+    const std::string table = names[rng() % names.size()];
+    auto def = (*db)->ReadDefinition(*(*db)->FindTable(table));
+    ASSERT_TRUE(def.ok());
+    auto bytes = clean;
+    // The table's own pages: its data and index pages and the page of its maps.
+    std::vector<uint32_t> own = {def->owned_map.page};
+    for (uint32_t p = 1; p < bytes.size() / f.page_size; ++p) {
+      const uint8_t* b = &bytes[size_t(p) * f.page_size];
+      if (b[0] >= page_type::kData && b[0] <= page_type::kIndexLeaf && b[0] != 2 &&
+          LoadLe32(b + 4) == def->page) {
+        own.push_back(p);
+      }
+    }
+    for (int k = 0; k < 3; ++k) {
+      const uint32_t page = own[rng() % own.size()];
+      // Mostly the headers and offset tables, where one byte changes the most.
+      const size_t off = rng() % 2 ? rng() % 600 : rng() % f.page_size;
+      bytes[size_t(page) * f.page_size + off] = uint8_t(rng());
+    }
+    MemoryPages pages(f, bytes, "i.mdb");
+    pages.track = false;
+    auto w = TableWriter::Open(pages, f, *def, table, {1252, AccessIndexKeys(f, table)});
+    if (!w.ok()) {
+      ++errors;
+      continue;
+    }
+    std::vector<Value> v(def->columns.size(), Null{});
+    for (size_t i = 0; i < v.size(); ++i) {
+      if (def->columns[i].type == coltype::kText) v[i] = "r" + std::to_string(round);
+      if (def->columns[i].type == coltype::kLong) v[i] = int64_t(100000 + round);
+    }
+    Status st = (*w)->Insert(v);
+    if (st.ok()) {
+      st = (*w)->Update([](std::vector<Value>&) -> Result<bool> { return true; }).status();
+    }
+    if (st.ok()) st = (*w)->DeleteAll().status();
+    errors += !st.ok();
+  }
+  std::printf("%zu of 300 damaged runs ended in an error\n", errors);
 }
 
 }  // namespace
