@@ -4,7 +4,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
-packages=(cmake ninja-build g++ clang libclang-rt-14-dev pkg-config zlib1g-dev
+packages=(cmake ninja-build g++ clang libclang-rt-14-dev pkg-config zlib1g-dev nlohmann-json3-dev
           libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
           mdbtools pigz qpdf)
 # Node.js may come from elsewhere than Debian; install Debian's only when none is present.

@@ -1,6 +1,8 @@
 #include <iostream>
 
 #include "cli/commands.h"
+#include "platform/host_path.h"
+#include "platform/utf8_path.h"
 
 namespace px::cli {
 
@@ -13,6 +15,12 @@ void Fail(const std::string& message) {
   throw CLI::RuntimeError(kExitError);
 }
 
+std::string HostPathOrFail(const std::string& path) {
+  auto host = ToHostPath(path);
+  if (!host.ok()) Fail(host.status());
+  return Utf8FromPath(*host);
+}
+
 int Run(int argc, char** argv) {
   CLI::App app{"Pergonix Yedek: the backup and restore tool of the Pergonix suite",
                "pergonix-yedek"};
@@ -23,10 +31,15 @@ int Run(int argc, char** argv) {
   AddMdbCommands(app);
   AddXbfCommands(app);
   AddPbfCommands(app);
+  AddYedekleCommand(app);
+  AddDogrulaCommand(app);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::RuntimeError& e) {
+    return e.get_exit_code();  // a command's own end (Fail and the run's exit codes)
   } catch (const CLI::ParseError& e) {
-    return app.exit(e);
+    const int code = app.exit(e);
+    return code == kExitOk ? kExitOk : kExitUsage;
   }
   if (argc <= 1) std::cout << app.help();
   return kExitOk;

@@ -6,6 +6,7 @@
 //   mdb kopyala KAYNAK HEDEF [TABLO ...]
 //                               copies tables (columns, keys, indexes, rows) into HEDEF,
 //                               created when missing, in one transaction
+//   mdb kontrol DOSYA           integrity check (cmd_mdb_kontrol.cpp)
 #include <algorithm>
 #include <iostream>
 #include <memory>
@@ -250,6 +251,9 @@ void AddMdbCommands(CLI::App& app) {
   kopyala->add_option("HEDEF", *target, "Database to copy into (created when missing)")->required();
   kopyala->add_option("TABLO", *tables, "Only these tables");
   kopyala->callback([path, target, tables] { RunKopyala(*path, *target, *tables); });
+
+  AddMdbKontrolCommand(*mdb);
+  AddMdbSqlCommand(*mdb);
 }
 
 }  // namespace px::cli

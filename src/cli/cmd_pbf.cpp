@@ -1,19 +1,8 @@
 // pbf sikistir | ac: compressed table files.
 #include "cli/commands.h"
-#include "platform/host_path.h"
 #include "xbf/pbf.h"
 
 namespace px::cli {
-
-namespace {
-
-std::string HostPathOrFail(const std::string& path) {
-  auto host = ToHostPath(path);
-  if (!host.ok()) Fail(host.status());
-  return host->string();
-}
-
-}  // namespace
 
 void AddPbfCommands(CLI::App& app) {
   auto* pbf = app.add_subcommand("pbf", "compressed table files (.pbf, zlib level 5)");

@@ -4,19 +4,12 @@
 #include "cli/commands.h"
 #include "cli/json.h"
 #include "jet/database.h"
-#include "platform/host_path.h"
 #include "xbf/xbf_reader.h"
 #include "xbf/xbf_writer.h"
 
 namespace px::cli {
 
 namespace {
-
-std::string HostPathOrFail(const std::string& path) {
-  auto host = ToHostPath(path);
-  if (!host.ok()) Fail(host.status());
-  return host->string();
-}
 
 std::unique_ptr<xbf::XbfReader> OpenOrFail(const std::string& path) {
   auto reader = xbf::XbfReader::OpenFile(HostPathOrFail(path));

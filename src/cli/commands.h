@@ -24,16 +24,28 @@ op::Operator& ConsoleOperator();
 
 void AddAyarlarCommand(CLI::App& app);
 void AddMdbCommands(CLI::App& app);
+// "mdb kontrol", registered on the "mdb" command by AddMdbCommands.
+void AddMdbKontrolCommand(CLI::App& mdb);
+// "mdb sql", registered on the mdb command by AddMdbCommands.
+void AddMdbSqlCommand(CLI::App& mdb);
 void AddXbfCommands(CLI::App& app);
 void AddPbfCommands(CLI::App& app);
+void AddYedekleCommand(CLI::App& app);
+void AddDogrulaCommand(CLI::App& app);
 
 // Exit codes of the program.
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitError = 1;
+inline constexpr int kExitUsage = 2;      // bad arguments
+inline constexpr int kExitCancelled = 3;  // the operator declined or cancelled
 
 // Prints "pergonix-yedek: <message>" on standard error and ends the command with kExitError.
 [[noreturn]] void Fail(const Status& status);
 [[noreturn]] void Fail(const std::string& message);
+
+// The host path (UTF-8) of a path given on the command line; Fail()s when its drive has no
+// folder.
+std::string HostPathOrFail(const std::string& path);
 
 // Runs the program; returns the process exit code.
 int Run(int argc, char** argv);

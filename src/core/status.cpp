@@ -19,6 +19,12 @@ const char* CodeName(StatusCode code) {
       return "I/O error";
     case StatusCode::kCancelled:
       return "Cancelled";
+    case StatusCode::kAlreadyExists:
+      return "Already exists";
+    case StatusCode::kBusy:
+      return "Busy";
+    case StatusCode::kDiskFull:
+      return "Disk full";
   }
   return "Unknown";
 }

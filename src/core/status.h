@@ -17,6 +17,9 @@ enum class StatusCode {
   kInvalidArgument,
   kIOError,
   kCancelled,
+  kAlreadyExists,
+  kBusy,      // another process holds the file or its lock
+  kDiskFull,  // no room left on the disk (or over quota)
 };
 
 class [[nodiscard]] Status {
@@ -39,6 +42,12 @@ class [[nodiscard]] Status {
     return Status(StatusCode::kCancelled, std::move(msg));
   }
 
+  static Status AlreadyExists(std::string msg) {
+    return Status(StatusCode::kAlreadyExists, std::move(msg));
+  }
+  static Status Busy(std::string msg) { return Status(StatusCode::kBusy, std::move(msg)); }
+  static Status DiskFull(std::string msg) { return Status(StatusCode::kDiskFull, std::move(msg)); }
+
   bool ok() const { return code_ == StatusCode::kOk; }
   StatusCode code() const { return code_; }
   const std::string& message() const { return message_; }
@@ -49,6 +58,9 @@ class [[nodiscard]] Status {
   bool IsInvalidArgument() const { return code_ == StatusCode::kInvalidArgument; }
   bool IsIOError() const { return code_ == StatusCode::kIOError; }
   bool IsCancelled() const { return code_ == StatusCode::kCancelled; }
+  bool IsAlreadyExists() const { return code_ == StatusCode::kAlreadyExists; }
+  bool IsBusy() const { return code_ == StatusCode::kBusy; }
+  bool IsDiskFull() const { return code_ == StatusCode::kDiskFull; }
 
   // "Corruption: <message>"; "OK" when ok.
   std::string ToString() const;

@@ -24,17 +24,17 @@ namespace px::db {
 // A column as ADOX's Columns.Append adds it. `ado_type` unset: ADOX's default column.
 struct NewColumn {
   std::string name;
-  std::optional<int> ado_type;  // 202, 5, 17, 2, 3, 4, 11, 6
-  int defined_size = 0;         // characters, for 202
-  int precision = 0;            // 2 for 6 (Currency), as the catalog sets it
+  std::optional<int> ado_type;     // 202, 5, 17, 2, 3, 4, 11, 6
+  int defined_size = 0;            // characters, for 202
+  int precision = 0;               // 2 for 6 (Currency), as the catalog sets it
   bool allow_zero_length = false;  // "Jet OLEDB:Allow Zero Length"
   bool autoincrement = false;      // "Autoincrement"
 };
 
 // One row of the columns schema rowset (OpenSchema 4) of a table.
 struct SchemaColumn {
-  std::string name;       // COLUMN_NAME
-  int64_t ordinal = 0;    // ORDINAL_POSITION
+  std::string name;     // COLUMN_NAME
+  int64_t ordinal = 0;  // ORDINAL_POSITION
 };
 
 class Database : public Connection {

@@ -7,17 +7,10 @@
 #include "core/value_text.h"
 #include "db/connection.h"
 #include "db/jet_criteria.h"
+#include "db/write_statements.h"
 
 namespace px::db {
 namespace {
-
-Result<size_t> FindColumn(const std::vector<FieldInfo>& fields, const std::string& name,
-                          const std::string& table) {
-  for (size_t i = 0; i < fields.size(); ++i) {
-    if (EqualsIgnoreCase(fields[i].name, name)) return i;
-  }
-  return Status::InvalidArgument("column " + name + " not found in table " + table);
-}
 
 std::optional<long double> AsNumber(const Value& v) {
   if (auto* b = std::get_if<bool>(&v)) return *b ? -1.0L : 0.0L;  // Jet's True is -1
@@ -85,7 +78,7 @@ Result<std::unique_ptr<RowSource>> Sort(std::unique_ptr<RowSource> source,
                                         const SelectStatement& st) {
   std::vector<std::pair<size_t, bool>> keys;
   for (const OrderKey& k : st.order_by) {
-    PX_ASSIGN_OR_RETURN(size_t i, FindColumn(source->fields(), k.column, st.table));
+    PX_ASSIGN_OR_RETURN(size_t i, FindField(source->fields(), k.column, st.table));
     keys.emplace_back(i, k.descending);
   }
   std::vector<Row> rows;
@@ -132,13 +125,13 @@ Result<std::unique_ptr<RowSource>> SelectRows(std::unique_ptr<RowSource> table,
     for (size_t i = 0; i < fields.size(); ++i) projection.push_back(i);
   } else {
     for (const std::string& name : st.columns) {
-      PX_ASSIGN_OR_RETURN(size_t i, FindColumn(fields, name, st.table));
+      PX_ASSIGN_OR_RETURN(size_t i, FindField(fields, name, st.table));
       projection.push_back(i);
     }
   }
   std::vector<Condition> conditions;
   for (const EqualsCondition& c : st.where) {
-    PX_ASSIGN_OR_RETURN(size_t i, FindColumn(fields, c.column, st.table));
+    PX_ASSIGN_OR_RETURN(size_t i, FindField(fields, c.column, st.table));
     conditions.push_back({i, c});
   }
   if (st.order_by.empty()) {

@@ -3,6 +3,7 @@
 #include "jet/text.h"
 #include "platform/codepage.h"
 #include "platform/host_path.h"
+#include "platform/utf8_path.h"
 
 namespace px::jet {
 
@@ -29,7 +30,7 @@ Database::Database(DatabaseHeader header, std::unique_ptr<Pager> owned, Pager* p
 
 Result<std::unique_ptr<Database>> Database::Open(const std::filesystem::path& path,
                                                  std::string display_name) {
-  if (display_name.empty()) display_name = path.string();
+  if (display_name.empty()) display_name = Utf8FromPath(path);
   PX_ASSIGN_OR_RETURN(auto source, OpenFileSource(path, std::move(display_name)));
   return FromSource(std::move(source));
 }

@@ -145,6 +145,7 @@ struct JetFormat {
   size_t index_next_page;
   size_t index_tail_page;
   size_t index_prefix_len;
+  size_t index_prefix_len_size;  // 1 (Jet 3; the next byte is something else) or 2
   size_t index_bitmask;
   size_t index_first_entry;
 };
@@ -202,6 +203,7 @@ inline constexpr JetFormat kJet3Format = {
     .index_next_page = 12,
     .index_tail_page = 16,
     .index_prefix_len = 20,
+    .index_prefix_len_size = 1,
     .index_bitmask = 22,
     .index_first_entry = 248,
 };
@@ -259,6 +261,7 @@ inline constexpr JetFormat kJet4Format = {
     .index_next_page = 16,
     .index_tail_page = 20,
     .index_prefix_len = 24,
+    .index_prefix_len_size = 2,
     .index_bitmask = 27,
     .index_first_entry = 480,
 };

@@ -10,6 +10,8 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_set>
+#include <vector>
 
 #include "core/result.h"
 #include "jet/format.h"
@@ -25,5 +27,44 @@ inline constexpr size_t kMaxIndexDepth = 16;
 // loops and over-long chains are corruption. `what` names the index in messages.
 Result<uint64_t> CountIndexEntries(Pager& pager, const JetFormat& f, uint32_t table_page,
                                    const RealIndex& index, const std::string& what);
+
+// One leaf entry: the key bytes and the row they point at.
+struct IndexLeafEntry {
+  std::vector<uint8_t> key;
+  RowPointer row;
+  uint32_t page = 0;  // the leaf page holding the entry
+};
+
+// Streams the leaf entries of an index in leaf-chain order: descends from the root along
+// first entries, then follows the next-page links. Memory: one page, its entry ends and
+// the entry being returned. Every page must be an index page of `table_page`; a loop, a
+// node page in the chain, a chain longer than the file, a prefix longer than the first
+// entry or an entry shorter than its row pointer is corruption naming the file and page.
+class IndexEntryCursor {
+ public:
+  // `what` names the index in messages ("table X, index Y"). REQUIRES: `pager` outlives
+  // the cursor.
+  static Result<IndexEntryCursor> Open(Pager& pager, const JetFormat& f, uint32_t table_page,
+                                       const RealIndex& index, std::string what);
+
+  // The next entry; false at the end of the leaf level.
+  Result<bool> Next(IndexLeafEntry& entry);
+
+ private:
+  IndexEntryCursor(Pager& pager, const JetFormat& f, uint32_t table_page, std::string what)
+      : pager_(&pager), f_(&f), table_page_(table_page), what_(std::move(what)) {}
+  Status EnterLeaf(uint32_t number);
+
+  Pager* pager_;
+  const JetFormat* f_;
+  uint32_t table_page_;
+  std::string what_;
+  Page page_;
+  std::vector<size_t> ends_;
+  size_t next_entry_ = 0;
+  size_t prefix_ = 0;
+  std::unordered_set<uint32_t> seen_;
+  bool done_ = false;
+};
 
 }  // namespace px::jet

@@ -1,13 +1,10 @@
 #include "jet/page_source.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstring>
 
 #include "jet/rc4.h"
+#include "platform/files.h"
+#include "platform/utf8_path.h"
 
 namespace px::jet {
 
@@ -15,34 +12,27 @@ namespace {
 
 class FileSource final : public PageSource {
  public:
-  FileSource(int fd, uint64_t size, std::string name) : fd_(fd), size_(size), name_(name) {}
-  ~FileSource() override { ::close(fd_); }
-  FileSource(const FileSource&) = delete;
-  FileSource& operator=(const FileSource&) = delete;
+  FileSource(std::unique_ptr<platform::File> file, uint64_t size, std::string name)
+      : file_(std::move(file)), size_(size), name_(std::move(name)) {}
 
   const std::string& name() const override { return name_; }
   uint64_t size() const override { return size_; }
 
   Status Read(uint64_t offset, MutableBytes out) override {
-    size_t done = 0;
-    while (done < out.size()) {
-      ssize_t n = ::pread(fd_, out.data() + done, out.size() - done, off_t(offset + done));
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) {
-        return Status::IOError(name_ + ": read failed at offset " + std::to_string(offset) + ": " +
-                               std::strerror(errno));
-      }
-      if (n == 0) {
-        return Status::Corruption(name_ + ": file ends at offset " + std::to_string(offset + done) +
-                                  " inside a page");
-      }
-      done += size_t(n);
+    auto got = file_->ReadAt(offset, {out.data(), out.size()});
+    if (!got.ok()) {
+      return Status::IOError(name_ + ": read failed at offset " + std::to_string(offset) + ": " +
+                             got.status().message());
+    }
+    if (*got < out.size()) {
+      return Status::Corruption(name_ + ": file ends at offset " + std::to_string(offset + *got) +
+                                " inside a page");
     }
     return Status::Ok();
   }
 
  private:
-  int fd_;
+  std::unique_ptr<platform::File> file_;
   uint64_t size_;
   std::string name_;
 };
@@ -71,19 +61,19 @@ class MemorySourceImpl final : public PageSource {
 
 Result<std::unique_ptr<PageSource>> OpenFileSource(const std::filesystem::path& path,
                                                    std::string display_name) {
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    int err = errno;
-    std::string msg = display_name + ": cannot open: " + std::strerror(err);
-    return err == ENOENT ? Status::NotFound(msg) : Status::IOError(msg);
+  const std::string host = Utf8FromPath(path);
+  auto file = platform::SystemFiles().Open(host, platform::OpenMode::kRead);
+  if (!file.ok()) {
+    // The layer names the host path; the reader's messages name the file as the user gave it.
+    const Status& s = file.status();
+    std::string_view why = s.message();
+    if (why.starts_with(host + ": ")) why.remove_prefix(host.size() + 2);
+    std::string msg = display_name + ": " + std::string(why);
+    return s.IsNotFound() ? Status::NotFound(std::move(msg)) : Status::IOError(std::move(msg));
   }
-  struct stat st;
-  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    ::close(fd);
-    return Status::IOError(display_name + ": not a regular file");
-  }
+  PX_ASSIGN_OR_RETURN(uint64_t size, (*file)->Size());
   return std::unique_ptr<PageSource>(
-      std::make_unique<FileSource>(fd, uint64_t(st.st_size), std::move(display_name)));
+      std::make_unique<FileSource>(std::move(*file), size, std::move(display_name)));
 }
 
 std::unique_ptr<PageSource> MemorySource(std::vector<uint8_t> bytes, std::string display_name) {

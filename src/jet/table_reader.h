@@ -31,8 +31,10 @@ class TableReader final : public RowSource {
   Status status() const override { return status_; }
 
   const TableDef& definition() const { return def_; }
-  // Where the row Next() returned last is stored: "page 14 row 3".
+  // The slot of the row Next() returned last (the slot index entries point at, also for a
+  // row moved to an overflow page).
   RowPointer last_row_pointer() const { return RowPointer{last_page_, uint8_t(last_row_)}; }
+  // Where the row Next() returned last is stored: "page 14 row 3".
   std::string last_row_place() const {
     return "page " + std::to_string(last_page_) + " row " + std::to_string(last_row_);
   }

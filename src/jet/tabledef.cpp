@@ -92,6 +92,8 @@ Status TdefParser::ParseColumns(TableDef& def, uint16_t num_cols) {
     if (c.type == coltype::kText || c.type == coltype::kMemo) {
       c.sort_order = LoadLe16(&b[f_.col_sort_order]);
       c.code_page = f_.col_code_page ? LoadLe16(&b[f_.col_code_page]) : 0;
+      // Jet 4 stores LCID (16), sort id (8), version (8) where Jet 3 has LCID, code page.
+      c.sort_version = f_.col_code_page ? 0 : b[f_.col_sort_order + 3];
     }
     if (!IsJetColumnType(c.type)) {
       return Error("column type " + std::to_string(c.type) + " is not a column type", pos_);

@@ -35,10 +35,11 @@ struct ColumnDef {
   uint16_t length = 0;        // bytes (0 for Memo/OLE)
   uint8_t flags = 0;
   uint8_t extra_flags = 0;
-  uint8_t precision = 0;    // Numeric
-  uint8_t scale = 0;        // Numeric
-  uint16_t sort_order = 0;  // Text/Memo LCID
-  uint16_t code_page = 0;   // Jet 3 Text/Memo
+  uint8_t precision = 0;     // Numeric
+  uint8_t scale = 0;         // Numeric
+  uint16_t sort_order = 0;   // Text/Memo LCID
+  uint8_t sort_version = 0;  // Jet 4 Text/Memo sort-order version (0 legacy, 1 General)
+  uint16_t code_page = 0;    // Jet 3 Text/Memo
 
   // The stored column block as read (empty for a new column): bytes the reader does not
   // interpret survive a rewrite of the definition.

@@ -101,6 +101,53 @@ Result<std::string> DecodeJet3Text(Bytes bytes, int code_page) {
   return DecodeCodePage(code_page, AsChars(bytes));
 }
 
+Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8) {
+  std::vector<uint8_t> out;
+  out.reserve(utf8.size() * 2);
+  size_t i = 0;
+  while (i < utf8.size()) {
+    auto cp = NextUtf8(utf8, i);
+    if (!cp) {
+      return Status::InvalidArgument("text is not valid UTF-8 at byte " + std::to_string(i));
+    }
+    uint32_t c = *cp;
+    if (c >= 0x10000) {
+      c -= 0x10000;
+      const uint16_t hi = uint16_t(0xD800 + (c >> 10)), lo = uint16_t(0xDC00 + (c & 0x3FF));
+      out.insert(out.end(), {uint8_t(hi), uint8_t(hi >> 8), uint8_t(lo), uint8_t(lo >> 8)});
+    } else {
+      out.insert(out.end(), {uint8_t(c), uint8_t(c >> 8)});
+    }
+  }
+  return out;
+}
+
+Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress) {
+  PX_ASSIGN_OR_RETURN(std::vector<uint8_t> plain, EncodeUtf16Le(utf8));
+  const size_t chars = plain.size() / 2;
+  bool compressible = compress && chars > 2;
+  for (size_t k = 0; compressible && k < chars; ++k) {
+    compressible = plain[2 * k + 1] == 0 && plain[2 * k] != 0;
+  }
+  if (!compressible) return plain;
+  std::vector<uint8_t> out;
+  out.reserve(2 + chars);
+  out.push_back(0xFF);
+  out.push_back(0xFE);
+  for (size_t k = 0; k < chars; ++k) out.push_back(plain[2 * k]);
+  return out;
+}
+
+std::optional<size_t> Utf16Length(std::string_view utf8) {
+  size_t units = 0, i = 0;
+  while (i < utf8.size()) {
+    auto cp = NextUtf8(utf8, i);
+    if (!cp) return std::nullopt;
+    units += *cp >= 0x10000 ? 2 : 1;
+  }
+  return units;
+}
+
 std::u32string JetFoldCase(std::string_view utf8, uint16_t sort_order_lcid) {
   const bool turkish = sort_order_lcid == kLcidTurkish;
   std::u32string out;

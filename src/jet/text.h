@@ -6,6 +6,7 @@
 // UTF-16LE pairs. Jet 3 stores single-byte code-page text.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,18 @@ void AppendUtf16Le(std::vector<uint8_t>& out, uint32_t code_point);
 
 // Names of tables, columns and indexes: at most this many characters.
 inline constexpr size_t kMaxNameChars = 64;
+
+// UTF-8 to UTF-16LE; malformed UTF-8 is an error (never a silent replacement).
+Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8);
+
+// Jet 4 text for storage. With `compress`, text of more than two characters that all lie
+// in U+0001..U+00FF is stored compressed (FF FE, one byte a character); everything else is
+// plain UTF-16LE, which every reader accepts.
+Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress);
+
+// Number of UTF-16 code units of a UTF-8 string (what Jet 4 counts against a column's
+// size); nullopt when the UTF-8 is malformed.
+std::optional<size_t> Utf16Length(std::string_view utf8);
 
 inline constexpr uint16_t kLcidGeneral = 1033;
 inline constexpr uint16_t kLcidTurkish = 1055;

@@ -3,13 +3,17 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <set>
 
 #include "jet/catalog_rows.h"
 #include "jet/data_page.h"
+#include "jet/index_key.h"
+#include "jet/index_verify.h"
 #include "jet/new_database.h"
 #include "jet/page_store.h"
 #include "jet/properties.h"
 #include "jet/row_codec.h"
+#include "jet/table_writer.h"
 #include "jet/tabledef_writer.h"
 #include "jet/text.h"
 #include "platform/files.h"
@@ -99,7 +103,7 @@ std::vector<Value> CatalogValues(const TableDef& objects,
 class WriterImpl final : public Writer {
  public:
   WriterImpl(std::unique_ptr<PageStore> store, std::unique_ptr<Database> db)
-      : store_(std::move(store)), db_(std::move(db)) {}
+      : store_(std::move(store)), pages_(*store_), db_(std::move(db)) {}
 
   Database& db() override { return *db_; }
 
@@ -149,13 +153,37 @@ class WriterImpl final : public Writer {
     return Step([&] { return DoInsert(std::string(table), values); });
   }
   Result<uint64_t> DeleteAll(std::string_view table) override {
-    return Status::NotSupported(store_->name() + ": table " + std::string(table) +
-                                ": deleting rows is not available yet");
+    uint64_t deleted = 0;
+    PX_RETURN_IF_ERROR(Step([&]() -> Status {
+      PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(std::string(table)));
+      PX_ASSIGN_OR_RETURN(deleted, w->DeleteAll());
+      return Status::Ok();
+    }));
+    return deleted;
   }
   Result<uint64_t> UpdateRows(std::string_view table,
-                              const std::function<Result<bool>(Row& row)>&) override {
-    return Status::NotSupported(store_->name() + ": table " + std::string(table) +
-                                ": updating rows is not available yet");
+                              const std::function<Result<bool>(Row& row)>& change) override {
+    uint64_t changed = 0;
+    PX_RETURN_IF_ERROR(Step([&]() -> Status {
+      PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(std::string(table)));
+      PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
+      PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+      Row fields(schema.columns.size());
+      auto by_fields = [&](std::vector<Value>& by_column) -> Result<bool> {
+        for (size_t i = 0; i < schema.columns.size(); ++i) {
+          fields[i] = by_column[size_t(schema.columns[i])];
+        }
+        PX_ASSIGN_OR_RETURN(bool rewrite, change(fields));
+        if (!rewrite) return false;
+        for (size_t i = 0; i < schema.columns.size(); ++i) {
+          by_column[size_t(schema.columns[i])] = std::move(fields[i]);
+        }
+        return true;
+      };
+      PX_ASSIGN_OR_RETURN(changed, w->Update(by_fields));
+      return Status::Ok();
+    }));
+    return changed;
   }
 
   // Lays out a new database and, outside a transaction, writes it.
@@ -188,6 +216,7 @@ class WriterImpl final : public Writer {
   Status Discard() {
     store_->Rollback();
     append_.clear();
+    writers_.clear();
     return db_->ReloadCatalog();
   }
 
@@ -271,30 +300,51 @@ class WriterImpl final : public Writer {
     return out;
   }
 
-  // Adds a row to a catalog table and to each of its indexes; a new distinct key is
-  // counted in the index's unique entry count.
+  // Adds a row to a catalog table (MSysObjects, MSysACEs) and to each of its indexes.
   Status AddCatalogRow(uint32_t page, const std::string& name, std::vector<Value> values) {
-    PX_ASSIGN_OR_RETURN(TableDef def, Definition(page, name));
-    std::vector<std::vector<uint8_t>> keys;
-    for (const RealIndex& r : def.real_indexes) {
-      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(def, r, values, Where(name)));
-      keys.push_back(std::move(key));
-    }
-    AppendState& state = append_[page];
-    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(*store_, def, values, state, name));
-    PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(*store_, def, row, state, name));
-    for (size_t i = 0; i < def.real_indexes.size(); ++i) {
-      RealIndex& r = def.real_indexes[i];
-      PX_ASSIGN_OR_RETURN(auto before, ReadLeafEntries(*store_, r.root_page, name));
-      bool seen = false;
-      for (const auto& e : before) {
-        seen = seen || (e.size() == keys[i].size() + 4 &&
-                        std::equal(keys[i].begin(), keys[i].end(), e.begin()));
+    (void)page;
+    PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(name));
+    return w->Insert(values);
+  }
+
+  // The row writer of a table, made at the table's first change in this connection after
+  // the keys already in its indexes have been proven against the encoder.
+  Result<TableWriter*> TableFor(const std::string& table) {
+    PX_ASSIGN_OR_RETURN(const CatalogEntry* e, FindAny(table));
+    auto it = writers_.find(e->tdef_page());
+    if (it != writers_.end()) return it->second.get();
+    if (verified_tables_.insert(e->tdef_page()).second) {
+      Status st = VerifyIndexKeys(*db_, *e, &verified_);
+      if (!st.ok()) {
+        verified_tables_.erase(e->tdef_page());
+        return st;
       }
-      PX_RETURN_IF_ERROR(AddIndexEntry(*store_, page, r, keys[i], at, "index of " + Where(name)));
-      if (!seen) ++r.unique_entry_count;
     }
-    return StoreTableDef(*store_, def);
+    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
+    TableWriterOptions options;
+    options.code_page = db_->text_code_page();
+    const JetFormat& f = store_->format();
+    options.index_key = [this, &f, name = e->name](
+                            const TableDef& d, const RealIndex& index,
+                            std::span<const Value> values) -> Result<std::vector<uint8_t>> {
+      const size_t real = size_t(&index - d.real_indexes.data());
+      KeyLabels labels{name, real < d.real_indexes.size() ? IndexLabel(d, real) : "?"};
+      PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, d, index, values, labels));
+      return EncodeIndexKey(f, d, index, values, labels);
+    };
+    PX_ASSIGN_OR_RETURN(auto w,
+                        TableWriter::Open(pages_, f, std::move(def), e->name, std::move(options)));
+    TableWriter* raw = w.get();
+    writers_[e->tdef_page()] = std::move(w);
+    return raw;
+  }
+
+  // A table of the catalog, system tables included.
+  Result<const CatalogEntry*> FindAny(const std::string& table) {
+    for (const CatalogEntry& e : db_->tables()) {
+      if (e.has_tdef() && e.name == table) return &e;
+    }
+    return Find(table);
   }
 
   Status DoCreateTable(const std::string& table) {
@@ -431,6 +481,7 @@ class WriterImpl final : public Writer {
     }
     ++def.max_cols;
     def.columns.push_back(std::move(c));
+    writers_.erase(def.page);
     PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
     if (!spec.allow_zero_length && !spec.required) return Status::Ok();
     ColumnProperties props;
@@ -537,80 +588,36 @@ class WriterImpl final : public Writer {
     l.type = spec.primary ? kLogicalIndexPrimary : kLogicalIndexPlain;
     def.real_indexes.push_back(std::move(r));
     def.logical_indexes.push_back(std::move(l));
+    writers_.erase(def.page);
     return StoreTableDef(*store_, def);
   }
 
   Status DoInsert(const std::string& table, std::span<const Value> values) {
     PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
-    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
     PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
     if (values.size() != schema.columns.size()) {
       return Status::InvalidArgument(Where(e->name) + ": " + std::to_string(values.size()) +
                                      " values for " + std::to_string(schema.columns.size()) +
                                      " fields");
     }
-    std::vector<Value> by_column(def.columns.size(), Value(Null{}));
+    PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+    std::vector<Value> by_column(w->definition().columns.size(), Value(Null{}));
     for (size_t i = 0; i < schema.columns.size(); ++i) {
       by_column[size_t(schema.columns[i])] = values[i];
     }
-    for (size_t i = 0; i < def.columns.size(); ++i) {
-      ColumnDef& c = def.columns[i];
-      if ((c.flags & colflag::kAutoGuid) && IsNull(by_column[i])) {
-        Guid g;
-        for (uint8_t& b : g.bytes) b = uint8_t(random_());
-        g.bytes[7] = uint8_t((g.bytes[7] & 0x0F) | 0x40);  // version 4, Data3's high nibble
-        g.bytes[8] = uint8_t((g.bytes[8] & 0x3F) | 0x80);
-        by_column[i] = g;
-      }
-      if (!(c.flags & colflag::kAutoLong)) continue;
-      if (IsNull(by_column[i])) {
-        by_column[i] = int64_t(def.autonumber_last) + 1;
-      }
-      const auto* given = std::get_if<int64_t>(&by_column[i]);
-      if (given != nullptr && *given > int64_t(def.autonumber_last) && *given <= INT32_MAX) {
-        def.autonumber_last = uint32_t(*given);
-      }
-    }
-    // Keys first: a violation is refused before anything is written.
-    std::vector<std::vector<uint8_t>> keys;
-    for (const RealIndex& r : def.real_indexes) {
-      std::string name;
-      for (const LogicalIndex& l : def.logical_indexes) {
-        if (&def.real_indexes[l.real_index] == &r) name = l.name;
-      }
-      const std::string what = Where(e->name) + ": index " + name;
-      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(def, r, by_column, what));
-      PX_ASSIGN_OR_RETURN(auto entries, ReadLeafEntries(*store_, r.root_page, what));
-      if (r.unique()) {
-        for (const auto& entry : entries) {
-          if (entry.size() == key.size() + 4 && std::equal(key.begin(), key.end(), entry.begin())) {
-            return Status::InvalidArgument(what + ": the value is already in the table");
-          }
-        }
-      }
-      keys.push_back(std::move(key));
-    }
-    AppendState& state = append_[def.page];
-    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(*store_, def, by_column, state, e->name));
-    PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(*store_, def, row, state, e->name));
-    for (size_t i = 0; i < def.real_indexes.size(); ++i) {
-      RealIndex& r = def.real_indexes[i];
-      PX_ASSIGN_OR_RETURN(auto entries, ReadLeafEntries(*store_, r.root_page, e->name));
-      bool seen = false;
-      for (const auto& entry : entries) {
-        seen = seen || (entry.size() == keys[i].size() + 4 &&
-                        std::equal(keys[i].begin(), keys[i].end(), entry.begin()));
-      }
-      PX_RETURN_IF_ERROR(AddIndexEntry(*store_, def.page, r, keys[i], at, Where(e->name)));
-      if (!seen) ++r.unique_entry_count;
-    }
-    return StoreTableDef(*store_, def);
+    Status st = w->Insert(by_column);
+    if (!st.ok()) return st.WithContext(store_->name());
+    return Status::Ok();
   }
 
   static constexpr uint32_t kMSysAcesPageNumber = 3;
 
   std::unique_ptr<PageStore> store_;
+  PageStorePages pages_;
   std::unique_ptr<Database> db_;
+  std::map<uint32_t, std::unique_ptr<TableWriter>> writers_;  // by definition page
+  std::set<uint32_t> verified_tables_;
+  VerifiedCharacters verified_;
   bool in_transaction_ = false;
   std::map<uint32_t, AppendState> append_;
   std::random_device random_;

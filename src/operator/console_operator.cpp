@@ -72,7 +72,8 @@ Answer ConsoleOperator::Ask(const Box& box) {
     answer = UnattendedAnswer(box);
     out_ << "-> " << AnswerCaption(answer) << " (--evet)\n";
   } else if (!terminal_) {
-    answer = DefaultAnswer(box);
+    // Nobody can change the disk: a Retry/Cancel box is cancelled instead of looping.
+    answer = box.buttons == Buttons::kRetryCancel ? Answer::kCancel : DefaultAnswer(box);
     out_ << "-> " << AnswerCaption(answer) << " (varsayılan)\n";
   } else {
     answer = Prompt(box);
@@ -118,6 +119,15 @@ void ConsoleOperator::SetProgress(int value, int maximum) {
   if (percent == percent_) return;
   percent_ = percent;
   out_ << "\r%" << percent << std::flush;
+}
+
+void ConsoleOperator::SetTableProgress(std::string_view module, std::string_view database,
+                                       std::string_view table, int64_t rows_done,
+                                       int64_t rows_total) {
+  if (!terminal_) return;
+  out_ << "\r" << module << " / " << database << " / " << table << ": " << rows_done;
+  if (rows_total >= 0) out_ << " / " << rows_total;
+  out_ << " satır" << (rows_total >= 0 && rows_done >= rows_total ? "\n" : "\033[K") << std::flush;
 }
 
 void ConsoleOperator::SetModuleState(std::string_view module, std::string_view state) {

@@ -3,7 +3,8 @@
 // operator picks a button by number or caption (an empty line takes the default button).
 // Unattended (`evet`): Yes/No questions are answered Yes, Retry/Cancel boxes Cancel and
 // Abort/Retry/Ignore boxes Abort, so that a run never loops; OK boxes are acknowledged.
-// Without a terminal and without `evet` every box takes its default button. Status, module
+// Without a terminal and without `evet` every box takes its default button, except that a
+// Retry/Cancel box is cancelled. Status, module
 // states and progress go to the same output stream.
 
 #include <istream>
@@ -22,6 +23,13 @@ class ConsoleOperator : public Operator {
   void SetStatus(std::string_view text) override;
   void SetProgress(int value, int maximum) override;
   void SetModuleState(std::string_view module, std::string_view state) override;
+  // The wait window's labels print as status lines; its progress bar as the progress.
+  void ShowWaitWindow(bool) override {}
+  void SetWaitLabel(int, std::string_view text) override { SetStatus(text); }
+  void SetWaitProgress(int value, int maximum) override { SetProgress(value, maximum); }
+  // On a terminal only: one line rewritten in place.
+  void SetTableProgress(std::string_view module, std::string_view database,
+                        std::string_view table, int64_t rows_done, int64_t rows_total) override;
 
   // The answer an unattended run gives to a box.
   static Answer UnattendedAnswer(const Box& box);

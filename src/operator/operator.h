@@ -1,8 +1,10 @@
 #pragma once
 // How the flows talk to the operator: message boxes that return the operator's answer,
-// the text of the status bar's second panel, the progress bar, and a module's "Durum"
-// cell in the module lists. The window, the console and the tests each implement it.
+// the text of the status bar's second panel, the progress bar, a module's "Durum"
+// cell in the module lists, and the year restore's wait window. The window, the console and the
+// tests each implement it.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -48,6 +50,16 @@ class Operator {
   virtual void SetProgress(int value, int maximum) = 0;
   // The "Durum" cell of a module (by display name): "Tamam", "Geç" or empty.
   virtual void SetModuleState(std::string_view module, std::string_view state) = 0;
+  // The year restore's wait window: shown or closed, its labels 1 and 2, its progress bar.
+  // An operator without such a window ignores them.
+  virtual void ShowWaitWindow(bool /*shown*/) {}
+  virtual void SetWaitLabel(int /*label*/, std::string_view /*text*/) {}
+  virtual void SetWaitProgress(int /*value*/, int /*maximum*/) {}
+  // Progress of a table export: the module (display name), database and table at work and
+  // the rows written so far of `rows_total` (negative when not known). Optional.
+  virtual void SetTableProgress(std::string_view /*module*/, std::string_view /*database*/,
+                                std::string_view /*table*/, int64_t /*rows_done*/,
+                                int64_t /*rows_total*/) {}
 
   // Shorthand for Ask with the box's parts.
   Answer Show(std::string text, std::string title, Icon icon, Buttons buttons = Buttons::kOk,

@@ -28,10 +28,21 @@ class ScriptedOperator : public Operator {
     module_states.emplace_back(std::string(module), std::string(state));
   }
 
+  void ShowWaitWindow(bool shown) override { wait_window.push_back(shown); }
+  void SetWaitLabel(int label, std::string_view text) override {
+    wait_labels.emplace_back(label, std::string(text));
+  }
+  void SetWaitProgress(int value, int maximum) override {
+    wait_progress.emplace_back(value, maximum);
+  }
+
   std::vector<Box> boxes;
   std::vector<std::string> statuses;
   std::vector<std::pair<int, int>> progress;
   std::vector<std::pair<std::string, std::string>> module_states;
+  std::vector<bool> wait_window;  // each show (true) and close (false)
+  std::vector<std::pair<int, std::string>> wait_labels;
+  std::vector<std::pair<int, int>> wait_progress;
   int unscripted = 0;
   std::vector<std::string> misfits;
 

@@ -4,7 +4,13 @@
 #include <string>
 #include <system_error>
 
+#include "platform/environment.h"
 #include "platform/host_path.h"
+#include "platform/utf8_path.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 #ifdef __linux__
 #include <sys/stat.h>
@@ -57,6 +63,41 @@ bool RemovableDevice(dev_t dev) {
 }
 #endif
 
+#ifdef _WIN32
+// GetDriveTypeW's numbering in the codes of Drive.DriveType.
+int DriveTypeOfWindowsCode(UINT code) {
+  switch (code) {
+    case DRIVE_REMOVABLE:
+      return kDriveRemovable;
+    case DRIVE_FIXED:
+      return kDriveFixed;
+    case DRIVE_REMOTE:
+      return kDriveNetwork;
+    case DRIVE_CDROM:
+      return kDriveCdRom;
+    case DRIVE_RAMDISK:
+      return kDriveRamDisk;
+    default:
+      return kDriveUnknown;
+  }
+}
+
+// Facts of a real drive letter: it exists when Windows knows a root there and is ready
+// when its volume answers (a CD-ROM drive without a disc does not).
+DriveFacts NativeDriveFacts(char letter) {
+  const wchar_t root[] = {wchar_t(letter), L':', L'\\', L'\0'};
+  DriveFacts facts;
+  const UINT code = GetDriveTypeW(root);
+  if (code == DRIVE_NO_ROOT_DIR) return facts;
+  facts.exists = true;
+  facts.type = DriveTypeOfWindowsCode(code);
+  const UINT old_mode = SetErrorMode(SEM_FAILCRITICALERRORS);  // no "insert a disk" box
+  facts.ready = GetVolumeInformationW(root, nullptr, 0, nullptr, nullptr, nullptr, nullptr, 0) != 0;
+  SetErrorMode(old_mode);
+  return facts;
+}
+#endif
+
 }  // namespace
 
 int DriveTypeOfMagic(unsigned long magic, bool removable_device) {
@@ -92,12 +133,22 @@ int DriveTypeOfFolder(const fs::path& folder) {
   struct stat st {};
   const bool removable = stat(p.c_str(), &st) == 0 && RemovableDevice(st.st_dev);
   return DriveTypeOfMagic(static_cast<unsigned long>(sf.f_type) & 0xFFFFFFFFul, removable);
+#elif defined(_WIN32)
+  const std::wstring p = NearestExisting(folder).wstring();
+  wchar_t volume[MAX_PATH + 1];
+  if (!GetVolumePathNameW(p.c_str(), volume, MAX_PATH + 1)) return kDriveUnknown;
+  return DriveTypeOfWindowsCode(GetDriveTypeW(volume));
 #else
   return fs::exists(NearestExisting(folder)) ? kDriveFixed : kDriveUnknown;
 #endif
 }
 
 DriveFacts GetDriveFacts(char letter) {
+#ifdef _WIN32
+  if (!GetEnv(kDriveMapVariable)) {
+    return NativeDriveFacts(char(letter >= 'a' && letter <= 'z' ? letter - 'a' + 'A' : letter));
+  }
+#endif
   DriveFacts facts;
   auto root = DriveRoot(letter);
   if (!root.ok()) return facts;

@@ -1,6 +1,7 @@
 #pragma once
 // Facts about a drive letter as the scripting runtime's Drive object gives them: whether
-// the drive exists, whether it is ready, and its type. Without drive letters a drive
+// the drive exists, whether it is ready, and its type. On Windows without PERGONIX_DRIVES
+// these come from GetDriveTypeW and GetVolumeInformationW. Otherwise a drive
 // exists when the drive map names it, is ready when its folder is there, and takes its
 // type from the file system that holds the folder.
 
@@ -26,7 +27,8 @@ struct DriveFacts {
 // Facts of a drive letter (any case) under the current drive map.
 DriveFacts GetDriveFacts(char letter);
 
-// The drive type of the file system holding `folder` (or its nearest existing parent):
+// The drive type of the file system holding `folder` (or its nearest existing parent); on
+// Windows that of its volume. On Linux:
 // iso9660/udf CD-ROM, tmpfs/ramfs RAM disk, nfs/cifs/smb network, kernel pseudo file
 // systems unknown, disks fixed unless the block device says it is removable.
 int DriveTypeOfFolder(const std::filesystem::path& folder);

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "platform/host_path.h"
+#include "platform/utf8_path.h"
 
 namespace px {
 namespace fs = std::filesystem;
@@ -34,8 +35,8 @@ Status HostFileSystem::CreateFolder(std::string_view path) {
   std::error_code ec;
   if (fs::exists(host, ec)) return Status::IOError(std::string(path) + ": already exists");
   if (!fs::create_directory(host, ec) || ec) {
-    return Status::IOError(std::string(path) + ": cannot create folder " + host.string() + ": " +
-                           (ec ? ec.message() : "not created"));
+    return Status::IOError(std::string(path) + ": cannot create folder " + Utf8FromPath(host) +
+                           ": " + (ec ? ec.message() : "not created"));
   }
   return Status::Ok();
 }

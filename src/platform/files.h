@@ -75,6 +75,35 @@ FileLayer& SystemFiles();
 // Temporary name beside `target`: ".~" + name + ".tmp" in the target's folder.
 std::string TempNameBeside(const std::string& target);
 
+// A file being replaced whole: bytes go to TempNameBeside(target); Commit() flushes them
+// to disk, closes the file, renames it over the target and flushes the folder. Until then
+// the target is untouched, and destroying the object without a successful Commit() removes
+// the temporary file. The first error is kept and returned by every later call.
+class FileReplacement {
+ public:
+  static Result<std::unique_ptr<FileReplacement>> Create(FileLayer& files,
+                                                         const std::string& target);
+  ~FileReplacement();
+  FileReplacement(const FileReplacement&) = delete;
+  FileReplacement& operator=(const FileReplacement&) = delete;
+
+  Status Write(std::span<const uint8_t> bytes);
+  Status Commit();
+  const std::string& temp_path() const { return temp_; }
+
+ private:
+  FileReplacement(FileLayer& files, std::string target, std::string temp,
+                  std::unique_ptr<File> file);
+
+  FileLayer& files_;
+  std::string target_;
+  std::string temp_;
+  std::unique_ptr<File> file_;  // null once closed
+  uint64_t written_ = 0;
+  bool committed_ = false;
+  Status error_;
+};
+
 // Writes `content` to a temporary file beside `target`, flushes it, renames it over the
 // target and flushes the folder; on failure the target is untouched and the temporary file
 // removed.

@@ -1,10 +1,11 @@
 #include "platform/host_path.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <system_error>
 
+#include "platform/environment.h"
 #include "platform/text_case.h"
+#include "platform/utf8_path.h"
 
 namespace px {
 namespace fs = std::filesystem;
@@ -48,7 +49,7 @@ std::string FindEntryIgnoringCase(const fs::path& dir, std::string_view name) {
   for (; it != fs::directory_iterator() && scanned < kMaxEntriesScanned; it.increment(ec)) {
     if (ec) break;
     ++scanned;
-    std::string entry = it->path().filename().string();
+    std::string entry = Utf8FromPath(it->path().filename());
     if (FoldCase(entry) == wanted && (best.empty() || entry < best)) best = std::move(entry);
   }
   return best;
@@ -56,17 +57,17 @@ std::string FindEntryIgnoringCase(const fs::path& dir, std::string_view name) {
 
 Result<fs::path> DefaultDriveC() {
   fs::path base;
-  if (const char* xdg = std::getenv("XDG_DATA_HOME"); xdg && *xdg) {
-    base = xdg;
-  } else if (const char* home = std::getenv("HOME"); home && *home) {
-    base = fs::path(home) / ".local" / "share";
+  if (auto xdg = GetEnv("XDG_DATA_HOME"); xdg && !xdg->empty()) {
+    base = PathFromUtf8(*xdg);
+  } else if (auto home = GetEnv("HOME"); home && !home->empty()) {
+    base = PathFromUtf8(*home) / ".local" / "share";
   } else {
     return Status::NotFound("drive C: has no folder: neither PERGONIX_DRIVES nor HOME is set");
   }
   fs::path root = base / "pergonix-yedek" / "C";
   std::error_code ec;
   fs::create_directories(root, ec);
-  if (ec) return Status::IOError("cannot create " + root.string() + ": " + ec.message());
+  if (ec) return Status::IOError("cannot create " + Utf8FromPath(root) + ": " + ec.message());
   return root;
 }
 
@@ -91,7 +92,7 @@ Result<std::vector<DriveMapping>> ParseDriveMap(std::string_view map_text) {
     }
     const char up = UpperLetter(letter[0]);
     if (std::none_of(map.begin(), map.end(), [&](const auto& m) { return m.letter == up; })) {
-      map.push_back({up, fs::path(std::string(folder))});
+      map.push_back({up, PathFromUtf8(folder)});
     }
   }
   return map;
@@ -104,13 +105,17 @@ bool IsDrivePath(std::string_view path) {
 
 Result<fs::path> DriveRoot(char letter) {
   const char up = UpperLetter(letter);
-  const char* map_text = std::getenv(kDriveMapVariable);
-  if (map_text == nullptr) {
+  const auto map_text = GetEnv(kDriveMapVariable);
+  if (!map_text) {
+#ifdef _WIN32
+    return PathFromUtf8(std::string(1, up) + ":\\");
+#else
     if (up == 'C') return DefaultDriveC();
+#endif
     return Status::NotFound(std::string("drive ") + up + ": is not mapped (set " +
                             kDriveMapVariable + ")");
   }
-  PX_ASSIGN_OR_RETURN(auto map, ParseDriveMap(map_text));
+  PX_ASSIGN_OR_RETURN(auto map, ParseDriveMap(*map_text));
   for (const auto& m : map) {
     if (m.letter == up) return m.root;
   }
@@ -149,12 +154,12 @@ fs::path ResolveBelow(const fs::path& root, std::string_view rest) {
 
 Result<fs::path> ToHostPath(std::string_view path) {
 #ifdef _WIN32
-  return fs::path(std::string(path));
-#else
-  if (!IsDrivePath(path)) return fs::path(std::string(path));
+  // Drive letters are the system's own unless a map is given (tests give one).
+  if (!GetEnv(kDriveMapVariable)) return PathFromUtf8(path);
+#endif
+  if (!IsDrivePath(path)) return PathFromUtf8(path);
   PX_ASSIGN_OR_RETURN(fs::path root, DriveRoot(path[0]));
   return ResolveBelow(root, path.substr(2));
-#endif
 }
 
 }  // namespace px

@@ -6,7 +6,8 @@
 // ($XDG_DATA_HOME or ~/.local/share, then "pergonix-yedek/C"), created on first use.
 // Each existing component is matched case-insensitively against the directory's entries,
 // as Windows does; components that do not exist keep the spelling given. Repeated
-// separators act as one; "\" and "/" both separate. On Windows the map is the identity.
+// separators act as one; "\" and "/" both separate. On Windows drive letters are the
+// system's own when PERGONIX_DRIVES is unset, and mapped like everywhere else when it is set.
 
 #include <filesystem>
 #include <string>

@@ -5,9 +5,11 @@
 #include <optional>
 #include <vector>
 
-#include "platform/atomic_file.h"
 #include "platform/codepage.h"
+#include "platform/environment.h"
+#include "platform/files.h"
 #include "platform/text_case.h"
+#include "platform/utf8_path.h"
 
 namespace px {
 namespace {
@@ -121,13 +123,13 @@ std::string_view LineEnding(std::string_view raw) {
 }  // namespace
 
 Result<int> AnsiCodePage() {
-  const char* env = std::getenv(kAnsiCodePageVariable);
-  if (env == nullptr || *env == '\0') return 1254;
-  std::string_view text(env);
+  const auto env = GetEnv(kAnsiCodePageVariable);
+  if (!env || env->empty()) return 1254;
+  std::string_view text(*env);
   int cp = 0;
   auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), cp);
   if (ec != std::errc() || end != text.data() + text.size() || !IsSupportedCodePage(cp)) {
-    return Status::InvalidArgument(std::string(kAnsiCodePageVariable) + "=" + env +
+    return Status::InvalidArgument(std::string(kAnsiCodePageVariable) + "=" + *env +
                                    ": code page not supported (1254 or 1252)");
   }
   return cp;
@@ -149,7 +151,7 @@ Result<std::string> ReadProfileString(std::string_view section, std::string_view
                                       std::string_view default_value,
                                       const std::filesystem::path& file, size_t buffer_size) {
   PX_ASSIGN_OR_RETURN(int code_page, AnsiCodePage());
-  auto raw = ReadWholeFile(file);
+  auto raw = platform::ReadFileWhole(platform::SystemFiles(), Utf8FromPath(file));
   if (!raw.ok() && !raw.status().IsNotFound()) return raw.status();
   return LookUpProfileString(raw.ok() ? std::string_view(*raw) : std::string_view(), code_page,
                              section, key, default_value, buffer_size);
@@ -158,7 +160,8 @@ Result<std::string> ReadProfileString(std::string_view section, std::string_view
 Status WriteProfileString(std::string_view section, std::string_view key, std::string_view value,
                           const std::filesystem::path& file) {
   PX_ASSIGN_OR_RETURN(int code_page, AnsiCodePage());
-  const std::string where = file.string() + " [" + std::string(section) + "] " + std::string(key);
+  const std::string where =
+      Utf8FromPath(file) + " [" + std::string(section) + "] " + std::string(key);
   auto enc = [&](std::string_view text) -> Result<std::string> {
     auto r = EncodeCodePage(code_page, text);
     if (!r.ok()) return r.status().WithContext(where);
@@ -169,7 +172,8 @@ Status WriteProfileString(std::string_view section, std::string_view key, std::s
   PX_ASSIGN_OR_RETURN(std::string value_bytes, enc(value));
 
   std::string raw;
-  if (auto existing = ReadWholeFile(file); existing.ok()) {
+  if (auto existing = platform::ReadFileWhole(platform::SystemFiles(), Utf8FromPath(file));
+      existing.ok()) {
     raw = std::move(*existing);
   } else if (!existing.status().IsNotFound()) {
     return existing.status();
@@ -199,7 +203,7 @@ Status WriteProfileString(std::string_view section, std::string_view key, std::s
     if (!out.empty() && out.back() != '\n') out += eol;
     out += "[" + section_bytes + "]" + eol + key_bytes + "=" + value_bytes + eol;
   }
-  return WriteFileAtomically(file, out);
+  return platform::ReplaceFileWhole(platform::SystemFiles(), Utf8FromPath(file), out);
 }
 
 }  // namespace px

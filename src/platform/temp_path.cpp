@@ -1,22 +1,24 @@
 #include "platform/temp_path.h"
 
-#include <cstdlib>
+#include "platform/environment.h"
 
 #ifdef _WIN32
 #include <windows.h>
+
+#include "platform/win_text.h"
 #endif
 
 namespace px {
 
 std::string TempPath() {
 #ifdef _WIN32
-  char buffer[MAX_PATH + 1];
-  DWORD n = GetTempPathA(sizeof buffer, buffer);
-  if (n > 0 && n < sizeof buffer) return std::string(buffer, n);
+  wchar_t buffer[MAX_PATH + 2];
+  const DWORD n = GetTempPathW(MAX_PATH + 1, buffer);
+  if (n > 0 && n <= MAX_PATH + 1) return win::Narrow(std::wstring_view(buffer, n));
   return "C:\\";
 #else
-  const char* dir = std::getenv("TMPDIR");
-  std::string path = (dir && *dir) ? dir : "/tmp";
+  const auto dir = GetEnv("TMPDIR");
+  std::string path = (dir && !dir->empty()) ? *dir : "/tmp";
   if (path.back() != '/') path += '/';
   return path;
 #endif

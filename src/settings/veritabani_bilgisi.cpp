@@ -2,11 +2,12 @@
 
 #include <ctime>
 
-#include "platform/atomic_file.h"
 #include "platform/codepage.h"
+#include "platform/files.h"
 #include "platform/host_path.h"
 #include "platform/profile.h"
 #include "platform/text_case.h"
+#include "platform/utf8_path.h"
 #include "settings/hata_mesaji.h"
 #include "settings/ini.h"
 #include "settings/sirket_kaydi.h"
@@ -89,7 +90,8 @@ void clsVeritabaniBilgisi::KonumBilgisiPergoINI() {
   if (!host.ok()) return hata(host.status());
   // The record is the first 120 bytes; a shorter or missing file leaves NULs.
   std::string kayit(kPergoKayitUzunlugu, '\0');
-  auto icerik = ReadWholeFile(*host, size_t{64} << 20);
+  auto icerik =
+      platform::ReadFileWhole(platform::SystemFiles(), Utf8FromPath(*host), size_t{64} << 20);
   if (icerik.ok()) {
     icerik->copy(kayit.data(), std::min(icerik->size(), kayit.size()));
   } else if (!icerik.status().IsNotFound()) {

@@ -4,13 +4,13 @@
 // replaces its target only when committed). Memory use never depends on the file size.
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "core/result.h"
 #include "core/status.h"
+#include "platform/files.h"
 
 namespace px::xbf {
 
@@ -41,16 +41,14 @@ class MemoryInput : public ByteInput {
 class FileInput : public ByteInput {
  public:
   // Opens `path` for reading; NotFound / IOError naming the path.
-  static Result<std::unique_ptr<FileInput>> Open(const std::string& path);
-  ~FileInput() override;
-  FileInput(const FileInput&) = delete;
-  FileInput& operator=(const FileInput&) = delete;
+  static Result<std::unique_ptr<FileInput>> Open(
+      const std::string& path, platform::FileLayer& files = platform::SystemFiles());
   Result<size_t> Read(uint8_t* buf, size_t n) override;
 
  private:
-  FileInput(std::FILE* f, std::string path) : file_(f), path_(std::move(path)) {}
-  std::FILE* file_;
-  std::string path_;
+  explicit FileInput(std::unique_ptr<platform::File> file) : file_(std::move(file)) {}
+  std::unique_ptr<platform::File> file_;
+  uint64_t pos_ = 0;
 };
 
 class StringSink : public ByteSink {
@@ -65,30 +63,20 @@ class StringSink : public ByteSink {
   std::string data_;
 };
 
-// Writes to a temporary file in the target's folder; Commit() flushes it to disk and renames
-// it over the target. Until then the target is untouched, and a file that is destroyed
-// without a successful Commit() removes its temporary file.
+// A sink that replaces its target whole (platform::FileReplacement): the target changes
+// only when Commit() succeeds; otherwise the temporary file is removed.
 class ReplacingFile : public ByteSink {
  public:
-  static Result<std::unique_ptr<ReplacingFile>> Create(const std::string& target);
-  ~ReplacingFile() override;
-  ReplacingFile(const ReplacingFile&) = delete;
-  ReplacingFile& operator=(const ReplacingFile&) = delete;
-
+  static Result<std::unique_ptr<ReplacingFile>> Create(
+      const std::string& target, platform::FileLayer& files = platform::SystemFiles());
   Status Write(std::string_view bytes) override;
-  Status Commit();
-  const std::string& temp_path() const { return temp_path_; }
+  Status Commit() { return file_->Commit(); }
+  const std::string& temp_path() const { return file_->temp_path(); }
 
  private:
-  ReplacingFile(int fd, std::string target, std::string temp)
-      : fd_(fd), target_(std::move(target)), temp_path_(std::move(temp)) {}
-  void Discard();
-
-  int fd_;
-  std::string target_;
-  std::string temp_path_;
-  bool committed_ = false;
-  Status error_;  // the first write error; later calls return it again
+  explicit ReplacingFile(std::unique_ptr<platform::FileReplacement> file)
+      : file_(std::move(file)) {}
+  std::unique_ptr<platform::FileReplacement> file_;
 };
 
 }  // namespace px::xbf

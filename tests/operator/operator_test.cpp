@@ -40,10 +40,11 @@ TEST(ConsoleOperator, EvetAnswersYesNoWithYesAndRetryCancelWithCancel) {
   EXPECT_NE(c.out.str().find("-> Evet (--evet)"), std::string::npos);
 }
 
-TEST(ConsoleOperator, WithoutTerminalTheDefaultButtonAnswers) {
+TEST(ConsoleOperator, WithoutTerminalTheDefaultButtonAnswersButRetryIsNeverLooped) {
   Console c("6\nEvet\n", false, false);
   EXPECT_EQ(c.op.Ask(Question()), Answer::kNo);
-  EXPECT_EQ(c.op.Ask({"x", "y", Icon::kNone, Buttons::kRetryCancel, 1}), Answer::kRetry);
+  EXPECT_EQ(c.op.Ask({"x", "y", Icon::kNone, Buttons::kRetryCancel, 1}), Answer::kCancel);
+  EXPECT_EQ(c.op.Ask({"x", "y", Icon::kNone, Buttons::kOkCancel, 1}), Answer::kOk);
   EXPECT_NE(c.out.str().find("-> Hayır (varsayılan)"), std::string::npos);
 }
 

@@ -2,12 +2,13 @@
 // Test scaffolding: a fresh host folder removed at the end of the test, files written as
 // raw bytes, and environment variables set for the scope of a test.
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <random>
 #include <string>
+
+#include "platform/environment.h"
 
 namespace px::testing {
 
@@ -54,26 +55,16 @@ inline std::string ReadAll(const std::filesystem::path& p) {
 // Sets (or with nullopt unsets) an environment variable; restores it at scope end.
 class ScopedEnv {
  public:
-  ScopedEnv(const char* name, std::optional<std::string> value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    if (value) {
-      setenv(name, value->c_str(), 1);
-    } else {
-      unsetenv(name);
-    }
+  ScopedEnv(const char* name, std::optional<std::string> value)
+      : name_(name), old_(::px::GetEnv(name)) {
+    (void)::px::SetEnv(name_, value);
   }
-  ~ScopedEnv() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
+  ~ScopedEnv() { (void)::px::SetEnv(name_, old_); }
   ScopedEnv(const ScopedEnv&) = delete;
   ScopedEnv& operator=(const ScopedEnv&) = delete;
 
  private:
-  const char* name_;
+  std::string name_;
   std::optional<std::string> old_;
 };
 

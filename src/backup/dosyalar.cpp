@@ -1,0 +1,312 @@
+#include "backup/dosyalar.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "platform/host_path.h"
+
+namespace px::backup {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr size_t kParca = size_t{1} << 20;
+
+Status Hata(const std::string& islem, const std::string& yol, int err) {
+  const std::string metin = islem + " " + yol + ": " + std::strerror(err);
+  return err == ENOENT ? Status::NotFound(metin) : Status::IOError(metin);
+}
+
+Result<std::string> Host(const std::string& yol) {
+  PX_ASSIGN_OR_RETURN(fs::path host, ToHostPath(yol));
+  return host.string();
+}
+
+class HostFile final : public platform::File {
+ public:
+  HostFile(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
+  ~HostFile() override { ::close(fd_); }
+
+  Result<size_t> ReadAt(uint64_t offset, std::span<uint8_t> buf) override {
+    PX_RETURN_IF_ERROR(hata_);
+    size_t done = 0;
+    while (done < buf.size()) {
+      const ssize_t n = ::pread(fd_, buf.data() + done, buf.size() - done, off_t(offset + done));
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) return Keep(Hata("cannot read", path_, errno));
+      if (n == 0) break;
+      done += size_t(n);
+    }
+    return done;
+  }
+  Status WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override {
+    PX_RETURN_IF_ERROR(hata_);
+    size_t done = 0;
+    while (done < bytes.size()) {
+      const ssize_t n =
+          ::pwrite(fd_, bytes.data() + done, bytes.size() - done, off_t(offset + done));
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) return Keep(Hata("cannot write", path_, errno));
+      done += size_t(n);
+    }
+    return Status::Ok();
+  }
+  Status Append(std::span<const uint8_t> bytes) override {
+    PX_ASSIGN_OR_RETURN(uint64_t end, Size());
+    return WriteAt(end, bytes);
+  }
+  Result<uint64_t> Size() override {
+    PX_RETURN_IF_ERROR(hata_);
+    struct stat st {};
+    if (::fstat(fd_, &st) != 0) return Keep(Hata("cannot size", path_, errno));
+    return uint64_t(st.st_size);
+  }
+  Status Truncate(uint64_t size) override {
+    PX_RETURN_IF_ERROR(hata_);
+    if (::ftruncate(fd_, off_t(size)) != 0) return Keep(Hata("cannot truncate", path_, errno));
+    return Status::Ok();
+  }
+  Status Sync() override {
+    PX_RETURN_IF_ERROR(hata_);
+    if (::fsync(fd_) != 0) return Keep(Hata("cannot flush", path_, errno));
+    return Status::Ok();
+  }
+  const std::string& path() const override { return path_; }
+
+ private:
+  Status Keep(Status st) {
+    hata_ = st;
+    return st;
+  }
+  int fd_;
+  std::string path_;
+  Status hata_;
+};
+
+void SyncFolder(const std::string& host_folder) {
+  const int fd = ::open(host_folder.empty() ? "." : host_folder.c_str(), O_RDONLY | O_DIRECTORY);
+  if (fd < 0) return;
+  (void)::fsync(fd);
+  ::close(fd);
+}
+
+class HostFileLayer final : public platform::FileLayer {
+ public:
+  Result<std::unique_ptr<platform::File>> Open(const std::string& path,
+                                               platform::OpenMode mode) override {
+    PX_ASSIGN_OR_RETURN(std::string host, Host(path));
+    int flags = O_CLOEXEC;
+    switch (mode) {
+      case platform::OpenMode::kRead:
+        flags |= O_RDONLY;
+        break;
+      case platform::OpenMode::kReadWrite:
+        flags |= O_RDWR;
+        break;
+      case platform::OpenMode::kCreateNew:
+        flags |= O_RDWR | O_CREAT | O_EXCL;
+        break;
+      case platform::OpenMode::kCreateAlways:
+        flags |= O_RDWR | O_CREAT | O_TRUNC;
+        break;
+    }
+    const int fd = ::open(host.c_str(), flags, 0644);
+    if (fd < 0) return Hata("cannot open", path, errno);
+    return std::unique_ptr<platform::File>(std::make_unique<HostFile>(fd, path));
+  }
+  Status Rename(const std::string& temp, const std::string& target) override {
+    PX_ASSIGN_OR_RETURN(std::string from, Host(temp));
+    PX_ASSIGN_OR_RETURN(std::string to, Host(target));
+    if (::rename(from.c_str(), to.c_str()) != 0) return Hata("cannot rename to", target, errno);
+    SyncFolder(fs::path(to).parent_path().string());
+    return Status::Ok();
+  }
+  Status Remove(const std::string& path) override {
+    PX_ASSIGN_OR_RETURN(std::string host, Host(path));
+    if (::unlink(host.c_str()) != 0 && errno != ENOENT) return Hata("cannot delete", path, errno);
+    return Status::Ok();
+  }
+  bool Exists(const std::string& path) override {
+    auto host = Host(path);
+    std::error_code ec;
+    return host.ok() && fs::exists(*host, ec);
+  }
+  Result<std::vector<platform::FolderEntry>> List(const std::string& folder) override {
+    PX_ASSIGN_OR_RETURN(std::string host, Host(folder));
+    std::error_code ec;
+    fs::directory_iterator it(host, ec);
+    if (ec) {
+      return ec == std::errc::no_such_file_or_directory
+                 ? Status::NotFound(folder + " not found")
+                 : Status::IOError("cannot list " + folder + ": " + ec.message());
+    }
+    std::vector<platform::FolderEntry> out;
+    for (; it != fs::directory_iterator(); it.increment(ec)) {
+      platform::FolderEntry e;
+      e.name = it->path().filename().string();
+      e.is_folder = it->is_directory(ec);
+      if (!e.is_folder) e.size = it->file_size(ec);
+      out.push_back(std::move(e));
+    }
+    if (ec) return Status::IOError("cannot list " + folder + ": " + ec.message());
+    return out;
+  }
+  Status CreateFolder(const std::string& path) override {
+    PX_ASSIGN_OR_RETURN(std::string host, Host(path));
+    if (::mkdir(host.c_str(), 0755) != 0 && errno != EEXIST) {
+      return Hata("cannot create folder", path, errno);
+    }
+    return Status::Ok();
+  }
+  Result<std::unique_ptr<platform::FileLock>> LockExclusive(const std::string& path) override {
+    return Status::NotSupported("no file locks in the backup's file layer: " + path);
+  }
+};
+
+}  // namespace
+
+platform::FileLayer& HostFiles() {
+  static HostFileLayer layer;
+  return layer;
+}
+
+std::string_view KlasorKismi(std::string_view yol) {
+  const size_t p = yol.find_last_of("\\/");
+  return p == std::string_view::npos ? std::string_view() : yol.substr(0, p);
+}
+
+std::string_view AdKismi(std::string_view yol) {
+  const size_t p = yol.find_last_of("\\/");
+  return p == std::string_view::npos ? yol : yol.substr(p + 1);
+}
+
+std::string Birlestir(std::string_view klasor, std::string_view ad) {
+  std::string out(klasor);
+  if (!out.empty() && out.back() != '\\' && out.back() != '/') out += '\\';
+  out += ad;
+  return out;
+}
+
+std::string GeciciAd(std::string_view hedef) {
+  const std::string ad = ".~" + std::string(AdKismi(hedef)) + ".tmp";
+  const std::string_view klasor = KlasorKismi(hedef);
+  if (klasor.empty() && AdKismi(hedef).size() == hedef.size()) return ad;
+  return std::string(hedef.substr(0, klasor.size() + 1)) + ad;
+}
+
+bool GeciciAdMi(std::string_view ad) {
+  return ad.size() >= 6 && ad.substr(0, 2) == ".~" && ad.substr(ad.size() - 4) == ".tmp";
+}
+
+bool DiskDoluMu(const Status& st) {
+  if (st.ok()) return false;
+  const std::string& m = st.message();
+  return m.find(std::strerror(ENOSPC)) != std::string::npos ||
+         m.find("No space left on device") != std::string::npos ||
+         m.find("not enough space on the disk") != std::string::npos;
+}
+
+YerineGecenDosya::YerineGecenDosya(platform::FileLayer& files, std::string hedef,
+                                   std::string gecici, std::unique_ptr<platform::File> dosya)
+    : files_(files), hedef_(std::move(hedef)), gecici_(std::move(gecici)), dosya_(std::move(dosya)) {}
+
+Result<std::unique_ptr<YerineGecenDosya>> YerineGecenDosya::Ac(platform::FileLayer& files,
+                                                               const std::string& hedef) {
+  std::string gecici = GeciciAd(hedef);
+  PX_ASSIGN_OR_RETURN(auto dosya, files.Open(gecici, platform::OpenMode::kCreateAlways));
+  return std::unique_ptr<YerineGecenDosya>(
+      new YerineGecenDosya(files, hedef, std::move(gecici), std::move(dosya)));
+}
+
+YerineGecenDosya::~YerineGecenDosya() {
+  if (!bitti_) {
+    dosya_.reset();
+    (void)files_.Remove(gecici_);
+  }
+}
+
+Status YerineGecenDosya::Write(std::string_view bytes) {
+  PX_RETURN_IF_ERROR(hata_);
+  tampon_.append(bytes);
+  if (tampon_.size() >= kParca) {
+    hata_ = dosya_->WriteAt(yazilan_, {reinterpret_cast<const uint8_t*>(tampon_.data()),
+                                       tampon_.size()});
+    yazilan_ += tampon_.size();
+    tampon_.clear();
+  }
+  return hata_;
+}
+
+Status YerineGecenDosya::Commit() {
+  PX_RETURN_IF_ERROR(hata_);
+  if (!tampon_.empty()) {
+    hata_ = dosya_->WriteAt(yazilan_, {reinterpret_cast<const uint8_t*>(tampon_.data()),
+                                       tampon_.size()});
+    PX_RETURN_IF_ERROR(hata_);
+    yazilan_ += tampon_.size();
+    tampon_.clear();
+  }
+  hata_ = dosya_->Sync();
+  PX_RETURN_IF_ERROR(hata_);
+  dosya_.reset();
+  hata_ = files_.Rename(gecici_, hedef_);
+  PX_RETURN_IF_ERROR(hata_);
+  bitti_ = true;
+  return Status::Ok();
+}
+
+Result<std::unique_ptr<KatmanGirdisi>> KatmanGirdisi::Ac(platform::FileLayer& files,
+                                                         const std::string& yol) {
+  PX_ASSIGN_OR_RETURN(auto dosya, files.Open(yol, platform::OpenMode::kRead));
+  return std::unique_ptr<KatmanGirdisi>(new KatmanGirdisi(std::move(dosya)));
+}
+
+Result<size_t> KatmanGirdisi::Read(uint8_t* buf, size_t n) {
+  PX_ASSIGN_OR_RETURN(size_t got, dosya_->ReadAt(konum_, {buf, n}));
+  konum_ += got;
+  return got;
+}
+
+Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak,
+                    const std::string& hedef) {
+  PX_ASSIGN_OR_RETURN(auto girdi, KatmanGirdisi::Ac(files, kaynak));
+  PX_ASSIGN_OR_RETURN(auto cikti, YerineGecenDosya::Ac(files, hedef));
+  std::string parca(kParca, '\0');
+  for (;;) {
+    PX_ASSIGN_OR_RETURN(size_t n, girdi->Read(reinterpret_cast<uint8_t*>(parca.data()), kParca));
+    if (n == 0) break;
+    PX_RETURN_IF_ERROR(cikti->Write(std::string_view(parca.data(), n)));
+  }
+  return cikti->Commit();
+}
+
+Result<std::string> TumunuOku(platform::FileLayer& files, const std::string& yol,
+                              size_t en_fazla) {
+  PX_ASSIGN_OR_RETURN(auto dosya, files.Open(yol, platform::OpenMode::kRead));
+  PX_ASSIGN_OR_RETURN(uint64_t boy, dosya->Size());
+  if (boy > en_fazla) {
+    return Status::InvalidArgument(yol + " is larger than " + std::to_string(en_fazla) + " bytes");
+  }
+  std::string metin(size_t(boy), '\0');
+  PX_ASSIGN_OR_RETURN(size_t n, dosya->ReadAt(0, {reinterpret_cast<uint8_t*>(metin.data()),
+                                                  metin.size()}));
+  metin.resize(n);
+  return metin;
+}
+
+Status ArtiklariTemizle(platform::FileLayer& files, const std::string& klasor) {
+  auto liste = files.List(klasor);
+  if (!liste.ok()) return liste.status().IsNotFound() ? Status::Ok() : liste.status();
+  for (const auto& e : *liste) {
+    if (!e.is_folder && GeciciAdMi(e.name)) PX_RETURN_IF_ERROR(files.Remove(Birlestir(klasor, e.name)));
+  }
+  return Status::Ok();
+}
+
+}  // namespace px::backup

@@ -1,0 +1,29 @@
+#pragma once
+// SHA-256 (FIPS 180-4), fed in pieces: the checksums of a backup package's manifest.
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace px {
+
+class Sha256 {
+ public:
+  Sha256();
+  void Update(std::string_view bytes);
+  // The digest as 64 lower-case hexadecimal digits; the object is spent afterwards.
+  std::string HexDigest();
+
+ private:
+  void Block(const uint8_t* p);
+
+  std::array<uint32_t, 8> h_;
+  std::array<uint8_t, 64> buf_{};
+  size_t used_ = 0;
+  uint64_t total_ = 0;
+};
+
+std::string Sha256Hex(std::string_view bytes);
+
+}  // namespace px

@@ -1,0 +1,18 @@
+// The Access pool: kept apart from access_database.cpp so that programs using only the
+// adapter need not link the engine's writer.
+#include "db/access_database.h"
+#include "db/database_pool.h"
+
+namespace px::db {
+
+std::unique_ptr<DatabasePool> NewAccessDatabasePool(platform::FileLayer& files) {
+  return NewDatabasePool([&files](const std::string& host_path, const std::string& display,
+                                  bool create) -> Result<std::unique_ptr<Database>> {
+    auto writer = create ? jet::Writer::Create(files, host_path, display)
+                         : jet::Writer::Open(files, host_path, display);
+    if (!writer.ok()) return writer.status();
+    return AccessDatabaseOver(std::move(*writer));
+  });
+}
+
+}  // namespace px::db

@@ -1,0 +1,17 @@
+#include "db/field_index.h"
+
+#include <string>
+
+#include "platform/text_case.h"
+
+namespace px::db {
+
+Result<size_t> FieldIndex(const RowSource& rows, std::string_view name, std::string_view what) {
+  const auto& fields = rows.fields();
+  for (size_t i = 0; i < fields.size(); ++i) {
+    if (EqualsIgnoreCase(fields[i].name, name)) return i;
+  }
+  return Status::InvalidArgument(std::string(what) + " has no column " + std::string(name));
+}
+
+}  // namespace px::db

@@ -1,0 +1,80 @@
+#pragma once
+// The statements that change a module database, as the restore builds them for both
+// backends, parsed so that our own Access engine can run them:
+//   DELETE FROM t
+//   INSERT INTO t (a, [Key], c, d) Values ('x', 1, Null, CAST('1,234.56' AS MONEY))
+//   UPDATE t SET k = '005' + MID(k,4,3), c = '005' WHERE c = '001'
+//   UPDATE t SET k = MID(k, 1, 2) + '005' WHERE MID(k, 3, 3) = '001'
+// SUBSTRING(s, start, length) is the same function as MID; conditions may be joined with
+// AND. Keywords and names are case-insensitive, names may be bracketed. Anything else is
+// refused with a message that quotes the statement.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "core/result.h"
+
+namespace px::db {
+
+struct SqlExpr {
+  enum class Kind {
+    kNull,    // Null
+    kText,    // 'text'
+    kNumber,  // 12, -1.5, 2E3
+    kMoney,   // CAST('1,234.56' AS MONEY): `text` is the quoted number
+    kColumn,  // a column name
+    kMid,     // MID(args[0], start[, length]) / SUBSTRING(args[0], start, length)
+    kConcat,  // args[0] + args[1]
+  };
+  Kind kind = Kind::kNull;
+  std::string text;
+  std::vector<SqlExpr> args;
+  int64_t start = 0;
+  std::optional<int64_t> length;
+
+  bool IsLiteral() const {
+    return kind == Kind::kNull || kind == Kind::kText || kind == Kind::kNumber ||
+           kind == Kind::kMoney;
+  }
+};
+
+// `left` = 'literal' | number; `left` is a column or a MID of one.
+struct WhereCondition {
+  SqlExpr left;
+  std::string literal;
+  bool quoted = false;
+};
+
+struct DeleteStatement {
+  std::string table;
+};
+
+struct InsertStatement {
+  std::string table;
+  std::vector<std::string> columns;
+  std::vector<SqlExpr> values;  // literals, one per column
+};
+
+struct Assignment {
+  std::string column;
+  SqlExpr value;
+};
+
+struct UpdateStatement {
+  std::string table;
+  std::vector<Assignment> set;
+  std::vector<WhereCondition> where;  // all must hold; empty: every row
+};
+
+using WriteStatement = std::variant<DeleteStatement, InsertStatement, UpdateStatement>;
+
+Result<WriteStatement> ParseWriteStatement(std::string_view sql);
+
+// The expression as SQL text, for messages: "MID(k, 4, 3)", "'005' + MID(k, 4, 3)".
+std::string ExprText(const SqlExpr& e);
+
+}  // namespace px::db

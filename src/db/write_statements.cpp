@@ -1,0 +1,311 @@
+#include "db/write_statements.h"
+
+#include <optional>
+
+#include "db/jet_criteria.h"
+#include "db/jet_text.h"
+#include "db/select_sql.h"
+#include "db/text_of.h"
+#include "db/write_sql.h"
+#include "platform/text_case.h"
+
+namespace px::db {
+namespace {
+
+bool IsTextColumn(const FieldInfo& f) {
+  return f.ado_type == ado::kVarWChar || f.ado_type == ado::kLongVarWChar ||
+         f.ado_type == ado::kWChar || f.ado_type == ado::kVarChar ||
+         f.ado_type == ado::kLongVarChar || f.ado_type == ado::kChar;
+}
+
+Status ColumnError(const std::string& table, const FieldInfo& field, const Status& why) {
+  return why.WithContext("table " + table + ", column " + field.name);
+}
+
+// What Jet checks of a value before the row is written; Null becomes No in Yes/No columns.
+Status CheckColumnValue(const std::string& table, const FieldInfo& field, Value& value) {
+  if (IsNull(value)) {
+    if (field.ado_type == ado::kBoolean) {
+      value = false;
+    } else if (field.required && !field.autonumber) {
+      return Status::InvalidArgument("table " + table + ", column " + field.name +
+                                     ": the column is Required and cannot be Null");
+    }
+    return Status::Ok();
+  }
+  if (auto* s = std::get_if<std::string>(&value); s && IsTextColumn(field)) {
+    if (s->empty() && !field.allow_zero_length) {
+      return Status::InvalidArgument("table " + table + ", column " + field.name +
+                                     ": the column does not allow a zero-length text");
+    }
+    const size_t length = Utf8Length(*s);
+    if (field.ado_type == ado::kVarWChar && field.size > 0 && length > size_t(field.size)) {
+      return Status::InvalidArgument("table " + table + ", column " + field.name + ": '" + *s +
+                                     "' has " + std::to_string(length) +
+                                     " characters, more than the column's " +
+                                     std::to_string(field.size));
+    }
+  }
+  return Status::Ok();
+}
+
+// A literal of a statement as the column's value.
+Result<Value> LiteralValue(const std::string& table, const FieldInfo& field, const SqlExpr& e) {
+  Result<Value> v = Value(Null{});
+  switch (e.kind) {
+    case SqlExpr::Kind::kNull:
+      break;
+    case SqlExpr::Kind::kText:
+    case SqlExpr::Kind::kNumber:
+      v = ValueFromText(field, e.text);
+      break;
+    case SqlExpr::Kind::kMoney: {
+      // CAST(... AS MONEY) makes a Currency first, which the column then takes.
+      FieldInfo money;
+      money.ado_type = ado::kCurrency;
+      v = ValueFromText(money, e.text, NumberForm::kMoney);
+      if (v.ok()) v = CoerceToColumn(field, *v);
+      break;
+    }
+    default:
+      return Status::InvalidArgument("table " + table + ", column " + field.name + ": " +
+                                     ExprText(e) + " is not a value");
+  }
+  if (!v.ok()) return ColumnError(table, field, v.status());
+  return v;
+}
+
+// Characters `start` (1-based) onwards of UTF-8 text, at most `length` of them.
+std::string Mid(const std::string& s, int64_t start, std::optional<int64_t> length) {
+  size_t begin = 0;
+  for (int64_t skipped = 1; skipped < start && begin < s.size(); ++skipped) {
+    ++begin;
+    while (begin < s.size() && (static_cast<unsigned char>(s[begin]) & 0xC0) == 0x80) ++begin;
+  }
+  size_t end = begin;
+  for (int64_t taken = 0; end < s.size() && (!length || taken < *length); ++taken) {
+    ++end;
+    while (end < s.size() && (static_cast<unsigned char>(s[end]) & 0xC0) == 0x80) ++end;
+  }
+  return s.substr(begin, end - begin);
+}
+
+// An UPDATE made ready against one table: names resolved, '+' checked to join text.
+class PreparedUpdate {
+ public:
+  static Result<PreparedUpdate> Prepare(const UpdateStatement& st, const TableFields& table) {
+    PreparedUpdate p(table);
+    for (const Assignment& a : st.set) {
+      PX_ASSIGN_OR_RETURN(size_t i, FindField(table.fields, a.column, table.name));
+      if (table.fields[i].autonumber) {
+        return Status::InvalidArgument("table " + table.name + ", column " + table.fields[i].name +
+                                       ": an AutoNumber column cannot be updated");
+      }
+      PX_RETURN_IF_ERROR(p.Resolve(a.value));
+      p.set_.push_back({i, &a.value});
+    }
+    for (const WhereCondition& c : st.where) {
+      PX_RETURN_IF_ERROR(p.Resolve(c.left));
+      Condition cond{&c, {}, {c.left.text, c.literal, c.quoted}};
+      if (c.left.kind == SqlExpr::Kind::kColumn) {
+        PX_ASSIGN_OR_RETURN(size_t i, FindField(table.fields, c.left.text, table.name));
+        cond.column = i;
+      }
+      p.where_.push_back(std::move(cond));
+    }
+    return p;
+  }
+
+  Result<bool> Change(Row& row) const {
+    for (const Condition& c : where_) {
+      PX_ASSIGN_OR_RETURN(bool match, Matches(c, row));
+      if (!match) return false;
+    }
+    std::vector<Value> values;
+    values.reserve(set_.size());
+    for (const auto& [i, expr] : set_) {
+      const FieldInfo& field = table_.fields[i];
+      Value v;
+      if (expr->IsLiteral()) {
+        PX_ASSIGN_OR_RETURN(v, LiteralValue(table_.name, field, *expr));
+      } else {
+        PX_ASSIGN_OR_RETURN(Value computed, Evaluate(*expr, row));
+        auto coerced = CoerceToColumn(field, computed);
+        if (!coerced.ok()) return ColumnError(table_.name, field, coerced.status());
+        v = std::move(*coerced);
+      }
+      PX_RETURN_IF_ERROR(CheckColumnValue(table_.name, field, v));
+      values.push_back(std::move(v));
+    }
+    // Every right-hand side sees the row as it was; assign only now.
+    for (size_t k = 0; k < set_.size(); ++k) row[set_[k].first] = std::move(values[k]);
+    return true;
+  }
+
+ private:
+  struct Condition {
+    const WhereCondition* where;
+    std::optional<size_t> column;  // set when the left side is a plain column
+    EqualsCondition equals;
+  };
+
+  explicit PreparedUpdate(const TableFields& table) : table_(table) {}
+
+  // Finds the columns an expression reads; '+' must join text.
+  Status Resolve(const SqlExpr& e) {
+    switch (e.kind) {
+      case SqlExpr::Kind::kColumn: {
+        PX_ASSIGN_OR_RETURN(size_t i, FindField(table_.fields, e.text, table_.name));
+        columns_.emplace_back(&e, i);
+        return Status::Ok();
+      }
+      case SqlExpr::Kind::kMid:
+        return Resolve(e.args[0]);
+      case SqlExpr::Kind::kConcat:
+        for (const SqlExpr& side : e.args) {
+          PX_RETURN_IF_ERROR(Resolve(side));
+          if (!JoinsAsText(side)) {
+            return Status::NotSupported("table " + table_.name + ": " + ExprText(e) +
+                                        " adds a number; '+' is supported between texts only");
+          }
+        }
+        return Status::Ok();
+      default:
+        return Status::Ok();
+    }
+  }
+
+  bool JoinsAsText(const SqlExpr& e) const {
+    switch (e.kind) {
+      case SqlExpr::Kind::kText:
+      case SqlExpr::Kind::kNull:
+      case SqlExpr::Kind::kMid:
+      case SqlExpr::Kind::kConcat:
+        return true;
+      case SqlExpr::Kind::kColumn:
+        return IsTextColumn(table_.fields[ColumnOf(e)]);
+      default:
+        return false;
+    }
+  }
+
+  size_t ColumnOf(const SqlExpr& e) const {
+    for (const auto& [expr, i] : columns_) {
+      if (expr == &e) return i;
+    }
+    return 0;  // every column expression was resolved by Prepare()
+  }
+
+  Result<Value> Evaluate(const SqlExpr& e, const Row& row) const {
+    switch (e.kind) {
+      case SqlExpr::Kind::kNull:
+        return Value(Null{});
+      case SqlExpr::Kind::kText:
+      case SqlExpr::Kind::kNumber:
+      case SqlExpr::Kind::kMoney:
+        return Value(e.text);
+      case SqlExpr::Kind::kColumn:
+        return row[ColumnOf(e)];
+      case SqlExpr::Kind::kMid: {
+        PX_ASSIGN_OR_RETURN(Value v, Evaluate(e.args[0], row));
+        if (IsNull(v)) return v;
+        return Value(Mid(TextOf(v), e.start, e.length));
+      }
+      case SqlExpr::Kind::kConcat: {
+        PX_ASSIGN_OR_RETURN(Value a, Evaluate(e.args[0], row));
+        PX_ASSIGN_OR_RETURN(Value b, Evaluate(e.args[1], row));
+        if (IsNull(a) || IsNull(b)) return Value(Null{});  // '+' passes Null on, unlike '&'
+        return Value(TextOf(a) + TextOf(b));
+      }
+    }
+    return Value(Null{});
+  }
+
+  Result<bool> Matches(const Condition& c, const Row& row) const {
+    if (c.column) return MatchesCondition(table_.fields[*c.column], row[*c.column], c.equals);
+    PX_ASSIGN_OR_RETURN(Value v, Evaluate(c.where->left, row));
+    FieldInfo text;
+    text.name = ExprText(c.where->left);
+    text.ado_type = ado::kVarWChar;
+    return MatchesCondition(text, v, c.equals);
+  }
+
+  const TableFields& table_;
+  std::vector<std::pair<size_t, const SqlExpr*>> set_;
+  std::vector<Condition> where_;
+  std::vector<std::pair<const SqlExpr*, size_t>> columns_;
+};
+
+Result<int64_t> RunDelete(TableStore& store, const DeleteStatement& st) {
+  PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(st.table));
+  PX_ASSIGN_OR_RETURN(uint64_t n, store.DeleteAll(table->name));
+  return int64_t(n);
+}
+
+Result<int64_t> RunInsert(TableStore& store, const InsertStatement& st) {
+  PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(st.table));
+  Row row(table->fields.size(), Value(Null{}));
+  for (size_t k = 0; k < st.columns.size(); ++k) {
+    PX_ASSIGN_OR_RETURN(size_t i, FindField(table->fields, st.columns[k], table->name));
+    PX_ASSIGN_OR_RETURN(row[i], LiteralValue(table->name, table->fields[i], st.values[k]));
+  }
+  for (size_t i = 0; i < row.size(); ++i) {
+    PX_RETURN_IF_ERROR(CheckColumnValue(table->name, table->fields[i], row[i]));
+  }
+  PX_RETURN_IF_ERROR(store.InsertRow(table->name, row));
+  return int64_t{1};
+}
+
+Result<int64_t> RunUpdate(TableStore& store, const UpdateStatement& st) {
+  PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(st.table));
+  PX_ASSIGN_OR_RETURN(PreparedUpdate update, PreparedUpdate::Prepare(st, *table));
+  PX_ASSIGN_OR_RETURN(uint64_t n, store.UpdateRows(table->name, [&update](Row& row) {
+    return update.Change(row);
+  }));
+  return int64_t(n);
+}
+
+}  // namespace
+
+Result<size_t> FindField(const std::vector<FieldInfo>& fields, std::string_view name,
+                         std::string_view table) {
+  const std::string folded = FoldCase(name);
+  for (size_t i = 0; i < fields.size(); ++i) {
+    if (FoldCase(fields[i].name) == folded) return i;
+  }
+  return Status::InvalidArgument("column " + std::string(name) + " not found in table " +
+                                 std::string(table));
+}
+
+Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql) {
+  PX_ASSIGN_OR_RETURN(WriteStatement st, ParseWriteStatement(sql));
+  if (auto* d = std::get_if<DeleteStatement>(&st)) return RunDelete(store, *d);
+  if (auto* i = std::get_if<InsertStatement>(&st)) return RunInsert(store, *i);
+  return RunUpdate(store, std::get<UpdateStatement>(st));
+}
+
+Status InsertByFieldName(TableStore& store, std::string_view table_name,
+                         const std::vector<FieldInfo>& fields, const Row& values) {
+  PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(table_name));
+  if (values.size() != fields.size()) {
+    return Status::InvalidArgument("table " + table->name + ": " + std::to_string(fields.size()) +
+                                   " fields but " + std::to_string(values.size()) + " values");
+  }
+  Row row(table->fields.size(), Value(Null{}));
+  for (size_t k = 0; k < fields.size(); ++k) {
+    auto i = FindField(table->fields, fields[k].name, table->name);
+    if (!i.ok()) {
+      return Status::InvalidArgument("table " + table->name + " has no field " + fields[k].name);
+    }
+    const FieldInfo& field = table->fields[*i];
+    auto v = CoerceToColumn(field, values[k]);
+    if (!v.ok()) return ColumnError(table->name, field, v.status());
+    row[*i] = std::move(*v);
+  }
+  for (size_t i = 0; i < row.size(); ++i) {
+    PX_RETURN_IF_ERROR(CheckColumnValue(table->name, table->fields[i], row[i]));
+  }
+  return store.InsertRow(table->name, row);
+}
+
+}  // namespace px::db

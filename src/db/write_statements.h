@@ -1,0 +1,56 @@
+#pragma once
+// Runs the change statements (db/write_sql.h) and the recordset-style insert over a store
+// of tables that knows four row operations. The Access backend's store is our engine's
+// writer; tests use tables in memory. Everything Jet decides before a row is written is
+// decided here, the same for both: names matched without regard to case, each value
+// converted to its column's type as Jet converts text (db/jet_text.h), Null refused for
+// Required columns and "" for columns that allow no zero-length text, text longer than
+// its column refused, Null stored as No in Yes/No columns, AutoNumber columns not
+// updatable. Errors name the table and the column, and the value when one is at fault.
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/result.h"
+#include "core/value.h"
+
+namespace px::db {
+
+struct TableFields {
+  std::string name;  // as the catalog spells it
+  std::vector<FieldInfo> fields;
+};
+
+class TableStore {
+ public:
+  virtual ~TableStore() = default;
+  // The table named `table` (compared as Jet compares names); NotFound naming it. The
+  // pointer stays valid until the store's tables or columns change.
+  virtual Result<const TableFields*> Fields(std::string_view table) = 0;
+  // `table` is TableFields::name; `values` in field order.
+  virtual Status InsertRow(const std::string& table, std::span<const Value> values) = 0;
+  virtual Result<uint64_t> DeleteAll(const std::string& table) = 0;
+  // Calls `change` with every row (field order); rewrites those for which it returns true.
+  virtual Result<uint64_t> UpdateRows(const std::string& table,
+                                      const std::function<Result<bool>(Row& row)>& change) = 0;
+};
+
+// Parses and runs one "DELETE FROM", "INSERT INTO" or "UPDATE" statement; the number of
+// rows affected.
+Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql);
+
+// A recordset's AddNew, one assignment per field by name, Update: `values[i]` goes to the
+// table's field named `fields[i].name`; fields left out are Null. A field the table lacks
+// is an error naming the table and the field.
+Status InsertByFieldName(TableStore& store, std::string_view table,
+                         const std::vector<FieldInfo>& fields, const Row& values);
+
+// Index of the field named `name` (case-insensitive); NotFound naming table and column.
+Result<size_t> FindField(const std::vector<FieldInfo>& fields, std::string_view name,
+                         std::string_view table);
+
+}  // namespace px::db

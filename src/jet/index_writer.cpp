@@ -1,0 +1,275 @@
+#include "jet/index_writer.h"
+
+#include <algorithm>
+
+#include "jet/index_reader.h"
+#include "jet/usage_map_writer.h"
+
+namespace px::jet {
+
+namespace {
+
+constexpr size_t kNoInsert = SIZE_MAX;
+// Leaves visited past the first while looking for equal keys: a bound against loops.
+constexpr size_t kMaxScanLeaves = 4096;
+constexpr size_t kMaxIndexPages = 1u << 24;
+
+Bytes LeafPart(const IndexEntry& e, bool leaf) {
+  return Bytes(e.data(), e.size() - (leaf ? 0 : kIndexChildSize));
+}
+
+bool Less(Bytes a, Bytes b) {
+  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+}
+
+bool StartsWith(const IndexEntry& e, Bytes key) {
+  return e.size() >= key.size() && std::equal(key.begin(), key.end(), e.begin());
+}
+
+size_t TotalBytes(const std::vector<IndexEntry>& entries, size_t from, size_t to) {
+  size_t n = 0;
+  for (size_t i = from; i < to; ++i) n += entries[i].size();
+  return n;
+}
+
+}  // namespace
+
+Status IndexWriter::Corrupt(uint32_t page, const std::string& what) const {
+  return Status::Corruption(pages_.file_name() + ": page " + std::to_string(page) + ": " + what_ +
+                            ": " + what);
+}
+
+Result<IndexPage> IndexWriter::Load(uint32_t page) {
+  PX_ASSIGN_OR_RETURN(Bytes b, pages_.Read(page));
+  if (b[0] != page_type::kIndexLeaf && b[0] != page_type::kIndexNode) {
+    return Corrupt(page, "expected an index page, found type " + std::to_string(b[0]));
+  }
+  if (LoadLe32(&b[f_.data_owner]) != table_page_) {
+    return Corrupt(page,
+                   "index page belongs to page " + std::to_string(LoadLe32(&b[f_.data_owner])));
+  }
+  return DecodeIndexPage(f_, b,
+                         pages_.file_name() + ": page " + std::to_string(page) + ": " + what_);
+}
+
+Status IndexWriter::Store(uint32_t page, const IndexPage& content) {
+  std::vector<uint8_t> buf(f_.page_size);
+  Status st = EncodeIndexPage(f_, content, table_page_, buf);
+  if (!st.ok()) return Corrupt(page, st.message());
+  return pages_.Write(page, buf);
+}
+
+Result<std::vector<IndexWriter::Step>> IndexWriter::Descend(Bytes target) {
+  std::vector<Step> path;
+  uint32_t page = index_.root_page;
+  while (true) {
+    if (path.size() >= kMaxIndexDepth) return Corrupt(page, "index deeper than its bound");
+    PX_ASSIGN_OR_RETURN(IndexPage content, Load(page));
+    if (content.leaf) {
+      path.push_back({page, std::move(content), 0, kNoInsert});
+      return path;
+    }
+    size_t slot = 0;
+    while (slot < content.entries.size() && Less(LeafPart(content.entries[slot], false), target)) {
+      ++slot;
+    }
+    const uint32_t child =
+        slot < content.entries.size() ? EntryChild(content.entries[slot]) : content.tail;
+    if (child == 0 || child == page) return Corrupt(page, "node names no child page");
+    path.push_back({page, std::move(content), slot, kNoInsert});
+    page = child;
+  }
+}
+
+Result<bool> IndexWriter::ContainsKey(Bytes key) {
+  PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(key));
+  IndexPage leaf = std::move(path.back().content);
+  uint32_t page = path.back().page;
+  auto it = std::lower_bound(leaf.entries.begin(), leaf.entries.end(), key,
+                             [](const IndexEntry& e, Bytes k) { return Less(e, k); });
+  for (size_t visited = 0; visited < kMaxScanLeaves; ++visited) {
+    for (; it != leaf.entries.end(); ++it) {
+      if (!StartsWith(*it, key)) return false;
+      if (it->size() == key.size() + kIndexRowPointerSize) return true;
+    }
+    if (leaf.next == 0) return false;
+    page = leaf.next;
+    PX_ASSIGN_OR_RETURN(leaf, Load(page));
+    it = leaf.entries.begin();
+  }
+  return Corrupt(page, "leaf chain too long while looking for a key");
+}
+
+Status IndexWriter::SetLink(uint32_t page, bool next, uint32_t value) {
+  PX_ASSIGN_OR_RETURN(MutableBytes p, pages_.Modify(page));
+  if (p[0] != page_type::kIndexLeaf && p[0] != page_type::kIndexNode) {
+    return Corrupt(page, "linked page is not an index page");
+  }
+  StoreLe32(&p[next ? f_.index_next_page : f_.index_prev_page], value);
+  return Status::Ok();
+}
+
+Result<uint32_t> IndexWriter::NewPage() {
+  PX_ASSIGN_OR_RETURN(uint32_t page, pages_.Allocate());
+  if (index_.used_map.page != 0) {
+    PX_RETURN_IF_ERROR(UsageMapSet(pages_, f_, index_.used_map, page, true, what_));
+  }
+  return page;
+}
+
+Status IndexWriter::DropPage(uint32_t page) {
+  PX_RETURN_IF_ERROR(pages_.Free(page));
+  if (index_.used_map.page != 0) {
+    PX_RETURN_IF_ERROR(UsageMapSet(pages_, f_, index_.used_map, page, false, what_));
+  }
+  return Status::Ok();
+}
+
+Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
+  Step& s = path[level];
+  std::vector<IndexEntry>& e = s.content.entries;
+  if (IndexPageFits(f_, e)) return Store(s.page, s.content);
+  const bool leaf = s.content.leaf;
+  const size_t n = e.size();
+  if (n < (leaf ? 2u : 3u)) return Corrupt(s.page, "index entries too large to split");
+  // Where the lower part ends: everything but a new last entry on the rightmost page (rows
+  // arriving in key order fill pages), else half the bytes.
+  size_t k = 0;
+  if (s.content.next == 0 && s.inserted == n - 1) {
+    k = n - 1;
+  } else {
+    const size_t half = TotalBytes(e, 0, n) / 2;
+    size_t acc = 0;
+    while (k < n && acc + e[k].size() <= half) acc += e[k++].size();
+    k = std::clamp<size_t>(k, 1, n - (leaf ? 1 : 2));
+  }
+  IndexPage lower, upper;
+  lower.leaf = upper.leaf = leaf;
+  IndexEntry separator;
+  if (leaf) {
+    lower.entries.assign(e.begin(), e.begin() + k);
+    upper.entries.assign(e.begin() + k, e.end());
+    separator = lower.entries.back();
+  } else {
+    // The entry at k closes the lower node: its child becomes the lower node's tail.
+    if (k >= n) k = n - 1;
+    lower.entries.assign(e.begin(), e.begin() + k);
+    lower.tail = EntryChild(e[k]);
+    separator = EntryWithoutChild(e[k]);
+    upper.entries.assign(e.begin() + k + 1, e.end());
+    upper.tail = s.content.tail;
+  }
+  if (!IndexPageFits(f_, lower.entries) || !IndexPageFits(f_, upper.entries)) {
+    return Corrupt(s.page, "index entries too large to split");
+  }
+  if (level == 0) {
+    // The root stays where the table definition says: both parts move to new pages.
+    PX_ASSIGN_OR_RETURN(uint32_t left, NewPage());
+    PX_ASSIGN_OR_RETURN(uint32_t right, NewPage());
+    lower.next = right;
+    upper.prev = left;
+    PX_RETURN_IF_ERROR(Store(left, lower));
+    PX_RETURN_IF_ERROR(Store(right, upper));
+    IndexPage root;
+    root.leaf = false;
+    root.entries.push_back(NodeEntry(separator, left));
+    root.tail = right;
+    s.content = std::move(root);
+    return Store(s.page, s.content);
+  }
+  PX_ASSIGN_OR_RETURN(uint32_t fresh, NewPage());
+  lower.prev = s.content.prev;
+  lower.next = s.page;
+  upper.prev = fresh;
+  upper.next = s.content.next;
+  if (lower.prev != 0) PX_RETURN_IF_ERROR(SetLink(lower.prev, true, fresh));
+  PX_RETURN_IF_ERROR(Store(fresh, lower));
+  s.content = std::move(upper);
+  PX_RETURN_IF_ERROR(Store(s.page, s.content));
+  Step& parent = path[level - 1];
+  parent.content.entries.insert(parent.content.entries.begin() + parent.child_slot,
+                                NodeEntry(separator, fresh));
+  parent.inserted = parent.child_slot;
+  return Place(path, level - 1);
+}
+
+Status IndexWriter::Insert(const IndexEntry& entry) {
+  PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(entry));
+  Step& leaf = path.back();
+  auto& e = leaf.content.entries;
+  auto it = std::lower_bound(e.begin(), e.end(), entry);
+  if (it != e.end() && *it == entry) return Corrupt(leaf.page, "entry is in the index already");
+  leaf.inserted = size_t(it - e.begin());
+  e.insert(it, entry);
+  return Place(path, path.size() - 1);
+}
+
+Status IndexWriter::RemoveChild(std::vector<Step>& path, size_t level) {
+  Step& s = path[level];
+  if (s.content.prev != 0) PX_RETURN_IF_ERROR(SetLink(s.content.prev, true, s.content.next));
+  if (s.content.next != 0) PX_RETURN_IF_ERROR(SetLink(s.content.next, false, s.content.prev));
+  PX_RETURN_IF_ERROR(DropPage(s.page));
+  Step& parent = path[level - 1];
+  auto& pe = parent.content.entries;
+  if (parent.child_slot < pe.size()) {
+    pe.erase(pe.begin() + parent.child_slot);
+  } else if (!pe.empty()) {
+    parent.content.tail = EntryChild(pe.back());
+    pe.pop_back();
+  } else {
+    parent.content.tail = 0;
+  }
+  if (!pe.empty() || parent.content.tail != 0) return Store(parent.page, parent.content);
+  if (level - 1 == 0) {
+    parent.content = IndexPage{};
+    return Store(parent.page, parent.content);
+  }
+  return RemoveChild(path, level - 1);
+}
+
+Status IndexWriter::Remove(const IndexEntry& entry) {
+  PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(entry));
+  Step& leaf = path.back();
+  auto& e = leaf.content.entries;
+  auto it = std::lower_bound(e.begin(), e.end(), entry);
+  if (it == e.end() || *it != entry)
+    return Corrupt(leaf.page, "entry to remove is not in the index");
+  const bool was_last = it + 1 == e.end();
+  e.erase(it);
+  const size_t level = path.size() - 1;
+  if (e.empty() && level > 0) return RemoveChild(path, level);
+  PX_RETURN_IF_ERROR(Store(leaf.page, leaf.content));
+  if (was_last && level > 0) {
+    Step& parent = path[level - 1];
+    if (parent.child_slot < parent.content.entries.size()) {
+      IndexEntry lowered = NodeEntry(e.back(), leaf.page);
+      std::swap(parent.content.entries[parent.child_slot], lowered);
+      if (IndexPageFits(f_, parent.content.entries)) return Store(parent.page, parent.content);
+      // A longer separator than before would not fit: the old, larger one still routes
+      // every search correctly.
+      std::swap(parent.content.entries[parent.child_slot], lowered);
+    }
+  }
+  return Status::Ok();
+}
+
+Status IndexWriter::Clear() {
+  std::vector<uint32_t> level = {index_.root_page};
+  size_t seen = 0;
+  while (!level.empty()) {
+    std::vector<uint32_t> below;
+    for (uint32_t page : level) {
+      if (++seen > kMaxIndexPages) return Corrupt(page, "index has too many pages");
+      PX_ASSIGN_OR_RETURN(IndexPage content, Load(page));
+      if (!content.leaf) {
+        for (const auto& e : content.entries) below.push_back(EntryChild(e));
+        if (content.tail != 0) below.push_back(content.tail);
+      }
+      if (page != index_.root_page) PX_RETURN_IF_ERROR(DropPage(page));
+    }
+    level = std::move(below);
+  }
+  return Store(index_.root_page, IndexPage{});
+}
+
+}  // namespace px::jet

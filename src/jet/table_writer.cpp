@@ -1,0 +1,624 @@
+#include "jet/table_writer.h"
+
+#include <random>
+
+#include "core/value_text.h"
+#include "jet/data_page_writer.h"
+#include "jet/long_value_writer.h"
+#include "jet/row_codec.h"
+#include "jet/row_writer.h"
+#include "jet/text.h"
+#include "jet/usage_map_writer.h"
+#include "jet/value_encoder.h"
+#include "jet/values.h"
+
+namespace px::jet {
+
+namespace {
+
+constexpr size_t kOverflowPointerSize = 4;
+constexpr size_t kMaxChainRows = size_t(kLongValueLengthMask) / 64 + 2;
+
+// Stops a ForEachMappedPage walk once the page looked for is found.
+Status Found() {
+  return Status::Cancelled("found");
+}
+bool IsFound(const Status& st) {
+  return st.code() == StatusCode::kCancelled && st.message() == "found";
+}
+
+bool IsLongValue(const ColumnDef& c) {
+  return c.long_value();
+}
+
+std::string ValueForMessage(const Value& v) {
+  if (IsNull(v)) return "Null";
+  if (auto* s = std::get_if<std::string>(&v)) return "'" + *s + "'";
+  if (auto* i = std::get_if<int64_t>(&v)) return std::to_string(*i);
+  if (auto* b = std::get_if<bool>(&v)) return *b ? "True" : "False";
+  if (auto* c = std::get_if<Currency>(&v)) return CurrencyToPlain(*c);
+  if (auto* d = std::get_if<Decimal>(&v)) return DecimalToPlain(*d);
+  if (auto* g = std::get_if<Guid>(&v)) return GuidToText(*g);
+  if (auto* d = std::get_if<double>(&v)) return std::to_string(*d);
+  if (auto* f = std::get_if<float>(&v)) return std::to_string(*f);
+  if (auto* o = std::get_if<OleDate>(&v)) return "date " + std::to_string(o->days);
+  return "binary value";
+}
+
+}  // namespace
+
+TableWriter::TableWriter(WritablePages& pages, const JetFormat& f, TableDef def,
+                         std::string table_name, TableWriterOptions options)
+    : pages_(pages),
+      f_(f),
+      def_(std::move(def)),
+      name_(std::move(table_name)),
+      options_(std::move(options)) {
+  for (size_t i = 0; i < def_.real_indexes.size(); ++i) {
+    indexes_.emplace_back(pages_, f_, def_.page, def_.real_indexes[i],
+                          "index " + IndexName(i) + " of table " + name_);
+  }
+}
+
+Result<std::unique_ptr<TableWriter>> TableWriter::Open(WritablePages& pages, const JetFormat& f,
+                                                       TableDef def, std::string table_name,
+                                                       TableWriterOptions options) {
+  if (def.owned_map.page == 0) {
+    return Status::Corruption(pages.file_name() + ": table " + table_name +
+                              " has no owned-pages map");
+  }
+  if (!def.real_indexes.empty() && !options.index_key) {
+    return Status::InvalidArgument("table " + table_name + " has indexes but no key encoder");
+  }
+  return std::unique_ptr<TableWriter>(
+      new TableWriter(pages, f, std::move(def), std::move(table_name), std::move(options)));
+}
+
+std::string TableWriter::Where(uint32_t page) const {
+  return pages_.file_name() + ": page " + std::to_string(page) + ": table " + name_;
+}
+
+std::string TableWriter::IndexName(size_t real) const {
+  std::string name;
+  for (const auto& l : def_.logical_indexes) {
+    if (l.real_index != real) continue;
+    if (name.empty() || l.type == kLogicalIndexPrimary) name = l.name;
+  }
+  return name.empty() ? "#" + std::to_string(real) : name;
+}
+
+std::string TableWriter::KeyText(size_t real, std::span<const Value> values) const {
+  std::string out;
+  for (const auto& col : def_.real_indexes[real].columns) {
+    const int i = def_.ColumnByNumber(col.column_number);
+    if (!out.empty()) out += ", ";
+    out += i < 0 ? "?" : ValueForMessage(values[i]);
+  }
+  return out;
+}
+
+Status TableWriter::AssignAutoNumbers(std::vector<Value>& values) {
+  for (size_t i = 0; i < def_.columns.size(); ++i) {
+    const ColumnDef& c = def_.columns[i];
+    if (c.flags & colflag::kAutoGuid) {
+      if (!IsNull(values[i])) continue;
+      static thread_local std::mt19937_64 rng{std::random_device{}()};
+      Guid g;
+      for (size_t k = 0; k < 16; k += 8) StoreLe64(&g.bytes[k], rng());
+      g.bytes[7] = uint8_t((g.bytes[7] & 0x0F) | 0x40);  // version 4, Data3 little-endian
+      g.bytes[8] = uint8_t((g.bytes[8] & 0x3F) | 0x80);
+      values[i] = g;
+      continue;
+    }
+    if (!(c.flags & colflag::kAutoLong)) continue;
+    const int64_t last = int32_t(def_.autonumber_last);
+    if (IsNull(values[i])) {
+      if (last >= INT32_MAX) {
+        return Status::InvalidArgument("table " + name_ + ": AutoNumber column " + c.name +
+                                       " has no value left after " + std::to_string(last));
+      }
+      values[i] = last + 1;
+      def_.autonumber_last = uint32_t(int32_t(last + 1));
+    } else if (auto* given = std::get_if<int64_t>(&values[i]); given && *given > last) {
+      if (*given <= INT32_MAX) def_.autonumber_last = uint32_t(int32_t(*given));
+    }
+  }
+  return Status::Ok();
+}
+
+Result<TableWriter::Keys> TableWriter::MakeKeys(std::span<const Value> values,
+                                                const std::string& where) {
+  Keys keys;
+  keys.key.resize(def_.real_indexes.size());
+  keys.skip.assign(def_.real_indexes.size(), false);
+  for (size_t r = 0; r < def_.real_indexes.size(); ++r) {
+    const RealIndex& index = def_.real_indexes[r];
+    bool all_null = true;
+    for (const auto& col : index.columns) {
+      const int i = def_.ColumnByNumber(col.column_number);
+      const bool null = i < 0 || (IsNull(values[i]) && def_.columns[i].type != coltype::kBoolean);
+      if (null && (index.flags & idxflag::kRequired)) {
+        return Status::InvalidArgument(where + ": index " + IndexName(r) +
+                                       " requires a value in column " +
+                                       (i < 0 ? std::string("?") : def_.columns[i].name));
+      }
+      all_null = all_null && null;
+    }
+    if (all_null && (index.flags & idxflag::kIgnoreNulls)) {
+      keys.skip[r] = true;
+      continue;
+    }
+    auto key = options_.index_key(def_, index, values);
+    if (!key.ok()) return key.status().WithContext(where + ": index " + IndexName(r));
+    keys.key[r] = std::move(*key);
+  }
+  return keys;
+}
+
+Status TableWriter::CheckUnique(const Keys& keys, std::span<const Value> values,
+                                const Keys* old_keys) {
+  for (size_t r = 0; r < indexes_.size(); ++r) {
+    const RealIndex& index = def_.real_indexes[r];
+    if (!index.unique() || keys.skip[r]) continue;
+    if (old_keys != nullptr && !old_keys->skip[r] && old_keys->key[r] == keys.key[r]) continue;
+    bool all_null = true;
+    for (const auto& col : index.columns) {
+      const int i = def_.ColumnByNumber(col.column_number);
+      all_null = all_null && i >= 0 && IsNull(values[i]);
+    }
+    if (all_null) continue;  // a unique index takes any number of Nulls
+    PX_ASSIGN_OR_RETURN(bool taken, indexes_[r].ContainsKey(keys.key[r]));
+    if (taken) {
+      return Status::InvalidArgument("table " + name_ + ": index " + IndexName(r) +
+                                     " already holds the value " + KeyText(r, values));
+    }
+  }
+  return Status::Ok();
+}
+
+Result<RowPointer> TableWriter::WriteLongValueRow(Bytes row) {
+  if (lval_page_ != 0) {
+    PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(lval_page_));
+    if (!DataPageFits(f_, page, row.size())) lval_page_ = 0;
+  }
+  if (lval_page_ == 0) {
+    PX_ASSIGN_OR_RETURN(lval_page_, pages_.Allocate());
+    PX_ASSIGN_OR_RETURN(MutableBytes fresh, pages_.Modify(lval_page_));
+    InitDataPage(f_, fresh, kLongValuePageOwner);
+  }
+  PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(lval_page_));
+  PX_ASSIGN_OR_RETURN(uint8_t slot, AppendDataRow(f_, page, row, Where(lval_page_)));
+  return RowPointer{lval_page_, slot};
+}
+
+Result<std::vector<uint8_t>> TableWriter::StoreLongValue(Bytes payload, bool inline_fits) {
+  if (payload.size() > kLongValueLengthMask) {
+    return Status::InvalidArgument("table " + name_ + ": long value of " +
+                                   std::to_string(payload.size()) + " bytes is too large");
+  }
+  const LongValueKind kind = ChooseLongValueKind(f_, payload.size(), inline_fits);
+  if (kind == LongValueKind::kInline) return InlineLongValue(payload);
+  RowPointer first;
+  if (kind == LongValueKind::kSingle) {
+    PX_ASSIGN_OR_RETURN(first, WriteLongValueRow(payload));
+  } else {
+    // Last piece first, so that each row knows where the next one went.
+    const size_t piece = ChainPieceSize(f_);
+    const size_t n = (payload.size() + piece - 1) / piece;
+    RowPointer next;
+    for (size_t k = n; k-- > 0;) {
+      Bytes part = payload.subspan(k * piece, std::min(piece, payload.size() - k * piece));
+      PX_ASSIGN_OR_RETURN(next, WriteLongValueRow(ChainRow(next, part)));
+    }
+    first = next;
+  }
+  auto d = LongValueDescriptor(kind, uint32_t(payload.size()), first);
+  return std::vector<uint8_t>(d.begin(), d.end());
+}
+
+Result<std::vector<uint8_t>> TableWriter::BuildRow(std::span<const Value> values,
+                                                   const std::string& where,
+                                                   std::span<const ColumnData> keep) {
+  std::vector<EncodedValue> enc(def_.columns.size());
+  for (size_t i = 0; i < def_.columns.size(); ++i) {
+    if (!keep.empty() && !keep[i].null && IsLongValue(def_.columns[i])) {
+      enc[i].null = false;
+      enc[i].bytes.assign(keep[i].bytes.begin(), keep[i].bytes.end());
+      continue;
+    }
+    PX_ASSIGN_OR_RETURN(enc[i],
+                        EncodeValue(f_, def_.columns[i], values[i], options_.code_page, where));
+  }
+  std::vector<ColumnData> data(enc.size());
+  auto refresh = [&] {
+    for (size_t i = 0; i < enc.size(); ++i) data[i] = {enc[i].null, enc[i].bit, enc[i].bytes};
+  };
+  // Size of the row with every new long value as a bare descriptor, then inline values
+  // taken in column order while the row stays within its limit.
+  std::vector<std::vector<uint8_t>> payload(enc.size());
+  for (size_t i = 0; i < enc.size(); ++i) {
+    if (!IsLongValue(def_.columns[i]) || enc[i].null) continue;
+    if (!keep.empty() && !keep[i].null) continue;
+    payload[i] = std::move(enc[i].bytes);
+    enc[i].bytes.assign(kLongValueHeaderSize, 0);
+  }
+  refresh();
+  PX_ASSIGN_OR_RETURN(auto sized, EncodeRow(f_, def_, data, where));
+  size_t size = sized.size();
+  for (size_t i = 0; i < enc.size(); ++i) {
+    if (!IsLongValue(def_.columns[i]) || enc[i].null) continue;
+    if (!keep.empty() && !keep[i].null) continue;
+    const bool fits = size + payload[i].size() <= MaxRowSize(f_);
+    PX_ASSIGN_OR_RETURN(enc[i].bytes, StoreLongValue(payload[i], fits));
+    size += enc[i].bytes.size() - kLongValueHeaderSize;
+  }
+  refresh();
+  return EncodeRow(f_, def_, data, where);
+}
+
+Result<uint32_t> TableWriter::PageWithRoom(size_t row_size) {
+  if (insert_page_ != 0) {
+    PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(insert_page_));
+    if (DataPageFits(f_, page, row_size)) return insert_page_;
+    if (def_.free_map.page != 0) {
+      PX_RETURN_IF_ERROR(UsageMapSet(pages_, f_, def_.free_map, insert_page_, false,
+                                     "free-space pages of table " + name_));
+    }
+    insert_page_ = 0;
+  }
+  if (def_.free_map.page != 0) {
+    uint32_t found = 0;
+    Status st = ForEachMappedPage(
+        pages_, f_, def_.free_map, "free-space pages of table " + name_, [&](uint32_t p) {
+          if (p >= pages_.page_count()) return Status::Ok();
+          PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(p));
+          if (page[0] != page_type::kData || LoadLe32(&page[f_.data_owner]) != def_.page) {
+            return Status::Ok();
+          }
+          if (!DataPageFits(f_, page, row_size)) return Status::Ok();
+          found = p;
+          return Found();
+        });
+    if (!st.ok() && !IsFound(st)) return st;
+    if (found != 0) return insert_page_ = found;
+  }
+  PX_ASSIGN_OR_RETURN(uint32_t fresh, pages_.Allocate());
+  PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(fresh));
+  InitDataPage(f_, page, def_.page);
+  PX_RETURN_IF_ERROR(
+      UsageMapSet(pages_, f_, def_.owned_map, fresh, true, "owned pages of table " + name_));
+  if (def_.free_map.page != 0) {
+    PX_RETURN_IF_ERROR(
+        UsageMapSet(pages_, f_, def_.free_map, fresh, true, "free-space pages of table " + name_));
+  }
+  return insert_page_ = fresh;
+}
+
+Result<RowPointer> TableWriter::PlaceRow(Bytes row, uint16_t flags) {
+  PX_ASSIGN_OR_RETURN(uint32_t number, PageWithRoom(row.size()));
+  PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(number));
+  PX_ASSIGN_OR_RETURN(uint8_t slot, AppendDataRow(f_, page, row, Where(number)));
+  if (flags != 0) {
+    uint8_t* entry = &page[f_.data_row_table + 2 * size_t(slot)];
+    StoreLe16(entry, uint16_t(LoadLe16(entry) | flags));
+  }
+  return RowPointer{number, slot};
+}
+
+Status TableWriter::AddIndexEntries(const Keys& keys, RowPointer row) {
+  for (size_t r = 0; r < indexes_.size(); ++r) {
+    if (keys.skip[r]) continue;
+    PX_ASSIGN_OR_RETURN(bool present, indexes_[r].ContainsKey(keys.key[r]));
+    PX_RETURN_IF_ERROR(indexes_[r].Insert(LeafEntry(keys.key[r], row)));
+    if (!present) ++def_.real_indexes[r].unique_entry_count;
+  }
+  return Status::Ok();
+}
+
+Status TableWriter::RemoveIndexEntries(const Keys& keys, RowPointer row) {
+  for (size_t r = 0; r < indexes_.size(); ++r) {
+    if (keys.skip[r]) continue;
+    PX_RETURN_IF_ERROR(indexes_[r].Remove(LeafEntry(keys.key[r], row)));
+    PX_ASSIGN_OR_RETURN(bool present, indexes_[r].ContainsKey(keys.key[r]));
+    uint32_t& n = def_.real_indexes[r].unique_entry_count;
+    if (!present && n > 0) --n;
+  }
+  return Status::Ok();
+}
+
+Status TableWriter::WriteCounters() {
+  PX_ASSIGN_OR_RETURN(MutableBytes p, pages_.Modify(def_.page));
+  if (p[0] != page_type::kTableDef) {
+    return Status::Corruption(Where(def_.page) + ": definition page is not a definition");
+  }
+  StoreLe32(&p[f_.tdef_row_count], def_.row_count);
+  StoreLe32(&p[f_.tdef_autonumber], def_.autonumber_last);
+  for (size_t r = 0; r < def_.real_indexes.size(); ++r) {
+    const size_t at = f_.tdef_header_size + r * f_.tdef_real_preamble + 4;
+    if (at + 4 > p.size()) break;  // on a continuation page: left as it was
+    StoreLe32(&p[at], def_.real_indexes[r].unique_entry_count);
+  }
+  return Status::Ok();
+}
+
+Status TableWriter::Insert(std::span<const Value> in) {
+  if (in.size() != def_.columns.size()) {
+    return Status::InvalidArgument("table " + name_ + ": " + std::to_string(in.size()) +
+                                   " values for " + std::to_string(def_.columns.size()) +
+                                   " columns");
+  }
+  std::vector<Value> values(in.begin(), in.end());
+  const uint32_t counter_before = def_.autonumber_last;
+  Status st = AssignAutoNumbers(values);
+  if (st.ok()) {
+    const std::string where = "table " + name_;
+    auto keys = MakeKeys(values, where);
+    if (!keys.ok()) st = keys.status();
+    if (st.ok()) st = CheckUnique(*keys, values, nullptr);
+    if (st.ok()) {
+      // From here on the file changes; an error leaves it to the transaction to undo.
+      PX_ASSIGN_OR_RETURN(auto row, BuildRow(values, where, {}));
+      PX_ASSIGN_OR_RETURN(RowPointer at, PlaceRow(row, 0));
+      PX_RETURN_IF_ERROR(AddIndexEntries(*keys, at));
+      ++def_.row_count;
+      return WriteCounters();
+    }
+  }
+  def_.autonumber_last = counter_before;
+  return st;
+}
+
+Result<std::vector<uint8_t>> TableWriter::ReadLongValueBytes(Bytes d, const std::string& where) {
+  if (d.size() < kLongValueHeaderSize) {
+    return Status::Corruption(where + ": long value descriptor of " + std::to_string(d.size()) +
+                              " bytes");
+  }
+  const uint32_t word = LoadLe32(d.data());
+  const uint32_t length = word & kLongValueLengthMask;
+  if (word & kLongValueInline) {
+    if (length > d.size() - kLongValueHeaderSize) {
+      return Status::Corruption(where + ": inline long value overruns its column");
+    }
+    return std::vector<uint8_t>(d.begin() + kLongValueHeaderSize,
+                                d.begin() + kLongValueHeaderSize + length);
+  }
+  std::vector<uint8_t> out;
+  RowPointer ptr = DecodeRowPointer(LoadLe32(d.data() + 4));
+  const bool single = (word & kLongValueSingle) != 0;
+  for (size_t hops = 0; out.size() < length || (single && hops == 0); ++hops) {
+    if (hops > kMaxChainRows || ptr.page == 0) {
+      return Status::Corruption(where + ": long value chain ends after " +
+                                std::to_string(out.size()) + " of " + std::to_string(length) +
+                                " bytes");
+    }
+    PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(ptr.page));
+    PX_ASSIGN_OR_RETURN(auto at, DataRowBounds(f_, page, ptr.row, Where(ptr.page)));
+    Bytes row = page.subspan(at.first, at.second - at.first);
+    if (single) {
+      if (row.size() < length) return Status::Corruption(where + ": long value row too short");
+      return std::vector<uint8_t>(row.begin(), row.begin() + length);
+    }
+    if (row.size() <= kChainPointerSize) return Status::Corruption(where + ": empty chain row");
+    const size_t take = std::min<size_t>(row.size() - kChainPointerSize, length - out.size());
+    out.insert(out.end(), row.begin() + kChainPointerSize, row.begin() + kChainPointerSize + take);
+    ptr = DecodeRowPointer(LoadLe32(row.data()));
+  }
+  return out;
+}
+
+Status TableWriter::FreeLongValue(Bytes d, const std::string& where) {
+  if (d.size() < kLongValueHeaderSize) return Status::Ok();
+  const uint32_t word = LoadLe32(d.data());
+  if (word & kLongValueInline) return Status::Ok();
+  const bool single = (word & kLongValueSingle) != 0;
+  RowPointer ptr = DecodeRowPointer(LoadLe32(d.data() + 4));
+  for (size_t hops = 0; ptr.page != 0; ++hops) {
+    if (hops > kMaxChainRows) return Status::Corruption(where + ": long value chain loops");
+    PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(ptr.page));
+    if (page[0] != page_type::kData || LoadLe32(&page[f_.data_owner]) != kLongValuePageOwner) {
+      return Status::Corruption(Where(ptr.page) + ": long value of " + where +
+                                " points at a page that holds no long values");
+    }
+    PX_ASSIGN_OR_RETURN(auto at, DataRowBounds(f_, page, ptr.row, Where(ptr.page)));
+    RowPointer next;
+    if (!single && at.second - at.first >= kChainPointerSize) {
+      next = DecodeRowPointer(LoadLe32(&page[at.first]));
+    }
+    PX_RETURN_IF_ERROR(MarkDataRowDeleted(f_, page, ptr.row, Where(ptr.page)));
+    const uint16_t count = LoadLe16(&page[f_.data_row_count]);
+    bool live = false;
+    for (uint16_t r = 0; r < count && !live; ++r) {
+      live = !(LoadLe16(&page[f_.data_row_table + 2 * size_t(r)]) & kRowDeletedFlag);
+    }
+    if (!live) {
+      if (lval_page_ == ptr.page) lval_page_ = 0;
+      PX_RETURN_IF_ERROR(pages_.Free(ptr.page));
+    }
+    if (single) break;
+    ptr = next;
+  }
+  return Status::Ok();
+}
+
+Result<std::vector<Value>> TableWriter::DecodeRow(Bytes row, const std::string& where) {
+  std::vector<ColumnData> cracked;
+  PX_RETURN_IF_ERROR(CrackRow(f_, def_, row, cracked, where));
+  // Long values are read here through the store; the decoder needs no pages for the rest.
+  static thread_local std::unique_ptr<Pager> no_pages;
+  if (!no_pages || no_pages->page_size() != f_.page_size) {
+    no_pages = std::make_unique<Pager>(MemorySource({}, "none"), f_.page_size, 0);
+  }
+  ValueDecoder decoder(*no_pages, f_, options_.code_page);
+  std::vector<Value> values(def_.columns.size());
+  for (size_t i = 0; i < def_.columns.size(); ++i) {
+    const ColumnDef& c = def_.columns[i];
+    if (IsLongValue(c) && !cracked[i].null) {
+      PX_ASSIGN_OR_RETURN(auto payload, ReadLongValueBytes(cracked[i].bytes, where));
+      if (c.type == coltype::kOle) {
+        values[i] = Binary{std::move(payload)};
+        continue;
+      }
+      ColumnData text{false, false, Bytes(payload)};
+      ColumnDef as_text = c;
+      as_text.type = coltype::kText;
+      PX_ASSIGN_OR_RETURN(values[i], decoder.Decode(as_text, text, where));
+      continue;
+    }
+    PX_ASSIGN_OR_RETURN(values[i], decoder.Decode(c, cracked[i], where));
+  }
+  return values;
+}
+
+Result<uint64_t> TableWriter::DeleteAll() {
+  uint64_t deleted = 0;
+  std::vector<ColumnData> cracked;
+  Status st = ForEachMappedPage(
+      pages_, f_, def_.owned_map, "owned pages of table " + name_, [&](uint32_t p) -> Status {
+        PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(p));
+        if (page[0] != page_type::kData || LoadLe32(&page[f_.data_owner]) != def_.page) {
+          return Status::Corruption(Where(p) + ": owned page is not one of its data pages");
+        }
+        const uint16_t count = LoadLe16(&page[f_.data_row_count]);
+        for (uint16_t r = 0; r < count; ++r) {
+          PX_ASSIGN_OR_RETURN(page, pages_.Read(p));
+          const uint16_t raw = LoadLe16(&page[f_.data_row_table + 2 * size_t(r)]);
+          if (raw & kRowDeletedFlag) continue;
+          RowPointer at{p, uint8_t(r)};
+          PX_ASSIGN_OR_RETURN(auto bounds, DataRowBounds(f_, page, r, Where(p)));
+          std::vector<uint8_t> row(page.begin() + bounds.first, page.begin() + bounds.second);
+          if (raw & kRowLookupFlag) {
+            if (row.size() < kOverflowPointerSize) {
+              return Status::Corruption(Where(p) + ": overflow row " + std::to_string(r) +
+                                        " is too short");
+            }
+            at = DecodeRowPointer(LoadLe32(row.data()));
+            PX_ASSIGN_OR_RETURN(Bytes target, pages_.Read(at.page));
+            PX_ASSIGN_OR_RETURN(auto tb, DataRowBounds(f_, target, at.row, Where(at.page)));
+            row.assign(target.begin() + tb.first, target.begin() + tb.second);
+          }
+          const std::string where = Where(at.page) + " row " + std::to_string(at.row);
+          PX_RETURN_IF_ERROR(CrackRow(f_, def_, row, cracked, where));
+          for (size_t i = 0; i < def_.columns.size(); ++i) {
+            if (IsLongValue(def_.columns[i]) && !cracked[i].null) {
+              PX_RETURN_IF_ERROR(
+                  FreeLongValue(cracked[i].bytes, where + " column " + def_.columns[i].name));
+            }
+          }
+          ++deleted;
+        }
+        PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(p));
+        InitDataPage(f_, out, def_.page);
+        if (def_.free_map.page != 0) {
+          PX_RETURN_IF_ERROR(UsageMapSet(pages_, f_, def_.free_map, p, true,
+                                         "free-space pages of table " + name_));
+        }
+        return Status::Ok();
+      });
+  PX_RETURN_IF_ERROR(st);
+  insert_page_ = 0;
+  for (size_t r = 0; r < indexes_.size(); ++r) {
+    PX_RETURN_IF_ERROR(indexes_[r].Clear());
+    def_.real_indexes[r].unique_entry_count = 0;
+  }
+  def_.row_count = 0;
+  PX_RETURN_IF_ERROR(WriteCounters());
+  return deleted;
+}
+
+Result<uint64_t> TableWriter::Update(
+    const std::function<Result<bool>(std::vector<Value>& values)>& change) {
+  uint64_t changed = 0;
+  std::vector<ColumnData> cracked;
+  Status st = ForEachMappedPage(
+      pages_, f_, def_.owned_map, "owned pages of table " + name_, [&](uint32_t p) -> Status {
+        PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(p));
+        if (page[0] != page_type::kData || LoadLe32(&page[f_.data_owner]) != def_.page) {
+          return Status::Corruption(Where(p) + ": owned page is not one of its data pages");
+        }
+        const uint16_t count = LoadLe16(&page[f_.data_row_count]);
+        for (uint16_t r = 0; r < count; ++r) {
+          PX_ASSIGN_OR_RETURN(page, pages_.Read(p));
+          const uint16_t raw = LoadLe16(&page[f_.data_row_table + 2 * size_t(r)]);
+          if (raw & kRowDeletedFlag) continue;
+          const RowPointer id{p, uint8_t(r)};
+          RowPointer at = id;
+          PX_ASSIGN_OR_RETURN(auto bounds, DataRowBounds(f_, page, r, Where(p)));
+          std::vector<uint8_t> slot(page.begin() + bounds.first, page.begin() + bounds.second);
+          std::vector<uint8_t> old_row = slot;
+          const bool lookup = (raw & kRowLookupFlag) != 0;
+          if (lookup) {
+            if (slot.size() < kOverflowPointerSize) {
+              return Status::Corruption(Where(p) + ": overflow row " + std::to_string(r) +
+                                        " is too short");
+            }
+            at = DecodeRowPointer(LoadLe32(slot.data()));
+            PX_ASSIGN_OR_RETURN(Bytes target, pages_.Read(at.page));
+            PX_ASSIGN_OR_RETURN(auto tb, DataRowBounds(f_, target, at.row, Where(at.page)));
+            old_row.assign(target.begin() + tb.first, target.begin() + tb.second);
+          }
+          const std::string where = Where(p) + " row " + std::to_string(r);
+          PX_ASSIGN_OR_RETURN(std::vector<Value> old_values, DecodeRow(old_row, where));
+          std::vector<Value> values = old_values;
+          PX_ASSIGN_OR_RETURN(bool rewrite, change(values));
+          if (!rewrite) continue;
+          if (values.size() != def_.columns.size()) {
+            return Status::InvalidArgument(where + ": update changed the number of values");
+          }
+          PX_ASSIGN_OR_RETURN(Keys old_keys, MakeKeys(old_values, where));
+          PX_ASSIGN_OR_RETURN(Keys keys, MakeKeys(values, where));
+          PX_RETURN_IF_ERROR(CheckUnique(keys, values, &old_keys));
+          // Long values that did not change keep their storage; the others are replaced.
+          PX_RETURN_IF_ERROR(CrackRow(f_, def_, old_row, cracked, where));
+          std::vector<ColumnData> keep(def_.columns.size());
+          for (size_t i = 0; i < def_.columns.size(); ++i) {
+            if (!IsLongValue(def_.columns[i]) || cracked[i].null) continue;
+            if (values[i] == old_values[i]) {
+              keep[i] = cracked[i];
+            } else {
+              PX_RETURN_IF_ERROR(FreeLongValue(cracked[i].bytes, where));
+            }
+          }
+          std::vector<std::vector<uint8_t>> kept_bytes(keep.size());
+          for (size_t i = 0; i < keep.size(); ++i) {
+            kept_bytes[i].assign(keep[i].bytes.begin(), keep[i].bytes.end());
+            keep[i].bytes = kept_bytes[i];
+          }
+          PX_ASSIGN_OR_RETURN(auto row, BuildRow(values, where, keep));
+          const bool pad = f_.row_count_size == 2 && row.size() < old_row.size();
+          if (row.size() == old_row.size() || pad) {
+            if (pad) {
+              std::vector<ColumnData> data;
+              PX_RETURN_IF_ERROR(CrackRow(f_, def_, row, data, where));
+              PX_ASSIGN_OR_RETURN(row, EncodeRow(f_, def_, data, where, old_row.size()));
+            }
+            PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(at.page));
+            PX_RETURN_IF_ERROR(OverwriteDataRow(f_, out, at.row, row, Where(at.page)));
+          } else {
+            if (slot.size() < kOverflowPointerSize) {
+              return Status::NotSupported(where + ": row of " + std::to_string(slot.size()) +
+                                          " bytes is too short to point to its new place");
+            }
+            PX_ASSIGN_OR_RETURN(RowPointer moved, PlaceRow(row, kRowDeletedFlag));
+            StoreLe32(slot.data(), EncodeRowPointer(moved));
+            PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(p));
+            PX_RETURN_IF_ERROR(OverwriteDataRow(f_, out, r, slot, Where(p)));
+            uint8_t* entry = &out[f_.data_row_table + 2 * size_t(r)];
+            StoreLe16(entry, uint16_t(LoadLe16(entry) | kRowLookupFlag));
+          }
+          for (size_t k = 0; k < indexes_.size(); ++k) {
+            if (old_keys.skip[k] == keys.skip[k] && old_keys.key[k] == keys.key[k]) {
+              old_keys.skip[k] = keys.skip[k] = true;  // unchanged: neither removed nor added
+            }
+          }
+          PX_RETURN_IF_ERROR(RemoveIndexEntries(old_keys, id));
+          PX_RETURN_IF_ERROR(AddIndexEntries(keys, id));
+          ++changed;
+        }
+        return Status::Ok();
+      });
+  PX_RETURN_IF_ERROR(st);
+  PX_RETURN_IF_ERROR(WriteCounters());
+  return changed;
+}
+
+}  // namespace px::jet

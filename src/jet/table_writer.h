@@ -1,0 +1,111 @@
+#pragma once
+// Rows of one table written through the page store, with every real index kept exact.
+//
+// Insert: AutoNumber columns take the next counter value when Null (a given value is
+// stored as given and the counter moves past it); values are encoded, the index keys made
+// and checked (a required index refuses Null, a unique one refuses a key it holds already)
+// before anything is written. Long values go inline when small and the row has room,
+// otherwise into LVAL rows (long_value_writer.h). The row goes to the first page of the
+// table's free-space map that takes it, else to a new page entered in the owned and
+// free-space maps; a page that cannot take a row leaves the free-space map. Then each index
+// gains its entry, and the table definition its row count, AutoNumber counter and the
+// indexes' distinct-key counts.
+//
+// DeleteAll: every row of the owned pages is dropped with its long values (an LVAL page
+// left without live rows is freed); the table's data pages are emptied and kept, listed in
+// the free-space map, so that the rows inserted next reuse them; every index is emptied to
+// its root page; the row count and distinct-key counts become 0 (the AutoNumber counter
+// stays, as in Jet).
+//
+// Update: rows are rewritten where they stand when the new row has the same length (or,
+// in Jet 4, a shorter one, padded); otherwise the new row goes to another page flagged
+// deleted, so that scans pass it by, and the old slot becomes an overflow pointer to it, as
+// Jet does; the row keeps its place and its index entries their row pointer. Index entries
+// whose key changed are replaced; unique keys are checked before the row is touched.
+//
+// Memory: a page and a row at a time; index changes hold one root-to-leaf path.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "core/result.h"
+#include "core/value.h"
+#include "jet/format.h"
+#include "jet/index_writer.h"
+#include "jet/row_codec.h"
+#include "jet/tabledef.h"
+#include "jet/writable_pages.h"
+
+namespace px::jet {
+
+// The key bytes (without the row pointer) of `index` for a row whose values are indexed
+// like def.columns. Supplied by the key encoder; an error refuses the change.
+using IndexKeyFunction = std::function<Result<std::vector<uint8_t>>(
+    const TableDef& def, const RealIndex& index, std::span<const Value> values)>;
+
+struct TableWriterOptions {
+  int code_page = 1252;        // Jet 3 text of columns that name no code page of their own
+  IndexKeyFunction index_key;  // required when the table has indexes
+};
+
+class TableWriter {
+ public:
+  // REQUIRES: `pages` outlives the writer. `def` is the table's definition as it stands.
+  static Result<std::unique_ptr<TableWriter>> Open(WritablePages& pages, const JetFormat& f,
+                                                   TableDef def, std::string table_name,
+                                                   TableWriterOptions options);
+
+  // One row, values indexed like definition().columns.
+  Status Insert(std::span<const Value> values);
+  // Every row; the number deleted.
+  Result<uint64_t> DeleteAll();
+  // Calls `change` on every row (values indexed like definition().columns) and rewrites the
+  // rows for which it returns true; the number rewritten.
+  Result<uint64_t> Update(const std::function<Result<bool>(std::vector<Value>& values)>& change);
+
+  // The definition with the counters as written so far.
+  const TableDef& definition() const { return def_; }
+
+ private:
+  TableWriter(WritablePages& pages, const JetFormat& f, TableDef def, std::string table_name,
+              TableWriterOptions options);
+
+  struct Keys {
+    std::vector<std::vector<uint8_t>> key;  // per real index
+    std::vector<bool> skip;                 // per real index: no entry (all Null, ignore nulls)
+  };
+
+  Status AssignAutoNumbers(std::vector<Value>& values);
+  Result<Keys> MakeKeys(std::span<const Value> values, const std::string& where);
+  Status CheckUnique(const Keys& keys, std::span<const Value> values, const Keys* old_keys);
+  Result<std::vector<uint8_t>> BuildRow(std::span<const Value> values, const std::string& where,
+                                        std::span<const ColumnData> keep_long_values);
+  Result<RowPointer> PlaceRow(Bytes row, uint16_t flags);
+  Result<uint32_t> PageWithRoom(size_t row_size);
+  Result<RowPointer> WriteLongValueRow(Bytes row);
+  Result<std::vector<uint8_t>> StoreLongValue(Bytes payload, bool inline_fits);
+  Status FreeLongValue(Bytes descriptor, const std::string& where);
+  Result<std::vector<uint8_t>> ReadLongValueBytes(Bytes descriptor, const std::string& where);
+  Result<std::vector<Value>> DecodeRow(Bytes row, const std::string& where);
+  Status AddIndexEntries(const Keys& keys, RowPointer row);
+  Status RemoveIndexEntries(const Keys& keys, RowPointer row);
+  Status WriteCounters();
+  std::string IndexName(size_t real) const;
+  std::string KeyText(size_t real, std::span<const Value> values) const;
+  std::string Where(uint32_t page) const;
+
+  WritablePages& pages_;
+  const JetFormat& f_;
+  TableDef def_;
+  std::string name_;
+  TableWriterOptions options_;
+  std::vector<IndexWriter> indexes_;
+  uint32_t insert_page_ = 0;  // data page rows go to while it has room
+  uint32_t lval_page_ = 0;    // LVAL page long values go to while it has room
+};
+
+}  // namespace px::jet

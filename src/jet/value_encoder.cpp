@@ -1,0 +1,298 @@
+#include "jet/value_encoder.h"
+
+#include <cmath>
+#include <limits>
+
+#include "jet/text.h"
+#include "platform/codepage.h"
+
+namespace px::jet {
+
+namespace {
+
+constexpr uint8_t kNumericNegative = 0x80;
+constexpr uint8_t kMaxNumericDigits = 28;
+constexpr int64_t kCurrencyScale = 10000;
+
+// An unsigned 128-bit magnitude as four 32-bit limbs, most significant first (the order
+// Numeric stores them), with the little arithmetic rescaling needs.
+struct Magnitude {
+  std::array<uint32_t, 4> limb{};
+
+  static Magnitude From(uint64_t hi, uint64_t lo) {
+    return Magnitude{{uint32_t(hi >> 32), uint32_t(hi), uint32_t(lo >> 32), uint32_t(lo)}};
+  }
+  bool zero() const { return limb[0] == 0 && limb[1] == 0 && limb[2] == 0 && limb[3] == 0; }
+  // false on overflow (the value is then unchanged)
+  bool MulAdd(uint32_t m, uint32_t add) {
+    Magnitude r;
+    uint64_t carry = add;
+    for (int k = 3; k >= 0; --k) {
+      const uint64_t x = uint64_t(limb[k]) * m + carry;
+      r.limb[k] = uint32_t(x);
+      carry = x >> 32;
+    }
+    if (carry != 0) return false;
+    *this = r;
+    return true;
+  }
+  uint32_t Div(uint32_t d) {  // returns the remainder
+    uint64_t rem = 0;
+    for (int k = 0; k < 4; ++k) {
+      const uint64_t x = (rem << 32) | limb[k];
+      limb[k] = uint32_t(x / d);
+      rem = x % d;
+    }
+    return uint32_t(rem);
+  }
+  bool Less(const Magnitude& o) const { return limb < o.limb; }
+};
+
+Status Refuse(const std::string& where, const ColumnDef& c, const std::string& what) {
+  return Status::InvalidArgument(where + ": column " + c.name + ": " + what);
+}
+
+std::string TypeName(const Value& v) {
+  static constexpr const char* kNames[] = {"Null",   "Boolean",  "integer", "Single",
+                                           "Double", "Currency", "Decimal", "date",
+                                           "GUID",   "text",     "binary"};
+  return kNames[v.index()];
+}
+
+Status WrongType(const std::string& where, const ColumnDef& c, const Value& v,
+                 const char* column_type) {
+  return Refuse(where, c,
+                "a " + TypeName(v) + " value cannot be stored in a " + column_type + " column");
+}
+
+// Whole number of a value for the integer column types; nullopt when the value has none.
+std::optional<int64_t> WholeNumber(const Value& v) {
+  if (auto* i = std::get_if<int64_t>(&v)) return *i;
+  if (auto* b = std::get_if<bool>(&v)) return *b ? -1 : 0;  // Jet's True is -1
+  auto integral = [](double d) -> std::optional<int64_t> {
+    if (!std::isfinite(d) || d != std::floor(d) || std::fabs(d) > 9.0e18) return std::nullopt;
+    return int64_t(d);
+  };
+  if (auto* d = std::get_if<double>(&v)) return integral(*d);
+  if (auto* f = std::get_if<float>(&v)) return integral(*f);
+  return std::nullopt;
+}
+
+// A number as a Decimal (integers, Currency, Decimal; floats only through their text).
+std::optional<Decimal> AsDecimal(const Value& v) {
+  if (auto* d = std::get_if<Decimal>(&v)) return *d;
+  if (auto* i = std::get_if<int64_t>(&v)) {
+    Decimal d;
+    d.negative = *i < 0;
+    d.lo = d.negative ? uint64_t(0) - uint64_t(*i) : uint64_t(*i);
+    return d;
+  }
+  if (auto* c = std::get_if<Currency>(&v)) {
+    Decimal d;
+    d.negative = c->scaled < 0;
+    d.lo = d.negative ? uint64_t(0) - uint64_t(c->scaled) : uint64_t(c->scaled);
+    d.scale = 4;
+    return d;
+  }
+  return std::nullopt;
+}
+
+std::optional<double> AsDouble(const Value& v) {
+  if (auto* d = std::get_if<double>(&v)) return *d;
+  if (auto* f = std::get_if<float>(&v)) return double(*f);
+  if (auto* i = std::get_if<int64_t>(&v)) return double(*i);
+  if (auto* c = std::get_if<Currency>(&v)) return double(c->scaled) / kCurrencyScale;
+  return std::nullopt;
+}
+
+template <typename T>
+std::vector<uint8_t> LittleEndian(T bits) {
+  std::vector<uint8_t> out(sizeof(T));
+  for (size_t k = 0; k < sizeof(T); ++k) out[k] = uint8_t(uint64_t(bits) >> (8 * k));
+  return out;
+}
+
+Result<std::vector<uint8_t>> EncodeInteger(const ColumnDef& c, const Value& v, int64_t lo,
+                                           int64_t hi, size_t width, const std::string& where) {
+  auto n = WholeNumber(v);
+  if (!n) return WrongType(where, c, v, "whole-number");
+  if (*n < lo || *n > hi) {
+    return Refuse(where, c,
+                  "value " + std::to_string(*n) + " is outside " + std::to_string(lo) + ".." +
+                      std::to_string(hi));
+  }
+  std::vector<uint8_t> out(width);
+  for (size_t k = 0; k < width; ++k) out[k] = uint8_t(uint64_t(*n) >> (8 * k));
+  return out;
+}
+
+Result<std::vector<uint8_t>> EncodeCurrency(const ColumnDef& c, const Value& v,
+                                            const std::string& where) {
+  if (auto* cur = std::get_if<Currency>(&v)) return LittleEndian(uint64_t(cur->scaled));
+  if (auto* i = std::get_if<int64_t>(&v)) {
+    if (*i > std::numeric_limits<int64_t>::max() / kCurrencyScale ||
+        *i < std::numeric_limits<int64_t>::min() / kCurrencyScale) {
+      return Refuse(where, c, "value " + std::to_string(*i) + " is too large for Currency");
+    }
+    return LittleEndian(uint64_t(*i * kCurrencyScale));
+  }
+  if (std::holds_alternative<Decimal>(v)) {
+    auto bytes = EncodeNumeric(std::get<Decimal>(v), kMaxNumericDigits, 4);
+    if (!bytes.ok()) return Refuse(where, c, bytes.status().message());
+    const auto& b = *bytes;
+    const uint64_t hi = uint64_t(LoadLe32(&b[1])) << 32 | LoadLe32(&b[5]);
+    const uint64_t mag = uint64_t(LoadLe32(&b[9])) << 32 | LoadLe32(&b[13]);
+    const bool negative = b[0] == kNumericNegative;
+    if (hi != 0 || mag > uint64_t(std::numeric_limits<int64_t>::max()) + (negative ? 1 : 0)) {
+      return Refuse(where, c, "value is too large for Currency");
+    }
+    return LittleEndian(negative ? uint64_t(0) - mag : mag);
+  }
+  if (auto d = AsDouble(v)) {
+    const double scaled = std::round(*d * kCurrencyScale);
+    if (!std::isfinite(scaled) || std::fabs(scaled) >= 9.2e18) {
+      return Refuse(where, c, "value is too large for Currency");
+    }
+    return LittleEndian(uint64_t(int64_t(scaled)));
+  }
+  return WrongType(where, c, v, "Currency");
+}
+
+Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, const Value& v,
+                                        int code_page, const std::string& where) {
+  auto* s = std::get_if<std::string>(&v);
+  if (s == nullptr) return WrongType(where, c, v, c.type == coltype::kMemo ? "Memo" : "Text");
+  const bool memo = c.type == coltype::kMemo;
+  if (f.text_is_unicode) {
+    auto units = Utf16Length(*s);
+    if (!units) return Refuse(where, c, "text is not valid UTF-8");
+    if (!memo && *units * 2 > c.length) {
+      return Refuse(where, c,
+                    "text of " + std::to_string(*units) + " characters exceeds the " +
+                        std::to_string(c.length / 2) + " the column holds");
+    }
+    const bool compress = (c.extra_flags & kColExtraCompressedUnicode) != 0 &&
+                          (!memo || *units <= kMaxCompressedMemoChars);
+    auto bytes = EncodeJet4Text(*s, compress);
+    if (!bytes.ok()) return Refuse(where, c, bytes.status().message());
+    return std::move(*bytes);
+  }
+  const int cp = IsSupportedCodePage(c.code_page) ? c.code_page : code_page;
+  auto bytes = EncodeCodePage(cp, *s);
+  if (!bytes.ok()) return Refuse(where, c, bytes.status().message());
+  if (!memo && bytes->size() > c.length) {
+    return Refuse(where, c,
+                  "text of " + std::to_string(bytes->size()) + " characters exceeds the " +
+                      std::to_string(c.length) + " the column holds");
+  }
+  return std::vector<uint8_t>(bytes->begin(), bytes->end());
+}
+
+Result<std::vector<uint8_t>> EncodeBytes(const JetFormat& f, const ColumnDef& c, const Value& v,
+                                         int code_page, const std::string& where) {
+  switch (c.type) {
+    case coltype::kByte:
+      return EncodeInteger(c, v, 0, 255, 1, where);
+    case coltype::kInteger:
+      return EncodeInteger(c, v, INT16_MIN, INT16_MAX, 2, where);
+    case coltype::kLong:
+      return EncodeInteger(c, v, INT32_MIN, INT32_MAX, 4, where);
+    case coltype::kCurrency:
+      return EncodeCurrency(c, v, where);
+    case coltype::kSingle: {
+      auto d = AsDouble(v);
+      if (!d) return WrongType(where, c, v, "Single");
+      if (std::isfinite(*d) && std::fabs(*d) > std::numeric_limits<float>::max()) {
+        return Refuse(where, c, "value is too large for Single");
+      }
+      auto* fv = std::get_if<float>(&v);
+      return LittleEndian(FloatToBits(fv ? *fv : float(*d)));
+    }
+    case coltype::kDouble: {
+      auto d = AsDouble(v);
+      if (!d) return WrongType(where, c, v, "Double");
+      return LittleEndian(DoubleToBits(*d));
+    }
+    case coltype::kDateTime: {
+      if (auto* od = std::get_if<OleDate>(&v)) return LittleEndian(DoubleToBits(od->days));
+      if (auto* d = std::get_if<double>(&v)) return LittleEndian(DoubleToBits(*d));
+      return WrongType(where, c, v, "Date/Time");
+    }
+    case coltype::kGuid: {
+      auto* g = std::get_if<Guid>(&v);
+      if (g == nullptr) return WrongType(where, c, v, "GUID");
+      return std::vector<uint8_t>(g->bytes.begin(), g->bytes.end());
+    }
+    case coltype::kNumeric: {
+      auto d = AsDecimal(v);
+      if (!d) return WrongType(where, c, v, "Decimal");
+      auto bytes = EncodeNumeric(*d, c.precision, c.scale);
+      if (!bytes.ok()) return Refuse(where, c, bytes.status().message());
+      return std::vector<uint8_t>(bytes->begin(), bytes->end());
+    }
+    case coltype::kBinary:
+    case coltype::kOle: {
+      auto* b = std::get_if<Binary>(&v);
+      if (b == nullptr) return WrongType(where, c, v, c.type == coltype::kOle ? "OLE" : "Binary");
+      if (c.type == coltype::kBinary && b->bytes.size() > c.length) {
+        return Refuse(where, c,
+                      std::to_string(b->bytes.size()) + " bytes exceed the " +
+                          std::to_string(c.length) + " the column holds");
+      }
+      return b->bytes;
+    }
+    case coltype::kText:
+    case coltype::kMemo:
+      return EncodeText(f, c, v, code_page, where);
+    default:
+      return Refuse(where, c, "column type " + std::to_string(c.type) + " cannot be written");
+  }
+}
+
+}  // namespace
+
+Result<std::array<uint8_t, kNumericSize>> EncodeNumeric(const Decimal& d, uint8_t precision,
+                                                        uint8_t scale) {
+  if (precision == 0 || precision > kMaxNumericDigits) precision = kMaxNumericDigits;
+  Magnitude m = Magnitude::From(d.hi, d.lo);
+  for (uint8_t s = d.scale; s < scale; ++s) {
+    if (!m.MulAdd(10, 0)) return Status::InvalidArgument("decimal value has too many digits");
+  }
+  if (d.scale > scale) {
+    uint32_t last = 0;  // the first dropped digit decides: half away from zero
+    for (uint8_t s = d.scale; s > scale; --s) last = m.Div(10);
+    if (last >= 5) {
+      if (!m.MulAdd(1, 1)) return Status::InvalidArgument("decimal value has too many digits");
+    }
+  }
+  Magnitude limit;
+  limit.limb[3] = 1;
+  for (uint8_t k = 0; k < precision; ++k) limit.MulAdd(10, 0);
+  if (!m.Less(limit)) {
+    return Status::InvalidArgument("decimal value has more than " + std::to_string(precision) +
+                                   " digits at scale " + std::to_string(scale));
+  }
+  std::array<uint8_t, kNumericSize> out{};
+  out[0] = d.negative && !m.zero() ? kNumericNegative : 0;
+  for (int k = 0; k < 4; ++k) StoreLe32(&out[1 + 4 * k], m.limb[k]);
+  return out;
+}
+
+Result<EncodedValue> EncodeValue(const JetFormat& f, const ColumnDef& c, const Value& v,
+                                 int code_page, const std::string& where) {
+  EncodedValue out;
+  if (c.type == coltype::kBoolean) {
+    out.null = false;
+    if (IsNull(v)) return out;
+    auto n = WholeNumber(v);
+    if (!n) return WrongType(where, c, v, "Yes/No");
+    out.bit = *n != 0;
+    return out;
+  }
+  if (IsNull(v)) return out;
+  PX_ASSIGN_OR_RETURN(out.bytes, EncodeBytes(f, c, v, code_page, where));
+  out.null = false;
+  return out;
+}
+
+}  // namespace px::jet

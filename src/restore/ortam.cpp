@@ -1,0 +1,174 @@
+#include "restore/ortam.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "platform/host_path.h"
+#include "platform/text_case.h"
+#include "settings/hata_mesaji.h"
+#include "xbf/pbf.h"
+#include "xbf/xbf_reader.h"
+
+namespace px::restore {
+namespace fs = std::filesystem;
+
+namespace {
+
+Result<fs::path> Host(const std::string& yol) {
+  return ToHostPath(yol);
+}
+
+Status Hata(const std::error_code& ec, const std::string& ne, const std::string& yol) {
+  return Status::IOError(ne + " " + yol + ": " + ec.message());
+}
+
+}  // namespace
+
+Result<std::vector<DosyaGirdisi>> HostDosyalar::Liste(const std::string& klasor) {
+  PX_ASSIGN_OR_RETURN(fs::path p, Host(klasor));
+  std::error_code ec;
+  if (!fs::is_directory(p, ec)) return Status::NotFound("folder " + klasor + " not found");
+  std::vector<DosyaGirdisi> out;
+  for (fs::directory_iterator it(p, ec), end; !ec && it != end; it.increment(ec)) {
+    out.push_back({it->path().filename().string(), it->is_directory(ec)});
+  }
+  if (ec) return Hata(ec, "cannot list", klasor);
+  // Listed by name, as the file system object lists an NTFS folder.
+  std::sort(out.begin(), out.end(), [](const DosyaGirdisi& a, const DosyaGirdisi& b) {
+    return FoldCase(a.ad) < FoldCase(b.ad);
+  });
+  return out;
+}
+
+Result<std::unique_ptr<RowSource>> HostDosyalar::TabloAc(const std::string& yol) {
+  PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
+  PX_ASSIGN_OR_RETURN(auto reader, xbf::XbfReader::OpenFile(p.string()));
+  return std::unique_ptr<RowSource>(std::move(reader));
+}
+
+Status HostDosyalar::Ac(const std::string& pbf, const std::string& hedef) {
+  PX_ASSIGN_OR_RETURN(fs::path kaynak, Host(pbf));
+  PX_ASSIGN_OR_RETURN(fs::path cikti, Host(hedef));
+  return xbf::Ac(kaynak.string(), cikti.string());
+}
+
+Status HostDosyalar::Kopyala(const std::string& kaynak, const std::string& hedef) {
+  PX_ASSIGN_OR_RETURN(fs::path k, Host(kaynak));
+  PX_ASSIGN_OR_RETURN(fs::path h, Host(hedef));
+  const fs::path gecici = h.parent_path() / (".~" + h.filename().string() + ".tmp");
+  std::error_code ec;
+  fs::copy_file(k, gecici, fs::copy_options::overwrite_existing, ec);
+  if (!ec) fs::rename(gecici, h, ec);
+  if (ec) {
+    std::error_code ignored;
+    fs::remove(gecici, ignored);
+    return Hata(ec, "cannot copy " + kaynak + " to", hedef);
+  }
+  return Status::Ok();
+}
+
+Status HostDosyalar::Sil(const std::string& yol) {
+  PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
+  std::error_code ec;
+  fs::remove(p, ec);
+  if (ec) return Hata(ec, "cannot delete", yol);
+  return Status::Ok();
+}
+
+Status HostDosyalar::KlasorlerYarat(const std::string& yol) {
+  PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
+  std::error_code ec;
+  fs::create_directories(p, ec);
+  if (ec) return Hata(ec, "cannot create folder", yol);
+  return Status::Ok();
+}
+
+ModulIslemi::~ModulIslemi() {
+  if (!bitti_) GeriCevir();
+}
+
+db::Database* ModulIslemi::Bul(const std::string& yol) {
+  for (const auto& [p, d] : acik_) {
+    if (EqualsIgnoreCase(p, yol)) return d;
+  }
+  return nullptr;
+}
+
+Result<db::Database*> ModulIslemi::Katil(const std::string& yol, Result<db::Database*> acilan) {
+  PX_ASSIGN_OR_RETURN(db::Database * d, std::move(acilan));
+  Status s = d->Begin();
+  if (!s.ok()) {
+    ortam_.havuz.Close(yol);
+    return s;
+  }
+  acik_.emplace_back(yol, d);
+  return d;
+}
+
+Result<db::Database*> ModulIslemi::Ac(const std::string& yol) {
+  if (db::Database* d = Bul(yol)) return d;
+  if (!ortam_.onceki_kopya_klasoru.empty()) {
+    // The copy keeps the database's place below the work area, so that it can be put back
+    // by hand; one copy per database and run, taken before its first change.
+    std::string altyol = yol;
+    const std::string kok = ortam_.kok + "\\";
+    if (altyol.size() > kok.size() && EqualsIgnoreCase(altyol.substr(0, kok.size()), kok)) {
+      altyol = altyol.substr(kok.size());
+    } else if (altyol.size() > 3 && altyol[1] == ':') {
+      altyol = altyol.substr(3);
+    }
+    const std::string kopya = ortam_.onceki_kopya_klasoru + "\\" + altyol;
+    bool alindi = false;
+    for (const auto& k : ortam_.alinan_kopyalar) alindi = alindi || EqualsIgnoreCase(k, kopya);
+    if (!alindi) {
+      PX_RETURN_IF_ERROR(ortam_.dosyalar.KlasorlerYarat(kopya.substr(0, kopya.rfind('\\'))));
+      PX_RETURN_IF_ERROR(ortam_.dosyalar.Kopyala(yol, kopya));
+      ortam_.alinan_kopyalar.push_back(kopya);
+    }
+  }
+  return Katil(yol, ortam_.havuz.Open(yol));
+}
+
+Result<db::Database*> ModulIslemi::Yarat(const std::string& yol) {
+  if (Bul(yol)) return Status::InvalidArgument("database " + yol + " is already open");
+  return Katil(yol, ortam_.havuz.Create(yol));
+}
+
+Status ModulIslemi::Bitir() {
+  for (size_t i = 0; i < acik_.size(); ++i) {
+    Status s = acik_[i].second->Commit();
+    if (!s.ok()) {
+      // Those before are in; this one and the rest are rolled back.
+      for (size_t j = i; j < acik_.size(); ++j) {
+        if (j > i) (void)acik_[j].second->Rollback();
+        ortam_.havuz.Close(acik_[j].first);
+      }
+      for (size_t j = 0; j < i; ++j) ortam_.havuz.Close(acik_[j].first);
+      acik_.clear();
+      bitti_ = true;
+      return s;
+    }
+  }
+  for (const auto& [p, d] : acik_) ortam_.havuz.Close(p);
+  acik_.clear();
+  bitti_ = true;
+  return Status::Ok();
+}
+
+void ModulIslemi::GeriCevir() {
+  for (auto it = acik_.rbegin(); it != acik_.rend(); ++it) {
+    (void)it->second->Rollback();
+    ortam_.havuz.Close(it->first);
+  }
+  acik_.clear();
+  bitti_ = true;
+}
+
+void HataKoduGoster(op::Operator& op, const Status& hata) {
+  const settings::Hata h = settings::HataOlarak(hata);
+  op.Show("Hata Kodu: " + std::to_string(h.no) + "\r\nAçıklama: " + h.aciklama, "Hata",
+          op::Icon::kExclamation, op::Buttons::kOk, 1);
+}
+
+}  // namespace px::restore

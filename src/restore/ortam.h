@@ -1,0 +1,101 @@
+#pragma once
+// What the restore flows work with: the suite's folders and files, the package's files,
+// the module databases, the schema catalog and the operator; and the unit of change of a
+// restore, one module, whose databases change together or not at all.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/result.h"
+#include "db/connection.h"
+#include "db/database.h"
+#include "operator/operator.h"
+#include "platform/file_system.h"
+
+namespace px::restore {
+
+struct DosyaGirdisi {
+  std::string ad;
+  bool klasor = false;
+  bool operator==(const DosyaGirdisi&) const = default;
+};
+
+// The files the restore reads and writes, on domain paths ("C:\Pergonix\Cari\Data\...") or
+// host paths.
+class Dosyalar {
+ public:
+  virtual ~Dosyalar() = default;
+  // Files and folders directly in `klasor`, by name; NotFound without the folder.
+  virtual Result<std::vector<DosyaGirdisi>> Liste(const std::string& klasor) = 0;
+  // A table file (persisted recordset XML) as a row stream.
+  virtual Result<std::unique_ptr<RowSource>> TabloAc(const std::string& yol) = 0;
+  // Decompresses a ".pbf" into `hedef`; on failure `hedef` is left as it was.
+  virtual Status Ac(const std::string& pbf, const std::string& hedef) = 0;
+  // Copies a file over `hedef`, which is replaced only once the copy is complete.
+  virtual Status Kopyala(const std::string& kaynak, const std::string& hedef) = 0;
+  virtual Status Sil(const std::string& yol) = 0;  // OK when missing
+  // The folder and every missing folder above it.
+  virtual Status KlasorlerYarat(const std::string& yol) = 0;
+};
+
+// The operating system's files, through the drive map.
+class HostDosyalar : public Dosyalar {
+ public:
+  Result<std::vector<DosyaGirdisi>> Liste(const std::string& klasor) override;
+  Result<std::unique_ptr<RowSource>> TabloAc(const std::string& yol) override;
+  Status Ac(const std::string& pbf, const std::string& hedef) override;
+  Status Kopyala(const std::string& kaynak, const std::string& hedef) override;
+  Status Sil(const std::string& yol) override;
+  Status KlasorlerYarat(const std::string& yol) override;
+};
+
+using KatalogAcici = std::function<Result<std::unique_ptr<db::Connection>>(const std::string& yol)>;
+
+struct Ortam {
+  FileSystem& fs;
+  Dosyalar& dosyalar;
+  db::DatabasePool& havuz;
+  op::Operator& op;
+  KatalogAcici katalog_ac;
+  std::string kok;              // the suite's work area, CalismaAlani
+  std::string veritabani_turu;  // the settings' VeriTabaniTuru: "Access" or "SQLServer"
+  std::string gecici_klasor;    // the staging folder, ending in a separator
+  // Where the copies of databases taken before their first change go (the work area +
+  // "\GeriAlOncesi\" + the run's start); empty: no copies.
+  std::string onceki_kopya_klasoru;
+  // Copies taken so far in this run (their paths).
+  std::vector<std::string> alinan_kopyalar;
+};
+
+// The databases one module changes, each open once through the pool and inside one
+// transaction. Bitir commits them all; anything else (an error, or destruction before
+// Bitir) rolls every one back, so the module's databases are exactly as before it began.
+class ModulIslemi {
+ public:
+  explicit ModulIslemi(Ortam& ortam) : ortam_(ortam) {}
+  ~ModulIslemi();
+  ModulIslemi(const ModulIslemi&) = delete;
+  ModulIslemi& operator=(const ModulIslemi&) = delete;
+
+  // An existing database, copied first (once per run) when copies are kept.
+  Result<db::Database*> Ac(const std::string& yol);
+  // A new database; its file appears only when the module commits.
+  Result<db::Database*> Yarat(const std::string& yol);
+  Status Bitir();
+  void GeriCevir();
+
+ private:
+  Result<db::Database*> Katil(const std::string& yol, Result<db::Database*> acilan);
+  db::Database* Bul(const std::string& yol);
+
+  Ortam& ortam_;
+  std::vector<std::pair<std::string, db::Database*>> acik_;
+  bool bitti_ = false;
+};
+
+// "Hata Kodu: " + number + line break + "Açıklama: " + description; exclamation, "Hata".
+void HataKoduGoster(op::Operator& op, const Status& hata);
+
+}  // namespace px::restore

@@ -1,0 +1,184 @@
+// The yedekle and dogrula commands on a copy of the sample suite, judged by jet-oracle.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "support/run_program.h"
+#include "support/temp_folder.h"
+
+namespace px::backup {
+namespace {
+
+namespace fs = std::filesystem;
+using px::testing::RunShell;
+using px::testing::ShellQuote;
+
+const fs::path kSuite = fs::path(PX_SHARED_DIR) / "samples" / "suite" / "Pergonix";
+const fs::path kOracle = fs::path(PX_SHARED_DIR) / "tools" / "jet-oracle" / "jet-oracle";
+
+// JSON Lines as values: the two programs print the same double in different forms
+// ("1e-05" and "0.00001").
+std::vector<nlohmann::json> Satirlar(const std::string& jsonl) {
+  std::vector<nlohmann::json> out;
+  std::istringstream in(jsonl);
+  for (std::string line; std::getline(in, line);) {
+    out.push_back(nlohmann::json::parse(line, nullptr, false));
+    EXPECT_FALSE(out.back().is_discarded()) << line;
+  }
+  return out;
+}
+
+class YedekleProgrami : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!fs::exists(kSuite / "Genel" / "Data" / "DonemAc.mdb")) {
+      GTEST_SKIP() << "no sample suite at " << kSuite;
+    }
+    fs::create_directories(d_.path() / "C");
+    fs::create_directories(d_.path() / "D");
+    fs::copy(kSuite, d_.path() / "C" / "Pergonix", fs::copy_options::recursive);
+  }
+  px::testing::ShellOutput Run(const std::string& args) {
+    return RunShell("PERGONIX_DRIVES=" + ShellQuote("C=" + (d_.path() / "C").string() +
+                                                    ";D=" + (d_.path() / "D").string()) +
+                    " " + ShellQuote(PX_BINARY) + " " + args + " 2>&1");
+  }
+  fs::path Paket(const std::string& ad) const { return d_.path() / "D" / "Yedek" / ad; }
+
+  px::testing::TempFolder d_;
+};
+
+// Every table of every module database below `sirket`/`yil` (or module-wide / per company)
+// either has a file in the package that reads back equal to jet-oracle's rows, or is empty
+// and has none.
+void PaketKaynaklaAyni(const fs::path& suite, const fs::path& paket, const std::string& uzanti,
+                       const std::set<std::string>& sirketler) {
+  if (!fs::exists(kOracle)) GTEST_SKIP() << "no jet-oracle at " << kOracle;
+  int dosya = 0;
+  for (const auto& e : fs::recursive_directory_iterator(suite)) {
+    if (e.path().extension() != ".mdb") continue;
+    const fs::path goreli = fs::relative(e.path(), suite);
+    const std::string modul = goreli.begin()->string();
+    if (modul == "Genel" && goreli.parent_path() == fs::path("Genel/Data")) continue;  // shared
+    // Company folder (if any) is the third component.
+    auto it = std::next(goreli.begin(), 2);
+    if (it != goreli.end() && std::next(it) != goreli.end() && !sirketler.count(it->string())) {
+      continue;
+    }
+    const std::string taban = e.path().stem().string();
+    const auto tablolar =
+        RunShell(ShellQuote(kOracle.string()) + " tables " + ShellQuote(e.path().string()));
+    ASSERT_EQ(tablolar.exit_code, 0) << e.path();
+    std::istringstream satirlar(tablolar.out);
+    for (std::string tablo; std::getline(satirlar, tablo);) {
+      const auto beklenen = RunShell(ShellQuote(kOracle.string()) + " rows " +
+                                     ShellQuote(e.path().string()) + " " + ShellQuote(tablo));
+      ASSERT_EQ(beklenen.exit_code, 0) << tablo;
+      const fs::path dosya_yolu =
+          paket / goreli.parent_path() / (taban + "-" + tablo + uzanti);
+      if (beklenen.out.empty()) {
+        EXPECT_FALSE(fs::exists(dosya_yolu)) << "empty table has a file: " << dosya_yolu;
+        continue;
+      }
+      ASSERT_TRUE(fs::exists(dosya_yolu)) << dosya_yolu;
+      const auto okunan = RunShell(ShellQuote(PX_BINARY) + " xbf satirlar " +
+                                   ShellQuote(dosya_yolu.string()));
+      EXPECT_EQ(okunan.exit_code, 0) << dosya_yolu;
+      EXPECT_EQ(Satirlar(okunan.out), Satirlar(beklenen.out)) << dosya_yolu;
+      ++dosya;
+    }
+  }
+  EXPECT_GT(dosya, 10);
+}
+
+TEST_F(YedekleProgrami, ExternalCompressedCompanyBackupReadsBackAsJetOracleReadsTheSource) {
+  auto o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek'");
+  ASSERT_EQ(o.exit_code, 0) << o.out;
+  EXPECT_NE(o.out.find("Teknik Servis    Tamam\n"), std::string::npos) << o.out;
+  EXPECT_NE(o.out.find("Yedekleme İşlemi Tamamlandı."), std::string::npos);
+  PaketKaynaklaAyni(d_.path() / "C" / "Pergonix", Paket("P"), ".pbf", {"001"});
+  // Extra files: one per level; the missing one and the one of another letter case are not.
+  EXPECT_TRUE(fs::exists(Paket("P") / "Dosya/Cari/Data/001/2009/CariRapor.rpt.pbf"));
+  EXPECT_TRUE(fs::exists(Paket("P") / "Dosya/Demirbas/Data/001/Amortisman.ayr.pbf"));
+  EXPECT_TRUE(fs::exists(Paket("P") / "Dosya/Beyanname/Data/BeyannameSablon.xml.pbf"));
+  EXPECT_FALSE(fs::exists(Paket("P") / "Dosya/Stok/Data/001/2009/Eksik.dat.pbf"));
+  EXPECT_FALSE(fs::exists(Paket("P") / "Dosya/Cari/Data/001/2009/KucukHarf.txt.pbf"));
+
+  auto d = Run("dogrula 'D:\\Yedek\\P'");
+  EXPECT_EQ(d.exit_code, 0) << d.out;
+}
+
+TEST_F(YedekleProgrami, ExternalPlainBackupOfEveryCompany) {
+  auto o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+               "--tum-sirketler --sikistirma-yok");
+  ASSERT_EQ(o.exit_code, 0) << o.out;
+  PaketKaynaklaAyni(d_.path() / "C" / "Pergonix", Paket("P"), ".xbf", {"001", "002"});
+  EXPECT_EQ(Run("dogrula 'D:\\Yedek\\P'").exit_code, 0);
+}
+
+TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
+  auto o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+               "--modul Cari --modul Stok");
+  ASSERT_EQ(o.exit_code, 0) << o.out;
+  const fs::path cari = Paket("P") / "Cari/Data/001/2009";
+  const fs::path stok = Paket("P") / "Stok/Data/001/2009";
+  fs::resize_file(cari / "cari-CariKart.pbf", fs::file_size(cari / "cari-CariKart.pbf") - 7);
+  {
+    std::string b = px::testing::ReadAll(stok / "stok-StokKart.pbf");
+    b[b.size() / 2] = char(b[b.size() / 2] ^ 0x10);
+    d_.Write(fs::relative(stok / "stok-StokKart.pbf", d_.path()).string(), b);
+  }
+  fs::remove(cari / "cari-CariHareket.pbf");
+  d_.Write(fs::relative(cari / "yabanci.txt", d_.path()).string(), "x");
+  // A leftover temporary name is not part of the package.
+  d_.Write(fs::relative(cari / ".~cari-CariNot.pbf.tmp", d_.path()).string(), "yarım");
+
+  auto d = Run("dogrula 'D:\\Yedek\\P'");
+  EXPECT_EQ(d.exit_code, 1);
+  EXPECT_NE(d.out.find("bozuk Cari\\Data\\001\\2009\\cari-CariKart.pbf: "), std::string::npos)
+      << d.out;
+  EXPECT_NE(d.out.find("bozuk Stok\\Data\\001\\2009\\stok-StokKart.pbf: "), std::string::npos);
+  EXPECT_NE(d.out.find("eksik Cari\\Data\\001\\2009\\cari-CariHareket.pbf\n"), std::string::npos);
+  EXPECT_NE(d.out.find("fazla Cari\\Data\\001\\2009\\yabanci.txt"), std::string::npos);
+  EXPECT_EQ(d.out.find(".~"), std::string::npos);
+  EXPECT_NE(d.out.find(", 4 sorun\n"), std::string::npos) << d.out;
+}
+
+TEST_F(YedekleProgrami, ExitCodesOfTheRun) {
+  // Declined at the start: not a terminal, no --evet, so the default No answers.
+  EXPECT_EQ(Run("yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek'").exit_code, 3);
+  // Input errors and unknown modules are usage errors.
+  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 01 --yil 2009 --hedef 'D:\\Yedek'").exit_code,
+            2);
+  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+                "--modul Yok")
+                .exit_code,
+            2);
+  EXPECT_EQ(Run("--evet yedekle --bilinmeyen").exit_code, 2);
+  // An old backup, declined... --evet answers Yes, so delete; then a second package run
+  // adds another year's files to the manifest.
+  ASSERT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+                "--modul Cari")
+                .exit_code,
+            0);
+  // Without a terminal and without --evet the old-backup question takes No: cancelled.
+  auto o = RunShell("printf '' | PERGONIX_DRIVES=" +
+                    ShellQuote("C=" + (d_.path() / "C").string() +
+                               ";D=" + (d_.path() / "D").string()) +
+                    " " + ShellQuote(PX_BINARY) +
+                    " yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' --modul Cari"
+                    " 2>&1");
+  EXPECT_EQ(o.exit_code, 3) << o.out;
+  // A missing shared file is an error box.
+  fs::remove(d_.path() / "C/Pergonix/Genel/Data/YedekDosya.ini");
+  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek'").exit_code,
+            1);
+}
+
+}  // namespace
+}  // namespace px::backup

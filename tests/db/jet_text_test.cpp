@@ -1,0 +1,171 @@
+// Text turned into column values as Jet turns it: each type's accepted forms, rounding,
+// ranges and refusals.
+#include <gtest/gtest.h>
+
+#include "core/value_text.h"
+#include "db/jet_text.h"
+#include "db/text_of.h"
+
+namespace px::db {
+namespace {
+
+FieldInfo Field(int type, int precision = 255, int scale = 255) {
+  FieldInfo f;
+  f.name = "f";
+  f.ado_type = type;
+  f.precision = precision;
+  f.scale = scale;
+  return f;
+}
+
+std::string Show(const Value& v) {
+  if (auto* c = std::get_if<Currency>(&v)) return "cy " + std::to_string(c->scaled);
+  if (auto* i = std::get_if<int64_t>(&v)) return "i " + std::to_string(*i);
+  if (auto* f = std::get_if<float>(&v)) return "f " + ShortestFloat(*f);
+  if (auto* d = std::get_if<double>(&v)) return "d " + ShortestDouble(*d);
+  if (auto* o = std::get_if<OleDate>(&v)) return "date " + ShortestDouble(o->days);
+  if (auto* s = std::get_if<std::string>(&v)) return "s " + *s;
+  if (auto* b = std::get_if<bool>(&v)) return *b ? "true" : "false";
+  return TextOf(v);
+}
+
+TEST(ValueFromText, EachTypeAsJetConvertsText) {
+  struct Case {
+    int type;
+    const char* text;
+    NumberForm form;
+    const char* expected;  // Show() of the value, or "!" + part of the error
+  } cases[] = {
+      {ado::kVarWChar, " a'b ", NumberForm::kInvariant, "s  a'b "},
+      {ado::kLongVarWChar, "", NumberForm::kInvariant, "s "},
+      {ado::kInteger, "42", NumberForm::kInvariant, "i 42"},
+      {ado::kInteger, " -42 ", NumberForm::kInvariant, "i -42"},
+      {ado::kInteger, "+7", NumberForm::kInvariant, "i 7"},
+      {ado::kInteger, "001", NumberForm::kInvariant, "i 1"},
+      {ado::kInteger, "2.5", NumberForm::kInvariant, "i 2"},  // half to even
+      {ado::kInteger, "3.5", NumberForm::kInvariant, "i 4"},
+      {ado::kInteger, "-2.51", NumberForm::kInvariant, "i -3"},
+      {ado::kInteger, "1.2E3", NumberForm::kInvariant, "i 1200"},
+      {ado::kInteger, "2147483647", NumberForm::kInvariant, "i 2147483647"},
+      {ado::kInteger, "-2147483648", NumberForm::kInvariant, "i -2147483648"},
+      {ado::kInteger, "2147483648", NumberForm::kInvariant, "!out of range for Long"},
+      {ado::kInteger, "1e30", NumberForm::kInvariant, "!out of range for Long"},
+      {ado::kInteger, "1,234", NumberForm::kInvariant, "!'1,234' is not a number"},
+      {ado::kInteger, "12a", NumberForm::kInvariant, "!is not a number"},
+      {ado::kInteger, "", NumberForm::kInvariant, "!is not a number"},
+      {ado::kInteger, "1e", NumberForm::kInvariant, "!is not a number"},
+      {ado::kInteger, "1.2.3", NumberForm::kInvariant, "!is not a number"},
+      {ado::kUnsignedTinyInt, "255", NumberForm::kInvariant, "i 255"},
+      {ado::kUnsignedTinyInt, "256", NumberForm::kInvariant, "!out of range for Byte"},
+      {ado::kUnsignedTinyInt, "-1", NumberForm::kInvariant, "!out of range for Byte"},
+      {ado::kSmallInt, "-32768", NumberForm::kInvariant, "i -32768"},
+      {ado::kSmallInt, "32768", NumberForm::kInvariant, "!out of range for Integer"},
+      {ado::kCurrency, "1234.56", NumberForm::kInvariant, "cy 12345600"},
+      {ado::kCurrency, "1,234.56", NumberForm::kMoney, "cy 12345600"},
+      {ado::kCurrency, "1,234,567.5", NumberForm::kMoney, "cy 12345675000"},
+      {ado::kCurrency, "-0.00005", NumberForm::kInvariant, "cy 0"},  // half to even
+      {ado::kCurrency, "0.00015", NumberForm::kInvariant, "cy 2"},
+      {ado::kCurrency, "1,234.56", NumberForm::kInvariant, "!is not a number"},
+      {ado::kCurrency, "1.234,56", NumberForm::kMoney, "!is not a number"},
+      {ado::kCurrency, ",5", NumberForm::kMoney, "!is not a number"},
+      {ado::kCurrency, "922337203685477.5807", NumberForm::kInvariant, "cy 9223372036854775807"},
+      {ado::kCurrency, "922337203685477.5808", NumberForm::kInvariant,
+       "!out of range for Currency"},
+      {ado::kDouble, "0.1", NumberForm::kInvariant, "d 0.1"},
+      {ado::kDouble, "-1.5E300", NumberForm::kInvariant, "d -1.5e+300"},
+      {ado::kDouble, "1e-400", NumberForm::kInvariant, "d 0"},
+      {ado::kDouble, "1e400", NumberForm::kInvariant, "!out of range for Double"},
+      {ado::kSingle, "0.1", NumberForm::kInvariant, "f 0.1"},
+      {ado::kSingle, "1e39", NumberForm::kInvariant, "!out of range for Single"},
+      {ado::kNumeric, "12.345", NumberForm::kInvariant, "12.34"},  // scale 2, half to even
+      {ado::kNumeric, "99999.994", NumberForm::kInvariant, "99999.99"},
+      {ado::kNumeric, "999999.99", NumberForm::kInvariant, "!out of range for Decimal"},
+      {ado::kBoolean, "1", NumberForm::kInvariant, "true"},
+      {ado::kBoolean, "0", NumberForm::kInvariant, "false"},
+      {ado::kBoolean, "-1", NumberForm::kInvariant, "true"},
+      {ado::kBoolean, "True", NumberForm::kInvariant, "true"},
+      {ado::kBoolean, "hayır", NumberForm::kInvariant, "!is not a Yes/No value"},
+      {ado::kDate, "2024-02-29 13:45:30", NumberForm::kInvariant, "date 45351.57326388889"},
+      {ado::kDate, "1899-12-30", NumberForm::kInvariant, "date 0"},
+      {ado::kDate, "29.02.2024", NumberForm::kInvariant, "date 45351"},
+      {ado::kDate, "2023-02-29", NumberForm::kInvariant, "!is not a date"},
+      {ado::kDate, "2024-04-31", NumberForm::kInvariant, "!is not a date"},
+      {ado::kDate, "2024-01-01 24:00:00", NumberForm::kInvariant, "!is not a date"},
+      {ado::kDate, "45000", NumberForm::kInvariant, "!is not a date"},
+      {ado::kGUID, "{6B29FC40-CA47-1067-B31D-00DD010662DA}", NumberForm::kInvariant,
+       "{6B29FC40-CA47-1067-B31D-00DD010662DA}"},
+      {ado::kGUID, "6b29fc40-ca47-1067-b31d-00dd010662da", NumberForm::kInvariant,
+       "{6B29FC40-CA47-1067-B31D-00DD010662DA}"},
+      {ado::kGUID, "6b29fc40", NumberForm::kInvariant, "!is not a GUID"},
+      {ado::kLongVarBinary, "abc", NumberForm::kInvariant, "!binary data cannot be given"},
+  };
+  for (const Case& c : cases) {
+    auto v = ValueFromText(Field(c.type, 7, 2), c.text, c.form);
+    const std::string expected = c.expected;
+    if (expected[0] == '!') {
+      ASSERT_FALSE(v.ok()) << c.type << " '" << c.text << "' gave " << Show(*v);
+      EXPECT_NE(v.status().message().find(expected.substr(1)), std::string::npos)
+          << c.text << ": " << v.status().message();
+    } else {
+      ASSERT_TRUE(v.ok()) << c.type << " '" << c.text << "': " << v.status().ToString();
+      EXPECT_EQ(Show(*v), expected) << c.type << " '" << c.text << "'";
+    }
+  }
+}
+
+TEST(CoerceToColumn, RecordsetValuesIntoOtherColumnTypes) {
+  struct Case {
+    int type;
+    Value value;
+    const char* expected;
+  } cases[] = {
+      {ado::kInteger, Value(int64_t{5}), "i 5"},
+      {ado::kUnsignedTinyInt, Value(int64_t{300}), "!out of range for Byte"},
+      {ado::kInteger, Value(true), "i -1"},
+      {ado::kInteger, Value(false), "i 0"},
+      {ado::kInteger, Value(2.5), "i 2"},
+      {ado::kInteger, Value(std::string("17")), "i 17"},
+      {ado::kDouble, Value(0.1f), "d 0.10000000149011612"},
+      {ado::kDouble, Value(Currency{12345}), "d 1.2345"},
+      {ado::kCurrency, Value(std::string("12.5")), "cy 125000"},
+      {ado::kCurrency, Value(Currency{7}), "cy 7"},
+      {ado::kVarWChar, Value(int64_t{12}), "s 12"},
+      {ado::kVarWChar, Value(true), "s True"},
+      {ado::kVarWChar, Value(OleDate{45351.5}), "s 2024-02-29 12:00:00"},
+      {ado::kDate, Value(45351.25), "date 45351.25"},
+      {ado::kDate, Value(std::string("2024-02-29")), "date 45351"},
+      {ado::kBoolean, Value(int64_t{0}), "false"},
+      {ado::kBoolean, Value(std::string("Yes")), "true"},
+      {ado::kLongVarBinary, Value(std::string("x")), "!is not binary data"},
+      {ado::kInteger, Value(Null{}), ""},
+  };
+  for (const Case& c : cases) {
+    auto v = CoerceToColumn(Field(c.type), c.value);
+    const std::string expected = c.expected;
+    if (!expected.empty() && expected[0] == '!') {
+      ASSERT_FALSE(v.ok()) << expected;
+      EXPECT_NE(v.status().message().find(expected.substr(1)), std::string::npos)
+          << v.status().message();
+    } else {
+      ASSERT_TRUE(v.ok()) << expected << ": " << v.status().ToString();
+      EXPECT_EQ(Show(*v), expected);
+    }
+  }
+}
+
+TEST(ParseJetNumber, KeepsEveryDigitAndTheExponent) {
+  auto n = ParseJetNumber("-000123.4500e-2");
+  ASSERT_TRUE(n);
+  EXPECT_TRUE(n->negative);
+  EXPECT_EQ(n->digits, "1234500");
+  EXPECT_EQ(n->scale, 6);
+  EXPECT_EQ(DecimalToPlain(*ToDecimal(*n)), "-1.2345");
+  EXPECT_FALSE(ParseJetNumber("-0")->negative);
+  EXPECT_FALSE(ParseJetNumber("1e99999"));
+  EXPECT_FALSE(ParseJetNumber("1,2", NumberForm::kInvariant));
+  EXPECT_FALSE(ParseJetNumber("1,", NumberForm::kMoney));
+  EXPECT_FALSE(ParseJetNumber("1.5,0", NumberForm::kMoney));
+}
+
+}  // namespace
+}  // namespace px::db

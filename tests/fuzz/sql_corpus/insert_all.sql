@@ -1,0 +1,1 @@
+INSERT INTO t (Id, a, [Key], c, b, d, x, g, m) Values ('7','O"Neil',Null,CAST('1,234.56' AS MONEY),1,'2024-02-29 13:45:30','2.5E-1','{6B29FC40-CA47-1067-B31D-00DD010662DA}','12.345')

@@ -1,0 +1,1 @@
+insert into T (A, n) values ('', -32768)

@@ -1,0 +1,1 @@
+INSERT INTO u (k) Values ('abcd')

@@ -1,0 +1,1 @@
+SELECT a, [k] FROM t WHERE n = 5 ORDER BY a DESC

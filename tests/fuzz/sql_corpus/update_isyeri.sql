@@ -1,0 +1,1 @@
+UPDATE t SET a = '005' + MID(a,4,3), k = '005' WHERE k = 'pr001'

@@ -1,0 +1,1 @@
+UPDATE t SET n = MID(a, 2) + '1', d = '31.12.2023', b = 'Yes' WHERE b = 1 AND y = '007'

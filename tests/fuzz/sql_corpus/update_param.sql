@@ -1,0 +1,1 @@
+UPDATE t SET k = SUBSTRING(k, 1, 2) + '005' WHERE SUBSTRING(k, 3, 3) = '001'

@@ -1,0 +1,393 @@
+// Row and value encoders checked against the decoders: every column type through
+// EncodeValue -> EncodeRow -> CrackRow -> ValueDecoder, in both formats, plus rows laid out
+// by hand and the values the encoders must refuse.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "core/value_text.h"
+#include "jet/long_value.h"
+#include "jet/long_value_writer.h"
+#include "jet/row_writer.h"
+#include "jet/value_encoder.h"
+#include "jet/values.h"
+#include "page_builder.h"
+
+namespace px::jet {
+namespace {
+
+using testing::DataPage;
+using testing::Join;
+
+struct ColumnCase {
+  const char* name;
+  uint8_t type;
+  uint16_t length;  // Jet 4 bytes (text: 2 x characters); halved for Jet 3 text
+  Value in;
+  Value out;  // what reads back (in when Null{} and in is not Null)
+  uint8_t precision = 0;
+  uint8_t scale = 0;
+  uint8_t extra_flags = 0;
+};
+
+Decimal Dec(uint64_t lo, uint8_t scale, bool negative = false, uint64_t hi = 0) {
+  return Decimal{hi, lo, scale, negative};
+}
+
+Guid SomeGuid() {
+  Guid g;
+  for (size_t k = 0; k < 16; ++k) g.bytes[k] = uint8_t(0xA0 + k);
+  return g;
+}
+
+std::vector<ColumnCase> AllTypes() {
+  return {
+      {"yes", coltype::kBoolean, 1, true, Null{}},
+      {"no", coltype::kBoolean, 1, false, Null{}},
+      {"nullbool", coltype::kBoolean, 1, Null{}, false},
+      {"byte", coltype::kByte, 1, int64_t(255), Null{}},
+      {"int", coltype::kInteger, 2, int64_t(-32768), Null{}},
+      {"long", coltype::kLong, 4, int64_t(2147483647), Null{}},
+      {"longtrue", coltype::kLong, 4, true, int64_t(-1)},
+      {"money", coltype::kCurrency, 8, Currency{-12345678901234}, Null{}},
+      {"money_int", coltype::kCurrency, 8, int64_t(7), Currency{70000}},
+      {"money_dec", coltype::kCurrency, 8, Dec(123456, 2), Currency{12345600}},
+      {"single", coltype::kSingle, 4, 1.5f, Null{}},
+      {"double", coltype::kDouble, 8, -0.1, Null{}},
+      {"double_long", coltype::kDouble, 8, int64_t(3), 3.0},
+      {"date", coltype::kDateTime, 8, OleDate{-1.25}, Null{}},
+      {"guid", coltype::kGuid, 16, SomeGuid(), Null{}},
+      {"num", coltype::kNumeric, 17, Dec(314159, 5), Null{}, 18, 5},
+      {"num_neg", coltype::kNumeric, 17, Dec(5, 0, true), Dec(500, 2, true), 10, 2},
+      {"num_round", coltype::kNumeric, 17, Dec(12345, 3), Dec(1235, 2), 10, 2},
+      {"num_big", coltype::kNumeric, 17, Dec(0xFFFFFFFFFFFFFFFF, 0, false, 0x1F),
+       Dec(0xFFFFFFFFFFFFFFFF, 0, false, 0x1F), 28, 0},
+      {"num_null", coltype::kNumeric, 17, Null{}, Null{}, 18, 0},
+      {"text", coltype::kText, 40, std::string("Çağrı İş"), Null{}},
+      {"text_cmp", coltype::kText, 40, std::string("Müşteri çek ödü"), Null{}, 0, 0,
+       kColExtraCompressedUnicode},
+      {"text_latin", coltype::kText, 40, std::string("Ölçü"), Null{}, 0, 0,
+       kColExtraCompressedUnicode},
+      {"text_empty", coltype::kText, 40, std::string(""), Null{}},
+      {"text_null", coltype::kText, 40, Null{}, Null{}},
+      {"bin", coltype::kBinary, 8, Binary{{0, 1, 2, 0xFF}}, Null{}},
+  };
+}
+
+// A table holding the cases as columns: fixed ones packed in order, variable ones in slots.
+TableDef TableOf(const JetFormat& f, const std::vector<ColumnCase>& cases) {
+  TableDef def;
+  uint16_t fixed = 0, var = 0;
+  for (size_t i = 0; i < cases.size(); ++i) {
+    ColumnDef c;
+    c.name = cases[i].name;
+    c.type = cases[i].type;
+    c.number = uint16_t(2 * i + 1);  // gaps as left by deleted columns
+    c.length = cases[i].length;
+    if (c.type == coltype::kText && !f.text_is_unicode) c.length /= 2;
+    c.precision = cases[i].precision;
+    c.scale = cases[i].scale;
+    c.extra_flags = cases[i].extra_flags;
+    c.code_page = f.text_is_unicode ? 0 : 1254;
+    const bool variable = c.type == coltype::kText || c.type == coltype::kBinary ||
+                          c.type == coltype::kMemo || c.type == coltype::kOle;
+    if (variable) {
+      c.var_index = var++;
+    } else {
+      c.flags = colflag::kFixed;
+      c.fixed_offset = fixed;
+      if (c.type != coltype::kBoolean) fixed = uint16_t(fixed + c.length);
+    }
+    def.columns.push_back(c);
+  }
+  def.max_cols = uint16_t(2 * cases.size() + 1);
+  def.var_cols = uint16_t(var + 1);  // one slot of a deleted column
+  return def;
+}
+
+std::unique_ptr<Pager> EmptyPager(const JetFormat& f, std::vector<uint8_t> file = {}) {
+  if (file.empty()) file.assign(f.page_size, 0);
+  return std::make_unique<Pager>(MemorySource(std::move(file), "mem.mdb"), f.page_size, 0);
+}
+
+// Encodes one value per column, builds the row, cracks and decodes it again.
+std::vector<Value> RoundTrip(const JetFormat& f, const TableDef& def,
+                             const std::vector<Value>& values, Pager& pager) {
+  std::vector<EncodedValue> enc;
+  for (size_t i = 0; i < def.columns.size(); ++i) {
+    auto e = EncodeValue(f, def.columns[i], values[i], 1254, "table T");
+    EXPECT_TRUE(e.ok()) << def.columns[i].name << ": " << e.status().ToString();
+    enc.push_back(e.ok() ? *e : EncodedValue{});
+  }
+  std::vector<ColumnData> data(enc.size());
+  for (size_t i = 0; i < enc.size(); ++i) data[i] = {enc[i].null, enc[i].bit, enc[i].bytes};
+  auto row = EncodeRow(f, def, data, "table T");
+  EXPECT_TRUE(row.ok()) << row.status().ToString();
+  if (!row.ok()) return {};
+  std::vector<ColumnData> cracked;
+  Status st = CrackRow(f, def, *row, cracked, "row");
+  EXPECT_TRUE(st.ok()) << st.ToString();
+  ValueDecoder dec(pager, f, 1254);
+  std::vector<Value> out;
+  for (size_t i = 0; i < def.columns.size(); ++i) {
+    auto v = dec.Decode(def.columns[i], cracked[i], "row");
+    EXPECT_TRUE(v.ok()) << def.columns[i].name << ": " << v.status().ToString();
+    out.push_back(v.ok() ? *v : Value(Null{}));
+  }
+  return out;
+}
+
+class RowRoundTrip : public ::testing::TestWithParam<const JetFormat*> {};
+
+TEST_P(RowRoundTrip, EveryTypeReadsBackAsWritten) {
+  const JetFormat& f = *GetParam();
+  auto cases = AllTypes();
+  if (!f.text_is_unicode) {  // Jet 3 text is code-page bytes: Turkish letters in 1254
+    for (auto& c : cases) c.extra_flags = 0;
+  }
+  TableDef def = TableOf(f, cases);
+  auto pager = EmptyPager(f);
+  std::vector<Value> in;
+  for (auto& c : cases) in.push_back(c.in);
+  auto out = RoundTrip(f, def, in, *pager);
+  ASSERT_EQ(out.size(), cases.size());
+  for (size_t i = 0; i < cases.size(); ++i) {
+    const Value& want = IsNull(cases[i].out) && !IsNull(cases[i].in) ? cases[i].in : cases[i].out;
+    EXPECT_EQ(out[i], want) << cases[i].name << ": got alternative " << out[i].index();
+  }
+}
+
+TEST_P(RowRoundTrip, AllNullRowKeepsFixedSpace) {
+  const JetFormat& f = *GetParam();
+  auto cases = AllTypes();
+  TableDef def = TableOf(f, cases);
+  auto pager = EmptyPager(f);
+  std::vector<Value> in(cases.size(), Value(Null{}));
+  auto out = RoundTrip(f, def, in, *pager);
+  for (size_t i = 0; i < out.size(); ++i) {
+    if (cases[i].type == coltype::kBoolean) {
+      EXPECT_EQ(out[i], Value(false)) << cases[i].name;
+    } else {
+      EXPECT_TRUE(IsNull(out[i])) << cases[i].name;
+    }
+  }
+}
+
+// Rows of many variable columns of random lengths cross one, two or more 256-byte
+// boundaries: the Jet 3 jump table (with its dummy entry) must always read back.
+TEST_P(RowRoundTrip, VariableColumnsOfRandomLengths) {
+  const JetFormat& f = *GetParam();
+  std::vector<ColumnCase> cases;
+  static const char* kNames[] = {"a", "b", "c", "d", "e", "f", "g", "h"};
+  for (const char* n : kNames) cases.push_back({n, coltype::kText, 510, Null{}, Null{}});
+  cases.push_back({"id", coltype::kLong, 4, Null{}, Null{}});
+  TableDef def = TableOf(f, cases);
+  auto pager = EmptyPager(f);
+  std::mt19937 rng(20261123);
+  for (int round = 0; round < 400; ++round) {
+    std::vector<Value> in;
+    const size_t budget = f.text_is_unicode ? 250 : 255;
+    for (size_t i = 0; i + 1 < cases.size(); ++i) {
+      const size_t n = rng() % 3 == 0 ? 0 : rng() % budget;
+      if (rng() % 5 == 0) {
+        in.push_back(Null{});
+      } else {
+        in.push_back(std::string(n, char('a' + i)));
+      }
+    }
+    in.push_back(int64_t(round));
+    auto out = RoundTrip(f, def, in, *pager);
+    ASSERT_EQ(out.size(), in.size());
+    for (size_t i = 0; i < in.size(); ++i) ASSERT_EQ(out[i], in[i]) << "round " << round;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, RowRoundTrip, ::testing::Values(&kJet3Format, &kJet4Format),
+                         [](const auto& p) { return p.param == &kJet3Format ? "Jet3" : "Jet4"; });
+
+TEST(RowWriter, Jet4RowByHand) {
+  TableDef def;
+  def.max_cols = 3;
+  def.var_cols = 1;
+  ColumnDef id;
+  id.name = "id";
+  id.type = coltype::kLong;
+  id.number = 0;
+  id.flags = colflag::kFixed;
+  id.length = 4;
+  ColumnDef flag = id;
+  flag.name = "flag";
+  flag.type = coltype::kBoolean;
+  flag.number = 1;
+  flag.length = 1;
+  ColumnDef name;
+  name.name = "name";
+  name.type = coltype::kText;
+  name.number = 2;
+  name.length = 20;
+  name.extra_flags = kColExtraCompressedUnicode;
+  def.columns = {id, flag, name};
+  std::vector<uint8_t> abc = {0xFF, 0xFE, 'a', 'b', 'c'};
+  std::vector<uint8_t> seven = {7, 0, 0, 0};
+  std::vector<ColumnData> data = {{false, false, seven}, {false, true, {}}, {false, false, abc}};
+  auto row = EncodeRow(kJet4Format, def, data, "t");
+  ASSERT_TRUE(row.ok());
+  const std::vector<uint8_t> want = {
+      3,    0,                    // column count (high-water)
+      7,    0,    0,   0,         // id = 7 at fixed offset 0
+      0xFF, 0xFE, 'a', 'b', 'c',  // name, compressed
+      11,   0,                    // end of variable data
+      6,    0,                    // slot 0 starts after the fixed area
+      1,    0,                    // one variable slot
+      0x07,                       // null mask: id, flag = true, name
+  };
+  EXPECT_EQ(*row, want);
+}
+
+TEST(RowWriter, Jet3RowPast256BytesByHand) {
+  TableDef def;
+  def.max_cols = 2;
+  def.var_cols = 2;
+  ColumnDef a;
+  a.name = "a";
+  a.type = coltype::kText;
+  a.number = 0;
+  a.var_index = 0;
+  a.length = 255;
+  ColumnDef b = a;
+  b.name = "b";
+  b.number = 1;
+  b.var_index = 1;
+  def.columns = {a, b};
+  std::vector<uint8_t> as(200, 'a'), bs(100, 'b');
+  std::vector<ColumnData> data = {{false, false, as}, {false, false, bs}};
+  auto row = EncodeRow(kJet3Format, def, data, "t");
+  ASSERT_TRUE(row.ok());
+  ASSERT_EQ(row->size(), 307u);
+  // The same bytes the decoder tests lay out by hand: eod 301 (45 + 256), offsets 201 and
+  // 1, jump table naming slot 2 (the end) as first past 256, two slots, mask.
+  const std::vector<uint8_t> tail = {45, 201, 1, 2, 2, 0x03};
+  EXPECT_EQ(std::vector<uint8_t>(row->end() - 6, row->end()), tail);
+}
+
+struct RefusalCase {
+  const char* name;
+  uint8_t type;
+  uint16_t length;
+  Value value;
+  const char* message;
+  uint8_t precision = 0;
+  uint8_t scale = 0;
+};
+
+TEST(ValueEncoder, RefusesWhatTheColumnCannotHold) {
+  const RefusalCase cases[] = {
+      {"b", coltype::kByte, 1, int64_t(256), "value 256 is outside 0..255"},
+      {"i", coltype::kInteger, 2, int64_t(-32769), "is outside -32768..32767"},
+      {"l", coltype::kLong, 4, 1.5, "a Double value cannot be stored in a whole-number column"},
+      {"l2", coltype::kLong, 4, std::string("5"), "a text value cannot be stored"},
+      {"t", coltype::kText, 6, std::string("dört"), "text of 4 characters exceeds the 3"},
+      {"bin", coltype::kBinary, 2, Binary{{1, 2, 3}}, "3 bytes exceed the 2"},
+      {"n", coltype::kNumeric, 17, Dec(1000, 0), "more than 3 digits", 3, 0},
+      {"n2", coltype::kNumeric, 17, Dec(99995, 4), "more than 4 digits", 4, 3},  // 10.000
+      {"c", coltype::kCurrency, 8, int64_t(INT64_MAX), "too large for Currency"},
+      {"g", coltype::kGuid, 16, std::string("x"), "cannot be stored in a GUID column"},
+      {"d", coltype::kDateTime, 8, int64_t(4), "cannot be stored in a Date/Time column"},
+      {"t8", coltype::kText, 20, std::string("\xC3\x28"), "not valid UTF-8"},
+  };
+  for (const auto& rc : cases) {
+    ColumnDef c;
+    c.name = rc.name;
+    c.type = rc.type;
+    c.length = rc.length;
+    c.precision = rc.precision;
+    c.scale = rc.scale;
+    auto e = EncodeValue(kJet4Format, c, rc.value, 1252, "table Cari, row 3");
+    ASSERT_FALSE(e.ok()) << rc.name;
+    EXPECT_NE(e.status().message().find(rc.message), std::string::npos)
+        << rc.name << ": " << e.status().message();
+    EXPECT_NE(e.status().message().find("table Cari, row 3: column " + std::string(rc.name)),
+              std::string::npos)
+        << e.status().message();
+  }
+}
+
+TEST(ValueEncoder, Jet3TextNeedsItsCodePage) {
+  ColumnDef c;
+  c.name = "ad";
+  c.type = coltype::kText;
+  c.length = 10;
+  c.code_page = 1252;
+  auto e = EncodeValue(kJet3Format, c, std::string("ış"), 1254, "t");
+  EXPECT_FALSE(e.ok());  // ı and ş are not in Windows-1252
+  c.code_page = 1254;
+  e = EncodeValue(kJet3Format, c, std::string("ış"), 1252, "t");
+  ASSERT_TRUE(e.ok());
+  EXPECT_EQ(e->bytes, (std::vector<uint8_t>{0xFD, 0xFE}));
+}
+
+TEST(ValueEncoder, RowTooLargeIsRefused) {
+  TableDef def;
+  def.max_cols = 2;
+  def.var_cols = 2;
+  ColumnDef a;
+  a.name = "a";
+  a.type = coltype::kBinary;
+  a.number = 0;
+  a.length = 255;
+  std::vector<uint8_t> big(2500, 1);
+  ColumnDef b = a;
+  b.number = 1;
+  b.var_index = 1;
+  def.columns = {a, b};
+  std::vector<ColumnData> data = {{false, false, big}, {false, false, big}};
+  auto row = EncodeRow(kJet4Format, def, data, "table Cari");
+  ASSERT_FALSE(row.ok());
+  EXPECT_NE(row.status().message().find("table Cari: row of 5011 bytes exceeds the 4060"),
+            std::string::npos)
+      << row.status().message();
+}
+
+// Long values of every storage kind read back through the reader: inline from the row,
+// single and chained from LVAL rows on pages laid out with the writer's row bytes.
+TEST(LongValueWriter, EveryKindReadsBack) {
+  for (const JetFormat* f : {&kJet3Format, &kJet4Format}) {
+    for (size_t size : {size_t(0), size_t(64), size_t(65), MaxLongValueRow(*f),
+                        MaxLongValueRow(*f) + 1, 3 * ChainPieceSize(*f) + 17}) {
+      std::vector<uint8_t> payload(size);
+      for (size_t k = 0; k < size; ++k) payload[k] = uint8_t(k * 7 + size);
+      const LongValueKind kind = ChooseLongValueKind(*f, size, true);
+      std::vector<uint8_t> descriptor;
+      std::vector<std::vector<uint8_t>> pages = {std::vector<uint8_t>(f->page_size, 0)};
+      if (kind == LongValueKind::kInline) {
+        descriptor = InlineLongValue(payload);
+        EXPECT_LE(size, kMaxInlineLongValue);
+      } else if (kind == LongValueKind::kSingle) {
+        pages.push_back(DataPage(*f, 0x4C41564C, {payload}));
+        auto d = LongValueDescriptor(kind, uint32_t(size), RowPointer{1, 0});
+        descriptor.assign(d.begin(), d.end());
+      } else {
+        // One piece per page, page 1 onwards, each pointing at the next.
+        const size_t piece = ChainPieceSize(*f);
+        const size_t n = (size + piece - 1) / piece;
+        for (size_t k = 0; k < n; ++k) {
+          Bytes part = Bytes(payload).subspan(k * piece, std::min(piece, size - k * piece));
+          RowPointer next = k + 1 < n ? RowPointer{uint32_t(k + 2), 0} : RowPointer{};
+          pages.push_back(DataPage(*f, 0x4C41564C, {ChainRow(next, part)}));
+        }
+        auto d = LongValueDescriptor(kind, uint32_t(size), RowPointer{1, 0});
+        descriptor.assign(d.begin(), d.end());
+      }
+      auto pager = EmptyPager(*f, Join(pages));
+      auto back = ReadLongValue(*pager, *f, descriptor, "memo");
+      ASSERT_TRUE(back.ok()) << size << ": " << back.status().ToString();
+      EXPECT_EQ(*back, payload) << "size " << size;
+    }
+  }
+  EXPECT_EQ(ChooseLongValueKind(kJet4Format, 10, false), LongValueKind::kSingle);
+  EXPECT_EQ(MaxLongValueRow(kJet4Format), 4076u);
+  EXPECT_EQ(MaxLongValueRow(kJet3Format), 2032u);
+}
+
+}  // namespace
+}  // namespace px::jet

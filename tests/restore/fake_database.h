@@ -1,0 +1,295 @@
+#pragma once
+// A module database held in memory for the restore tests: records every call it receives
+// as one line of text, applies DELETE and INSERT statements and added rows to its tables,
+// keeps a transaction's changes until Commit and drops them on Rollback, and fails the
+// calls whose text contains a chosen piece.
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "db/database.h"
+#include "db/text_of.h"
+#include "platform/text_case.h"
+
+namespace px::restore::testing {
+
+struct FakeColumn {
+  db::NewColumn def;
+};
+
+struct FakeTable {
+  std::vector<db::NewColumn> columns;
+  std::vector<std::pair<std::string, std::string>> keys;  // name, column
+  int extra_keys = 0;                                     // unique and foreign keys
+  std::vector<Row> rows;                                  // values in column order
+};
+
+class FakeDatabase : public db::Database {
+ public:
+  explicit FakeDatabase(std::vector<std::string>* log = nullptr, std::string name = "")
+      : shared_log_(log), name_(std::move(name)) {}
+
+  // Tables in creation order.
+  std::vector<std::pair<std::string, FakeTable>> tables;
+  std::vector<std::string> log;  // this database's calls
+  std::string fail_on;           // a call whose text contains this fails
+  bool in_transaction = false;
+  int commits = 0, rollbacks = 0;
+
+  FakeTable* Find(std::string_view t) {
+    for (auto& [name, table] : tables) {
+      if (name == t) return &table;
+    }
+    return nullptr;
+  }
+  FakeTable& AddTable(const std::string& t, std::vector<db::NewColumn> columns) {
+    tables.push_back({t, FakeTable{std::move(columns), {}, 0, {}}});
+    return tables.back().second;
+  }
+  // The rows of a table as text, one "a|b|c" line per row.
+  std::vector<std::string> Rows(std::string_view t) {
+    std::vector<std::string> out;
+    for (const Row& r : Find(t)->rows) {
+      std::string line;
+      for (size_t i = 0; i < r.size(); ++i)
+        line += (i ? "|" : "") + (IsNull(r[i]) ? "<null>" : db::TextOf(r[i]));
+      out.push_back(line);
+    }
+    return out;
+  }
+
+  Result<std::vector<db::TableEntry>> Tables() override {
+    std::vector<db::TableEntry> out{{"MSysObjects", "SYSTEM TABLE"}};
+    for (const auto& [name, t] : tables) out.push_back({name, "TABLE"});
+    return out;
+  }
+  Result<std::unique_ptr<RowSource>> Query(std::string_view sql) override {
+    return Status::NotSupported("the fake answers no SELECT: " + std::string(sql));
+  }
+
+  Result<int64_t> Execute(std::string_view sql) override {
+    PX_RETURN_IF_ERROR(Note(std::string(sql)));
+    if (sql.starts_with("DELETE FROM ")) {
+      FakeTable* t = Find(sql.substr(12));
+      if (!t) return Status::NotFound("no table " + std::string(sql.substr(12)));
+      const int64_t n = int64_t(t->rows.size());
+      t->rows.clear();
+      return n;
+    }
+    if (sql.starts_with("INSERT INTO ")) return Insert(sql.substr(12));
+    if (sql.starts_with("UPDATE ")) return int64_t{0};
+    return Status::InvalidArgument("refused: " + std::string(sql));
+  }
+
+  Status AddRow(std::string_view table, const std::vector<FieldInfo>& fields,
+                const Row& values) override {
+    std::string line = "AddRow " + std::string(table);
+    for (size_t i = 0; i < fields.size(); ++i) {
+      line += " " + fields[i].name + "=" + (IsNull(values[i]) ? "<null>" : db::TextOf(values[i]));
+    }
+    PX_RETURN_IF_ERROR(Note(line));
+    FakeTable* t = Find(table);
+    if (!t) return Status::NotFound("no table " + std::string(table));
+    Row row(t->columns.size(), Null{});
+    for (size_t i = 0; i < fields.size(); ++i) {
+      PX_ASSIGN_OR_RETURN(size_t c, Column(*t, fields[i].name, table));
+      row[c] = values[i];
+    }
+    t->rows.push_back(std::move(row));
+    return Status::Ok();
+  }
+
+  Status CreateTable(std::string_view table) override {
+    PX_RETURN_IF_ERROR(Note("CreateTable " + std::string(table)));
+    if (Find(table)) return Status::InvalidArgument("table " + std::string(table) + " exists");
+    AddTable(std::string(table), {});
+    return Status::Ok();
+  }
+  Status AppendColumn(std::string_view table, const db::NewColumn& c) override {
+    std::string line = "AppendColumn " + std::string(table) + " " + c.name + " " +
+                       (c.ado_type ? std::to_string(*c.ado_type) : "-") +
+                       " size=" + std::to_string(c.defined_size) +
+                       " precision=" + std::to_string(c.precision) +
+                       (c.allow_zero_length ? " azl" : "") + (c.autoincrement ? " auto" : "");
+    PX_RETURN_IF_ERROR(Note(line));
+    FakeTable* t = Find(table);
+    if (!t) return Status::NotFound("no table " + std::string(table));
+    t->columns.push_back(c);
+    for (Row& r : t->rows) r.resize(r.size() + 1);  // Null
+    return Status::Ok();
+  }
+  Status AppendPrimaryKey(std::string_view table, std::string_view key,
+                          std::string_view column) override {
+    PX_RETURN_IF_ERROR(Note("AppendPrimaryKey " + std::string(table) + " " + std::string(key) +
+                            " " + std::string(column)));
+    FakeTable* t = Find(table);
+    if (!t) return Status::NotFound("no table " + std::string(table));
+    PX_RETURN_IF_ERROR(Column(*t, column, table).status());
+    for (const auto& k : t->keys) {
+      if (k.first == key)
+        return Status::InvalidArgument("table " + std::string(table) + " has a key " +
+                                       std::string(key));
+    }
+    t->keys.emplace_back(key, column);
+    return Status::Ok();
+  }
+  Result<std::vector<db::SchemaColumn>> SchemaColumns(std::string_view table) override {
+    std::vector<db::SchemaColumn> out;
+    if (FakeTable* t = Find(table)) {
+      for (size_t i = 0; i < t->columns.size(); ++i)
+        out.push_back({t->columns[i].name, int64_t(i + 1)});
+    }
+    return out;
+  }
+  Result<int> KeyCount(std::string_view table) override {
+    FakeTable* t = Find(table);
+    if (!t) return Status::NotFound("no table " + std::string(table));
+    return int(t->keys.size()) + t->extra_keys;
+  }
+  Result<bool> HasAutoNumber(std::string_view table) override {
+    PX_RETURN_IF_ERROR(Note("HasAutoNumber " + std::string(table)));
+    FakeTable* t = Find(table);
+    if (!t) return Status::NotFound("no table " + std::string(table));
+    for (const auto& c : t->columns) {
+      if (c.autoincrement) return true;
+    }
+    return false;
+  }
+  Status Begin() override {
+    PX_RETURN_IF_ERROR(Note("Begin"));
+    saved_ = tables;
+    in_transaction = true;
+    return Status::Ok();
+  }
+  Status Commit() override {
+    PX_RETURN_IF_ERROR(Note("Commit"));
+    in_transaction = false;
+    ++commits;
+    return Status::Ok();
+  }
+  Status Rollback() override {
+    (void)Note("Rollback");
+    tables = saved_;
+    in_transaction = false;
+    ++rollbacks;
+    return Status::Ok();
+  }
+
+ private:
+  Status Note(const std::string& line) {
+    log.push_back(line);
+    if (shared_log_) shared_log_->push_back(name_ + ": " + line);
+    if (!fail_on.empty() && line.find(fail_on) != std::string::npos) {
+      return Status::IOError("injected failure at: " + line);
+    }
+    return Status::Ok();
+  }
+  static Result<size_t> Column(const FakeTable& t, std::string_view name, std::string_view table) {
+    for (size_t i = 0; i < t.columns.size(); ++i) {
+      if (EqualsIgnoreCase(t.columns[i].name, name)) return i;
+    }
+    return Status::InvalidArgument("table " + std::string(table) + " has no field " +
+                                   std::string(name));
+  }
+  // "t (a, [Key]) Values ('x',1,Null,CAST('1.5' AS MONEY))": values kept as their texts.
+  Result<int64_t> Insert(std::string_view rest) {
+    const size_t open = rest.find(" (");
+    const size_t values = rest.find(") Values (");
+    if (open == std::string_view::npos || values == std::string_view::npos) {
+      return Status::InvalidArgument("bad INSERT");
+    }
+    const std::string table(rest.substr(0, open));
+    FakeTable* t = Find(table);
+    if (!t) return Status::NotFound("no table " + table);
+    std::vector<std::string> names;
+    std::string_view list = rest.substr(open + 2, values - open - 2);
+    for (size_t start = 0;;) {
+      size_t comma = list.find(", ", start);
+      std::string name(list.substr(start, comma - start));
+      if (name.front() == '[') name = name.substr(1, name.size() - 2);
+      names.push_back(name);
+      if (comma == std::string_view::npos) break;
+      start = comma + 2;
+    }
+    std::string_view v = rest.substr(values + 10);
+    v.remove_suffix(1);                            // ")"
+    std::vector<std::optional<std::string>> vals;  // nullopt: Null
+    size_t i = 0;
+    while (i <= v.size()) {
+      if (v.substr(i).starts_with("CAST('")) {
+        size_t end = v.find("' AS MONEY)", i);
+        vals.push_back(std::string(v.substr(i + 6, end - i - 6)));
+        i = end + 11;
+      } else if (i < v.size() && v[i] == '\'') {
+        size_t end = v.find('\'', i + 1);
+        vals.push_back(std::string(v.substr(i + 1, end - i - 1)));
+        i = end + 1;
+      } else {
+        size_t end = v.find(',', i);
+        if (end == std::string_view::npos) end = v.size();
+        std::string_view tok = v.substr(i, end - i);
+        if (tok == "Null")
+          vals.push_back(std::nullopt);
+        else
+          vals.push_back(std::string(tok));
+        i = end;
+      }
+      if (i >= v.size()) break;
+      ++i;  // ","
+    }
+    if (vals.size() != names.size()) return Status::InvalidArgument("INSERT value count");
+    Row row(t->columns.size(), Null{});
+    for (size_t k = 0; k < names.size(); ++k) {
+      PX_ASSIGN_OR_RETURN(size_t c, Column(*t, names[k], table));
+      if (vals[k]) row[c] = *vals[k];
+    }
+    t->rows.push_back(std::move(row));
+    return int64_t{1};
+  }
+
+  std::vector<std::string>* shared_log_;
+  std::string name_;
+  std::vector<std::pair<std::string, FakeTable>> saved_;
+};
+
+// Databases by path; Open fails for a path that holds none, Create makes one.
+class FakePool : public db::DatabasePool {
+ public:
+  std::map<std::string, std::unique_ptr<FakeDatabase>> files;
+  std::vector<std::string> log;  // every call of every database, prefixed with its path
+  std::string fail_create;
+  std::string fail_on_created;  // fail_on of every database Create makes
+
+  FakeDatabase& Add(const std::string& path) {
+    auto& slot = files[FoldCase(path)];
+    slot = std::make_unique<FakeDatabase>(&log, path);
+    return *slot;
+  }
+  FakeDatabase* Get(const std::string& path) {
+    auto it = files.find(FoldCase(path));
+    return it == files.end() ? nullptr : it->second.get();
+  }
+  Result<db::Database*> Open(std::string_view path) override {
+    log.push_back("Open " + std::string(path));
+    FakeDatabase* d = Get(std::string(path));
+    if (!d) return Status::NotFound("no database " + std::string(path));
+    return static_cast<db::Database*>(d);
+  }
+  Result<db::Database*> Create(std::string_view path) override {
+    log.push_back("Create " + std::string(path));
+    if (!fail_create.empty() && path.find(fail_create) != std::string_view::npos) {
+      return Status::IOError("disk full: " + std::string(path));
+    }
+    if (Get(std::string(path))) return Status::InvalidArgument("exists: " + std::string(path));
+    FakeDatabase& d = Add(std::string(path));
+    d.fail_on = fail_on_created;
+    return static_cast<db::Database*>(&d);
+  }
+  void Close(std::string_view path) override { log.push_back("Close " + std::string(path)); }
+  void CloseAll() override { log.push_back("CloseAll"); }
+};
+
+}  // namespace px::restore::testing

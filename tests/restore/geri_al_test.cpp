@@ -1,0 +1,594 @@
+#include "restore/geri_al.h"
+
+#include <gtest/gtest.h>
+
+#include "operator/scripted_operator.h"
+#include "platform/host_path.h"
+#include "restore/adimlar.h"
+#include "restore/fake_database.h"
+#include "restore/test_katalog.h"
+#include "support/temp_folder.h"
+#include "xbf/pbf.h"
+#include "xbf/xbf_writer.h"
+
+namespace px::op {
+void PrintTo(const Box& b, std::ostream* os) {
+  *os << "{" << b.text << " | " << b.title << " | " << int(b.icon) << " | " << int(b.buttons)
+      << " | " << b.default_button << "}";
+}
+}  // namespace px::op
+
+namespace px::restore {
+void PrintTo(const ModulSonucu& m, std::ostream* os) {
+  *os << "{" << m.modul << "," << m.sirket << "," << m.durum << "}";
+}
+
+namespace {
+
+using op::Answer;
+using op::Box;
+using op::Buttons;
+using op::Icon;
+using testing::FakeDatabase;
+using testing::FakePool;
+using testing::KatalogKurucu;
+
+const std::string kKok = "C:\\Pergonix";
+const std::string kCariDb = "C:\\Pergonix\\Cari\\Data\\004\\2010\\cari.mdb";
+const std::string kPersonelDb = "C:\\Pergonix\\Personel\\Data\\004\\2010\\personel.mdb";
+const std::string kDemirbasDb = "C:\\Pergonix\\Demirbas\\Data\\004\\demirbas.mdb";
+const std::string kPaket = "C:\\Yedek\\Paket1";
+
+FieldInfo F(const std::string& name, int type) {
+  FieldInfo f;
+  f.name = name;
+  f.ado_type = type;
+  return f;
+}
+
+Box Soru(const std::string& text, const char* title = "Pergonix Yedek") {
+  return Box{text, title, Icon::kQuestion, Buttons::kYesNo, 2};
+}
+Box Bilgi(const std::string& text, const char* title = "Uyarı") {
+  return Box{text, title, Icon::kInformation, Buttons::kOk, 1};
+}
+
+const std::string kBaslatSorusu = "Geri Al İşlemini Başlatmak İstediğinizden Eminmisiniz?";
+std::string ModulSorusu(const std::string& ad) {
+  return "Modül: " + ad +
+         "\r\n\r\nYukarıdaki Modüldeki Bilgiler SİLİNECEKTİR.\r\n\r\nYedek Bilgileri Geri Almak "
+         "İstediğinizden Eminmisiniz?";
+}
+
+// A suite below C: (a temporary folder), its catalog in memory, module databases held by a
+// fake pool, and a package written with real recordset files.
+class GeriAlTest : public ::testing::Test {
+ protected:
+  GeriAlTest() {
+    c_.Write("Pergonix/Genel/Data/DonemAc.mdb", "x");
+    c_.Write("Pergonix/Genel/Data/YedekDosya.ini", "x");
+    c_.Mkdir("tmp");
+    k_.Veritabani("Cari", "cari.mdb", "CARI", "DataSirketYil", "Cari");
+    k_.Tablo("Cari", "tblCari");
+    k_.Tablo("Cari", "tblNot");
+    k_.Saha("Cari", "tblCari", "Id", "Long", "", "E", "E", "1");
+    k_.Saha("Cari", "tblCari", "Ad", "String", "50", "", "", "2");
+    k_.Saha("Cari", "tblCari", "Tutar", "Currency", "", "", "", "3");
+    k_.Saha("Cari", "tblNot", "Kod", "String", "5", "E", "", "1");
+    k_.Saha("Cari", "tblNot", "Aciklama", "String", "50", "", "", "2");
+    k_.Veritabani("Personel", "personel.mdb", "PERSONEL", "DataSirketYil", "Personel");
+    k_.Tablo("Personel", "tablo_isyeri_bilgileri");
+    k_.Saha("Personel", "tablo_isyeri_bilgileri", "strIsyeriKey", "String", "6", "E", "", "1");
+    k_.Saha("Personel", "tablo_isyeri_bilgileri", "strIsyeriKodu", "String", "3", "", "", "2");
+    k_.Veritabani("Demirbas", "demirbas.mdb", "DEMIRBAS", "DataSirket", "Demirbaş");
+    k_.Tablo("Demirbaş", "tblDemirbas");
+    k_.Saha("Demirbaş", "tblDemirbas", "No", "Long", "", "E", "E", "1");
+
+    Tablo("Cari/Data/001/2009/cari-tblCari.pbf",
+          {F("Id", ado::kInteger), F("Ad", ado::kVarWChar), F("Tutar", ado::kCurrency)},
+          {{int64_t{1}, std::string("O'Neil"), Currency{12345600}}, {int64_t{2}, Null{}, Null{}}});
+    Tablo("Cari/Data/001/2009/cari-tblNot.xbf",
+          {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)},
+          {{std::string("A"), std::string("bir")}});
+    Tablo("Personel/Data/001/2009/personel-tablo_isyeri_bilgileri.xbf",
+          {F("strIsyeriKey", ado::kVarWChar), F("strIsyeriKodu", ado::kVarWChar)},
+          {{std::string("001002"), std::string("001")}});
+    Tablo("Demirbas/Data/001/demirbas-tblDemirbas.xbf", {F("No", ado::kInteger)}, {{int64_t{9}}});
+  }
+
+  void Tablo(const std::string& rel, std::vector<FieldInfo> fields, std::vector<Row> rows) {
+    const auto p = c_.path() / "Yedek/Paket1" / rel;
+    std::filesystem::create_directories(p.parent_path());
+    db::VectorRowSource src(std::move(fields), std::move(rows));
+    ASSERT_TRUE(xbf::WriteRecordsetFile(src, p.string()).ok());
+  }
+
+  // An existing database: a file on the disk and its tables in the pool.
+  FakeDatabase& Mevcut(const std::string& yol, const std::string& rel) {
+    c_.Write(rel, "mdb bytes of " + rel);
+    return pool_.Add(yol);
+  }
+
+  Ortam Ortami() {
+    return Ortam{fs_,
+                 dosyalar_,
+                 pool_,
+                 op_,
+                 [this](const std::string& yol) -> Result<std::unique_ptr<db::Connection>> {
+                   katalog_yollari_.push_back(yol);
+                   return std::unique_ptr<db::Connection>(k_.Baglanti());
+                 },
+                 kKok,
+                 "Access",
+                 (c_.path() / "tmp").string() + "/",
+                 "",
+                 {}};
+  }
+
+  GeriAlGirdileri Girdiler() {
+    GeriAlGirdileri g;
+    g.paket = "Paket1";
+    g.sirket = "004";
+    g.yil = "2010";
+    g.kaynak = "C:\\Yedek";
+    g.paket_sirket = "001";
+    g.paket_yil = "2009";
+    for (const char* ad : {"Cari", "Demirbaş", "Personel"}) g.moduller.push_back({ad, true});
+    return g;
+  }
+
+  px::testing::TempFolder c_;
+  px::testing::ScopedEnv drives_{kDriveMapVariable, "C=" + c_.str()};
+  KatalogKurucu k_;
+  HostFileSystem fs_;
+  HostDosyalar dosyalar_;
+  FakePool pool_;
+  op::ScriptedOperator op_;
+  std::vector<std::string> katalog_yollari_;
+};
+
+TEST_F(GeriAlTest, EntryChecksInOrder) {
+  struct Case {
+    std::function<void(GeriAlGirdileri&)> bozma;
+    const char* mesaj;
+  };
+  const Case cases[] = {
+      {[](auto& g) {
+         g.paket.clear();
+         g.sirket.clear();
+       },
+       "Yedek Paket Adı Bölümü Dolu Olmalı!"},
+      {[](auto& g) {
+         g.sirket.clear();
+         g.yil.clear();
+       },
+       "Şirket No Bölümü Dolu Olmalı!"},
+      {[](auto& g) {
+         g.yil.clear();
+         g.kaynak.clear();
+       },
+       "Yıl Bölümü Bolu Olmalı!"},
+      {[](auto& g) {
+         g.kaynak.clear();
+         g.sirket = "1";
+       },
+       "Yedeklerin Bulunduğu Klasör Adı Bölümü Bolu Olmalı!"},
+      {[](auto& g) {
+         g.sirket = "1";
+         g.yil = "10";
+       },
+       "Şirket No Üç Haneli Olmalı!"},
+      {[](auto& g) {
+         g.yil = "10";
+         g.moduller.clear();
+       },
+       "Yıl Dört Haneli Olmalı!"},
+      {[](auto& g) { g.moduller.clear(); }, "Geri Alınacak Modül Bulunamadı!"},
+      {[](auto& g) {
+         for (auto& m : g.moduller) m.secili = false;
+       },
+       "Lütfen Geri Almak İstediğiniz Modülü Seçin!"},
+  };
+  for (const auto& c : cases) {
+    op::ScriptedOperator op;
+    Ortam o = Ortami();
+    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
+                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    GeriAlGirdileri g = Girdiler();
+    c.bozma(g);
+    GeriAlSonucu s = GeriAlBaslat(ortam, g);
+    EXPECT_TRUE(s.hata);
+    EXPECT_EQ(op.boxes, std::vector<Box>{Bilgi(c.mesaj)}) << c.mesaj;
+  }
+  EXPECT_TRUE(pool_.log.empty());
+  EXPECT_TRUE(katalog_yollari_.empty());
+}
+
+TEST_F(GeriAlTest, MissingSharedFilesStopWithTheirPath) {
+  std::filesystem::remove(c_.path() / "Pergonix/Genel/Data/YedekDosya.ini");
+  Ortam o = Ortami();
+  EXPECT_TRUE(GeriAlBaslat(o, Girdiler()).hata);
+  std::filesystem::remove(c_.path() / "Pergonix/Genel/Data/DonemAc.mdb");
+  EXPECT_TRUE(GeriAlBaslat(o, Girdiler()).hata);
+  const Box yok1{"C:\\Pergonix\\Genel\\Data\\YedekDosya.ini Dosyası Bulunamadı!", "HATA",
+                 Icon::kCritical, Buttons::kOk, 1};
+  const Box yok2{"C:\\Pergonix\\Genel\\Data\\DonemAc.mdb Dosyası Bulunamadı!", "HATA",
+                 Icon::kCritical, Buttons::kOk, 1};
+  EXPECT_EQ(op_.boxes, (std::vector<Box>{yok1, yok2}));
+}
+
+TEST_F(GeriAlTest, NoToTheFirstQuestionChangesNothing) {
+  op_.Queue(Answer::kNo);
+  Ortam o = Ortami();
+  GeriAlSonucu s = GeriAlBaslat(o, Girdiler());
+  EXPECT_TRUE(s.reddedildi);
+  EXPECT_EQ(op_.boxes, std::vector<Box>{Soru(kBaslatSorusu)});
+  EXPECT_TRUE(pool_.log.empty());
+}
+
+TEST_F(GeriAlTest, FullRunIntoAnotherCompanyAndYear) {
+  // Cari exists with other rows and without the Tutar column; the rest is missing.
+  FakeDatabase& cari = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  cari.AddTable("tblCari", {{"Id", ado::kInteger, 0, 0, true, true}, {"Ad", ado::kVarWChar, 50}});
+  cari.Find("tblCari")->keys.push_back({"PrimaryKey", "Id"});
+  cari.Find("tblCari")->rows.push_back({int64_t{77}, std::string("eski")});
+  cari.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5}, {"Aciklama", ado::kVarWChar, 50}});
+  cari.Find("tblNot")->rows.push_back({std::string("Z"), std::string("eski")});
+  op_.Queue(Answer::kYes);
+  for (int i = 0; i < 3; ++i) op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  GeriAlSonucu s = GeriAlBaslat(o, Girdiler());
+
+  EXPECT_TRUE(s.sona_ulasti);
+  EXPECT_FALSE(s.hata);
+  EXPECT_EQ(op_.boxes,
+            (std::vector<Box>{Soru(kBaslatSorusu), Soru(ModulSorusu("CARİ")),
+                              Soru(ModulSorusu("DEMİRBAŞ")), Soru(ModulSorusu("PERSONEL")),
+                              Bilgi("Geri Al İşlemi Tamamlandı!", "Pergonix Yedek")}));
+  EXPECT_EQ(op_.module_states,
+            (std::vector<std::pair<std::string, std::string>>{
+                {"Cari", "Tamam"}, {"Demirbaş", "Tamam"}, {"Personel", "Tamam"}}));
+  EXPECT_EQ(
+      op_.statuses,
+      (std::vector<std::string>{
+          "Cari Yaratılıyor...", "tblCari Okunuyor...", "tblCari Geri Alınıyor...",
+          "tblNot Okunuyor...", "tblNot Geri Alınıyor...", "Demirbaş Yaratılıyor...",
+          "tblDemirbas Okunuyor...", "tblDemirbas Geri Alınıyor...", "Personel Yaratılıyor...",
+          "tablo_isyeri_bilgileri Okunuyor...", "tablo_isyeri_bilgileri Geri Alınıyor..."}));
+  EXPECT_EQ(katalog_yollari_, std::vector<std::string>{"C:\\Pergonix\\genel\\data\\DonemAc.mdb"});
+
+  EXPECT_EQ(
+      cari.log,
+      (std::vector<std::string>{
+          "Begin", "AppendColumn tblCari Tutar 6 size=0 precision=2 azl", "HasAutoNumber tblCari",
+          "DELETE FROM tblCari",
+          "INSERT INTO tblCari (Id, Ad, Tutar) Values ('1','O\"Neil',CAST('1234.56' AS MONEY))",
+          "INSERT INTO tblCari (Id, Ad, Tutar) Values ('2','',Null)", "DELETE FROM tblNot",
+          "AddRow tblNot Kod=A Aciklama=bir", "Commit"}));
+  EXPECT_EQ(cari.Rows("tblCari"), (std::vector<std::string>{"1|O\"Neil|1234.56", "2||<null>"}));
+  EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"A|bir"});
+
+  FakeDatabase* demirbas = pool_.Get(kDemirbasDb);
+  ASSERT_NE(demirbas, nullptr);
+  EXPECT_EQ(demirbas->Rows("tblDemirbas"), std::vector<std::string>{"9"});
+  EXPECT_EQ(demirbas->commits, 1);
+
+  FakeDatabase* personel = pool_.Get(kPersonelDb);
+  ASSERT_NE(personel, nullptr);
+  const std::vector<std::string> son(personel->log.end() - 3, personel->log.end());
+  EXPECT_EQ(
+      son, (std::vector<std::string>{
+               "UPDATE tablo_isyeri_bilgileri SET strIsyeriKey = '004' + MID(strIsyeriKey,4,3), "
+               "strIsyeriKodu = '004' WHERE strIsyeriKodu = '001'",
+               "UPDATE tablo_personel_parametreleri SET strPersonelKey = MID(strPersonelKey, 1, 2) "
+               "+ '004' WHERE MID(strPersonelKey, 3, 3) = '001'",
+               "Commit"}));
+  // Folders of every level exist for the target.
+  for (const char* klasor :
+       {"Cari/Data/004/2010", "Demirbas/Data/004/2010", "Personel/Data/004/2010"}) {
+    EXPECT_TRUE(std::filesystem::is_directory(c_.path() / "Pergonix" / klasor)) << klasor;
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(c_.path() / "tmp"));  // staging files removed
+}
+
+TEST_F(GeriAlTest, OneOverallWarningWithoutModuleQuestions) {
+  GeriAlGirdileri g = Girdiler();
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  EXPECT_TRUE(GeriAlBaslat(o, g).sona_ulasti);
+  ASSERT_EQ(op_.boxes.size(), 3u);
+  EXPECT_EQ(op_.boxes[1],
+            Soru("ÖNEMLİ UYARI: \r\n\r\nŞirket No: 004\r\nYıl: 2010\r\n\r\nYukarıdaki Şirket Ve "
+                 "Döneme Ait Seçilen Modüllerdeki Bilgiler SİLİNECEKTİR!\r\n\r\nDevam Etmek "
+                 "İstediğinizden Eminmisiniz?"));
+  EXPECT_EQ(op_.boxes[2].text, "Geri Al İşlemi Tamamlandı!");
+}
+
+TEST_F(GeriAlTest, NoToAModuleLeavesItUntouchedAndMarksGec) {
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Cari", true}, {"Personel", false}};
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kNo);
+  Ortam o = Ortami();
+  GeriAlSonucu s = GeriAlBaslat(o, g);
+  EXPECT_TRUE(s.sona_ulasti);
+  EXPECT_TRUE(s.reddedildi);
+  EXPECT_EQ(op_.module_states, (std::vector<std::pair<std::string, std::string>>{{"Cari", "Geç"}}));
+  EXPECT_TRUE(pool_.log.empty());
+  EXPECT_FALSE(std::filesystem::exists(c_.path() / "Pergonix/Cari"));
+}
+
+TEST_F(GeriAlTest, DamagedFileInTheMiddleLeavesTheModuleAsItWas) {
+  FakeDatabase& cari = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  cari.AddTable("tblCari", {{"Id", ado::kInteger, 0, 0, true, true},
+                            {"Ad", ado::kVarWChar, 50},
+                            {"Tutar", ado::kCurrency}});
+  cari.Find("tblCari")->rows.push_back({int64_t{77}, std::string("eski"), Null{}});
+  cari.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5}, {"Aciklama", ado::kVarWChar, 50}});
+  cari.Find("tblNot")->rows.push_back({std::string("Z"), std::string("eski")});
+  // tblCari restores first; then tblNot's file is cut short.
+  const auto not_dosyasi = c_.path() / "Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf";
+  const std::string tam = px::testing::ReadAll(not_dosyasi);
+  c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf", tam.substr(0, tam.size() - 40));
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Demirbaş", true}, {"Cari", true}, {"Personel", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  GeriAlSonucu s = GeriAlBaslat(o, g);
+  EXPECT_TRUE(s.hata);
+  EXPECT_FALSE(s.sona_ulasti);
+  ASSERT_EQ(op_.boxes.size(), 3u);
+  EXPECT_EQ(op_.boxes[2].title, "Hata");
+  EXPECT_TRUE(op_.boxes[2].text.starts_with("Hata Kodu: ")) << op_.boxes[2].text;
+  EXPECT_NE(op_.boxes[2].text.find("\r\nAçıklama: "), std::string::npos);
+  EXPECT_NE(op_.boxes[2].text.find("cari-tblNot.xbf"), std::string::npos) << op_.boxes[2].text;
+  // Cari: tblCari was emptied and refilled, then everything rolled back.
+  EXPECT_EQ(cari.Rows("tblCari"), std::vector<std::string>{"77|eski|<null>"});
+  EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
+  EXPECT_EQ(cari.rollbacks, 1);
+  EXPECT_EQ(cari.commits, 0);
+  EXPECT_EQ(std::count(cari.log.begin(), cari.log.end(), "DELETE FROM tblNot"), 0);
+  // Modules in table order: Cari came first and failed; nothing after it ran.
+  EXPECT_EQ(op_.module_states.size(), 0u);
+  EXPECT_EQ(pool_.Get(kDemirbasDb), nullptr);
+}
+
+TEST_F(GeriAlTest, RefusedStatementRollsBackANewDatabaseToo) {
+  pool_.fail_on_created = "Values ('2'";
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  GeriAlSonucu s = GeriAlBaslat(o, g);
+  EXPECT_TRUE(s.hata);
+  FakeDatabase* cari = pool_.Get(kCariDb);
+  ASSERT_NE(cari, nullptr);
+  EXPECT_EQ(cari->rollbacks, 1);
+  EXPECT_TRUE(cari->tables.empty());  // created and filled in the same transaction: gone
+  ASSERT_EQ(op_.boxes.size(), 3u);
+  EXPECT_EQ(
+      op_.boxes[2],
+      (Box{"Hata Kodu: -2147467259\r\nAçıklama: injected failure at: INSERT INTO tblCari (Id, "
+           "Ad, Tutar) Values ('2','',Null)",
+           "Hata", Icon::kExclamation, Buttons::kOk, 1}));
+  EXPECT_EQ(pool_.log.back(), "Close " + kCariDb);
+}
+
+TEST_F(GeriAlTest, CopiesBeforeTheFirstChangeAndNamesTheirFolder) {
+  Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  o.onceki_kopya_klasoru = "C:\\Pergonix\\GeriAlOncesi\\20261123-220000";
+  EXPECT_TRUE(GeriAlBaslat(o, g).sona_ulasti);
+  EXPECT_EQ(px::testing::ReadAll(
+                c_.path() / "Pergonix/GeriAlOncesi/20261123-220000/Cari/Data/004/2010/cari.mdb"),
+            "mdb bytes of Pergonix/Cari/Data/004/2010/cari.mdb");
+  EXPECT_EQ(op_.boxes.back().text,
+            "Geri Al İşlemi Tamamlandı!\r\n\r\nDeğişiklik Öncesi Kopyalar: "
+            "C:\\Pergonix\\GeriAlOncesi\\20261123-220000");
+}
+
+TEST_F(GeriAlTest, ExtraFilesOfEveryLevelComeBackDecompressed) {
+  c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", "ortak");
+  c_.Write("Yedek/Paket1/Dosya/Cari/Data/001/2009/rapor.txt", "yillik");
+  const auto kaynak = c_.Write("tmp/sirket.dat", "sirket bilgisi");
+  c_.Mkdir("Yedek/Paket1/Dosya/Cari/Data/001");
+  ASSERT_TRUE(
+      xbf::Sikistir(kaynak.string(),
+                    (c_.path() / "Yedek/Paket1/Dosya/Cari/Data/001/sirket.dat.pbf").string())
+          .ok());
+  std::filesystem::remove(kaynak);
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  EXPECT_TRUE(GeriAlBaslat(o, g).sona_ulasti);
+  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/ayar.ini"), "ortak");
+  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/004/sirket.dat"),
+            "sirket bilgisi");
+  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/004/2010/rapor.txt"), "yillik");
+  EXPECT_TRUE(std::filesystem::is_empty(c_.path() / "tmp"));
+}
+
+TEST_F(GeriAlTest, PresenceLooksAtEveryLevel) {
+  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Demirbas", "001", "2009"));
+  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Cari", "001", "2009"));
+  EXPECT_FALSE(ModulPaketteVarmi(fs_, kPaket, "Cari", "001", "2008"));  // only other years' folders
+  EXPECT_FALSE(ModulPaketteVarmi(fs_, kPaket, "Cari", "002", "2009"));
+  c_.Write("Yedek/Paket1/Beyanname/Data/beyan-tblBeyan.xbf", "x");
+  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Beyanname", "002", "2009"));
+}
+
+YilGeriAlGirdileri YilGirdileri() {
+  YilGeriAlGirdileri g;
+  g.paket = "Paket1";
+  g.kaynak = "C:\\Yedek";
+  g.kaynak_yil = "2009";
+  g.hedef_yil = "2010";
+  return g;
+}
+
+const char kYilSorusu[] =
+    "2009 Yılına Ait Tüm Şirketlerdeki Yedek Bilgilerini Geri Almak İstediğinizden Eminmisiniz?";
+const char kYilUyarisi[] =
+    "ÖNEMLİ UYARI\r\n\r\nHedef Yıl: 2010\r\n\r\nBu İşlem 'Paket1' Paketindeki 2009 Yılına Ait Tüm "
+    "Şirketlerdeki Yedek Bilgilerini 2010 Yılındaki Çalışma Bilgilerinin Üzerine "
+    "Yazacaktır!\r\n\r\nİşleme Devam Etmek İstediğinizden Kesinlikle Eminmisiniz?";
+
+std::string YilModulSorusu(const std::string& ad, const std::string& sirket) {
+  return "Modül: " + ad + "\r\nŞirket No: " + sirket +
+         "\r\nYıl: 2010\r\n\r\nYukarıdaki Modüldeki Bilgiler SİLİNECEKTİR.\r\n\r\nYedek Bilgileri "
+         "Geri Almak İstediğinizden Eminmisiniz?";
+}
+
+TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
+  struct Case {
+    std::function<void(YilGeriAlGirdileri&)> bozma;
+    const char* mesaj;
+  };
+  const Case cases[] = {
+      {[](auto& g) { g.paket.clear(); }, "Lütfen Bir Paket Seçin!"},
+      {[](auto& g) {
+         g.kaynak.clear();
+         g.hedef_yil.clear();
+       },
+       "Lütfen Yedeklerin Bulunduğu Klasörü Seçin!"},
+      {[](auto& g) { g.kaynak_yil.clear(); }, "Lütfen Geri Alınacak Yılı Seçin!"},
+      {[](auto& g) { g.hedef_yil.clear(); }, "Lütfen Yedeklerin Kopyalanacağı Yılı Seçin!"},
+      {[](auto& g) { g.moduller.clear(); }, "Geri Alınacak Modül Bulunamadı!"},
+      {[](auto& g) { g.moduller[0].secili = false; },
+       "Lütfen Geri Almak İstediğiniz Modülü Seçin!"},
+  };
+  for (const auto& c : cases) {
+    op::ScriptedOperator op;
+    Ortam o = Ortami();
+    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
+                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    YilGeriAlGirdileri g = YilGirdileri();
+    g.moduller = {{"Cari", true}};
+    c.bozma(g);
+    EXPECT_TRUE(YilGeriAl(ortam, g).hata);
+    EXPECT_EQ(op.boxes, std::vector<Box>{Bilgi(c.mesaj)}) << c.mesaj;
+  }
+  // No to either question ends the run; the second is an exclamation box.
+  for (int no_at : {0, 1}) {
+    op::ScriptedOperator op;
+    if (no_at == 1) op.Queue(Answer::kYes);
+    op.Queue(Answer::kNo);
+    Ortam o = Ortami();
+    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
+                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    YilGeriAlGirdileri g = YilGirdileri();
+    g.moduller = {{"Cari", true}};
+    EXPECT_TRUE(YilGeriAl(ortam, g).reddedildi);
+    std::vector<Box> beklenen{Soru(kYilSorusu, "Yedek İşlemleri")};
+    if (no_at == 1)
+      beklenen.push_back({kYilUyarisi, "Yedek İşlemleri", Icon::kExclamation, Buttons::kYesNo, 2});
+    EXPECT_EQ(op.boxes, beklenen);
+    EXPECT_TRUE(op.wait_window.empty());
+  }
+  EXPECT_TRUE(pool_.log.empty());
+}
+
+TEST_F(GeriAlTest, YearRestoreEveryCompanyWithTheItemTableQuirks) {
+  // Company 003 appears first under Demirbas... no: the scan goes Cari, Cek, Demirbas, ...
+  Tablo("Cari/Data/002/2009/cari-tblNot.xbf",
+        {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)},
+        {{std::string("B"), std::string("iki")}});
+  Tablo("Cari/Data/002/2008/cari-tblNot.xbf", {F("Kod", ado::kVarWChar)}, {});
+  Tablo("Cek/Data/003/2009/cek-tblCek.xbf", {F("No", ado::kInteger)}, {});
+  Tablo("Beyanname/Data/003/2009/beyan-tblBeyan.xbf", {F("No", ado::kInteger)}, {});
+  k_.Veritabani("Beyanname", "beyan.mdb", "BEYAN", "DataSirketYil", "Beyanname");
+  k_.Tablo("Beyanname", "tblBeyan");
+  k_.Saha("Beyanname", "tblBeyan", "No", "Long", "", "", "", "1");
+  YilGeriAlGirdileri g = YilGirdileri();
+  g.moduller = {{"Cari", true},      {"Çek", true},     {"İşletme", true},      {"Isletme", true},
+                {"Demirbaş", false}, {"Sipariş", true}, {"Teknik Servis", true}};
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);  // CARİ 001
+  op_.Queue(Answer::kNo);   // CARİ 002: skipped, the run goes on
+  op_.Queue(Answer::kYes);  // BEYANNAME 003
+  Ortam o = Ortami();
+  GeriAlSonucu s = YilGeriAl(o, g);
+  EXPECT_TRUE(s.sona_ulasti);
+  EXPECT_TRUE(s.reddedildi);
+  EXPECT_FALSE(s.hata);
+  EXPECT_EQ(op_.boxes, (std::vector<Box>{
+                           Soru(kYilSorusu, "Yedek İşlemleri"),
+                           {kYilUyarisi, "Yedek İşlemleri", Icon::kExclamation, Buttons::kYesNo, 2},
+                           Soru(YilModulSorusu("CARİ", "001")),
+                           Soru(YilModulSorusu("CARİ", "002")),
+                           Soru(YilModulSorusu("BEYANNAME", "003"))}));
+  EXPECT_EQ(op_.unscripted, 0);
+  EXPECT_EQ(op_.statuses.front(), "Lütfen Bekleyin...");
+  EXPECT_EQ(op_.wait_window, (std::vector<bool>{true, false}));
+  EXPECT_EQ(op_.wait_labels, (std::vector<std::pair<int, std::string>>{
+                                 {2, "2009 Yılına Ait Şirketlerin Yedekleri Geri Alınıyor..."},
+                                 {1, "Geri Alınan Şirket: 001"},
+                                 {1, "Geri Alınan Şirket: 002"},
+                                 {1, "Geri Alınan Şirket: 003"}}));
+  EXPECT_EQ(op_.wait_progress, (std::vector<std::pair<int, int>>{{0, 2}, {0, 2}, {1, 2}, {2, 2}}));
+  EXPECT_EQ(s.moduller,
+            (std::vector<ModulSonucu>{
+                {"Cari", "001", "Tamam"}, {"Cari", "002", "Geç"}, {"Isletme", "003", "Tamam"}}));
+  // Cari of 001 went into 001 / 2010, Beyanname of 003 into its own company.
+  FakeDatabase* cari = pool_.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb");
+  ASSERT_NE(cari, nullptr);
+  EXPECT_EQ(cari->Rows("tblNot"), std::vector<std::string>{"A|bir"});
+  EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb"), nullptr);
+  EXPECT_TRUE(op_.module_states.empty());
+}
+
+TEST_F(GeriAlTest, YearRestorePackageWithoutCompaniesMakesOneEmptyPass) {
+  std::filesystem::remove_all(c_.path() / "Yedek/Paket1");
+  c_.Mkdir("Yedek/Paket1");
+  YilGeriAlGirdileri g = YilGirdileri();
+  g.moduller = {{"Cari", true}};
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  EXPECT_TRUE(YilGeriAl(o, g).sona_ulasti);
+  EXPECT_EQ(op_.wait_labels.back(), (std::pair<int, std::string>{1, "Geri Alınan Şirket: "}));
+  EXPECT_EQ(op_.wait_progress, (std::vector<std::pair<int, int>>{{0, 0}, {0, 0}}));
+  EXPECT_EQ(op_.boxes.size(), 2u);
+  EXPECT_TRUE(pool_.log.empty());
+}
+
+TEST_F(GeriAlTest, YearRestoreGoesOnAfterAFault) {
+  Tablo("Cari/Data/002/2009/cari-tblNot.xbf",
+        {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)},
+        {{std::string("B"), std::string("iki")}});
+  c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf", "<xml damaged");
+  YilGeriAlGirdileri g = YilGirdileri();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  GeriAlSonucu s = YilGeriAl(o, g);
+  EXPECT_TRUE(s.hata);
+  EXPECT_TRUE(s.sona_ulasti);
+  ASSERT_EQ(op_.boxes.size(), 3u);
+  EXPECT_EQ(op_.boxes[2].title, "Hata");
+  EXPECT_EQ(s.moduller,
+            (std::vector<ModulSonucu>{{"Cari", "001", "Hata"}, {"Cari", "002", "Tamam"}}));
+  EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb")->tables.size(), 0u);
+  EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb")->Rows("tblNot"),
+            std::vector<std::string>{"B|iki"});
+}
+
+}  // namespace
+}  // namespace px::restore
