@@ -150,39 +150,43 @@ class WriterImpl final : public Writer {
     return Step([&] { return DoAddIndex(std::string(table), index); });
   }
   Status InsertRow(std::string_view table, std::span<const Value> values) override {
-    return Step([&] { return DoInsert(std::string(table), values); });
+    return Step([&] { return DoInsert(std::string(table), values); }, false);
   }
   Result<uint64_t> DeleteAll(std::string_view table) override {
     uint64_t deleted = 0;
-    PX_RETURN_IF_ERROR(Step([&]() -> Status {
-      PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(std::string(table)));
-      PX_ASSIGN_OR_RETURN(deleted, w->DeleteAll());
-      return Status::Ok();
-    }));
+    PX_RETURN_IF_ERROR(Step(
+        [&]() -> Status {
+          PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(std::string(table)));
+          PX_ASSIGN_OR_RETURN(deleted, w->DeleteAll());
+          return Status::Ok();
+        },
+        false));
     return deleted;
   }
   Result<uint64_t> UpdateRows(std::string_view table,
                               const std::function<Result<bool>(Row& row)>& change) override {
     uint64_t changed = 0;
-    PX_RETURN_IF_ERROR(Step([&]() -> Status {
-      PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(std::string(table)));
-      PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
-      PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
-      Row fields(schema.columns.size());
-      auto by_fields = [&](std::vector<Value>& by_column) -> Result<bool> {
-        for (size_t i = 0; i < schema.columns.size(); ++i) {
-          fields[i] = by_column[size_t(schema.columns[i])];
-        }
-        PX_ASSIGN_OR_RETURN(bool rewrite, change(fields));
-        if (!rewrite) return false;
-        for (size_t i = 0; i < schema.columns.size(); ++i) {
-          by_column[size_t(schema.columns[i])] = std::move(fields[i]);
-        }
-        return true;
-      };
-      PX_ASSIGN_OR_RETURN(changed, w->Update(by_fields));
-      return Status::Ok();
-    }));
+    PX_RETURN_IF_ERROR(Step(
+        [&]() -> Status {
+          PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(std::string(table)));
+          PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
+          PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+          Row fields(schema.columns.size());
+          auto by_fields = [&](std::vector<Value>& by_column) -> Result<bool> {
+            for (size_t i = 0; i < schema.columns.size(); ++i) {
+              fields[i] = by_column[size_t(schema.columns[i])];
+            }
+            PX_ASSIGN_OR_RETURN(bool rewrite, change(fields));
+            if (!rewrite) return false;
+            for (size_t i = 0; i < schema.columns.size(); ++i) {
+              by_column[size_t(schema.columns[i])] = std::move(fields[i]);
+            }
+            return true;
+          };
+          PX_ASSIGN_OR_RETURN(changed, w->Update(by_fields));
+          return Status::Ok();
+        },
+        false));
     return changed;
   }
 
@@ -197,8 +201,9 @@ class WriterImpl final : public Writer {
  private:
   // One change: on its own it commits, in a transaction it waits for Commit(). A failure
   // outside a transaction leaves nothing behind; inside one it spoils the transaction.
+  // `catalog`: the change may alter the catalog, which is read again after it.
   template <typename F>
-  Status Step(F&& change) {
+  Status Step(F&& change, bool catalog = true) {
     if (!in_transaction_) {
       Status st = change();
       if (st.ok()) st = store_->Commit();
@@ -206,17 +211,18 @@ class WriterImpl final : public Writer {
         (void)Discard();
         return st;
       }
-      return db_->ReloadCatalog();
+      return catalog ? db_->ReloadCatalog() : Status::Ok();
     }
     Status st = change();
     if (!st.ok()) return st;
-    return db_->ReloadCatalog();
+    return catalog ? db_->ReloadCatalog() : Status::Ok();
   }
 
   Status Discard() {
     store_->Rollback();
     append_.clear();
     writers_.clear();
+    field_columns_.clear();
     return db_->ReloadCatalog();
   }
 
@@ -482,6 +488,7 @@ class WriterImpl final : public Writer {
     ++def.max_cols;
     def.columns.push_back(std::move(c));
     writers_.erase(def.page);
+    field_columns_.erase(def.page);
     PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
     if (!spec.allow_zero_length && !spec.required) return Status::Ok();
     ColumnProperties props;
@@ -589,22 +596,26 @@ class WriterImpl final : public Writer {
     def.real_indexes.push_back(std::move(r));
     def.logical_indexes.push_back(std::move(l));
     writers_.erase(def.page);
+    field_columns_.erase(def.page);
     return StoreTableDef(*store_, def);
   }
 
   Status DoInsert(const std::string& table, std::span<const Value> values) {
     PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
-    PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
-    if (values.size() != schema.columns.size()) {
+    auto cached = field_columns_.find(e->tdef_page());
+    if (cached == field_columns_.end()) {
+      PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
+      cached = field_columns_.emplace(e->tdef_page(), std::move(schema.columns)).first;
+    }
+    const std::vector<int>& columns = cached->second;
+    if (values.size() != columns.size()) {
       return Status::InvalidArgument(Where(e->name) + ": " + std::to_string(values.size()) +
-                                     " values for " + std::to_string(schema.columns.size()) +
-                                     " fields");
+                                     " values for " + std::to_string(columns.size()) + " fields");
     }
     PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
-    std::vector<Value> by_column(w->definition().columns.size(), Value(Null{}));
-    for (size_t i = 0; i < schema.columns.size(); ++i) {
-      by_column[size_t(schema.columns[i])] = values[i];
-    }
+    by_column_.assign(w->definition().columns.size(), Value(Null{}));
+    std::vector<Value>& by_column = by_column_;
+    for (size_t i = 0; i < columns.size(); ++i) by_column[size_t(columns[i])] = values[i];
     Status st = w->Insert(by_column);
     if (!st.ok()) return st.WithContext(store_->name());
     return Status::Ok();
@@ -617,6 +628,8 @@ class WriterImpl final : public Writer {
   std::unique_ptr<Database> db_;
   std::map<uint32_t, std::unique_ptr<TableWriter>> writers_;  // by definition page
   std::set<uint32_t> verified_tables_;
+  std::map<uint32_t, std::vector<int>> field_columns_;  // field order of each table
+  std::vector<Value> by_column_;
   VerifiedCharacters verified_;
   bool in_transaction_ = false;
   std::map<uint32_t, AppendState> append_;
