@@ -439,11 +439,6 @@ class WriterImpl final : public Writer {
     if (spec.autoincrement && jt.type != coltype::kLong && jt.type != coltype::kGuid) {
       return Status::InvalidArgument(what + ": only a Long or GUID column can be an AutoNumber");
     }
-    if (spec.autoincrement && def.row_count > 0) {
-      return Status::NotSupported(what +
-                                  ": an AutoNumber column cannot yet be added to a "
-                                  "table that has rows");
-    }
     ColumnDef c;
     c.name = spec.name;
     c.type = jt.type;
@@ -490,11 +485,33 @@ class WriterImpl final : public Writer {
     writers_.erase(def.page);
     field_columns_.erase(def.page);
     PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    if (spec.autoincrement && jt.type == coltype::kLong && def.row_count > 0) {
+      PX_RETURN_IF_ERROR(NumberExistingRows(*e, def.columns.back().number));
+    }
     if (!spec.allow_zero_length && !spec.required) return Status::Ok();
     ColumnProperties props;
     props.allow_zero_length = spec.allow_zero_length;
     props.required = spec.required;
     return WriteColumnProperties(*e, spec.name, props);
+  }
+
+  // An AutoNumber column added to a table with rows numbers them 1, 2, ... in the order a
+  // scan meets them, as Jet does; the counter continues after the last.
+  Status NumberExistingRows(const CatalogEntry& e, uint16_t column_number) {
+    PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e.name));
+    const int at = w->definition().ColumnByNumber(column_number);
+    if (at < 0) return Status::Corruption(Where(e.name) + ": the new column is missing");
+    int64_t next = 0;
+    PX_ASSIGN_OR_RETURN(uint64_t numbered,
+                        w->Update([&](std::vector<Value>& values) -> Result<bool> {
+                          values[size_t(at)] = ++next;
+                          return true;
+                        }));
+    (void)numbered;
+    writers_.erase(e.tdef_page());
+    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e.tdef_page(), e.name));
+    def.autonumber_last = uint32_t(std::max<int64_t>(next, int32_t(def.autonumber_last)));
+    return StoreTableDef(*store_, def);
   }
 
   // Sets properties of one column in the table's property blob (MSysObjects.LvProp),

@@ -353,6 +353,18 @@ TEST_F(WriterTest, ColumnAddedToATableWithRowsReadsNull) {
   EXPECT_TRUE(rows[0][0] == Value(int64_t(7)));
   EXPECT_TRUE(IsNull(rows[0][1]) && IsNull(rows[0][2]));
   EXPECT_TRUE(rows[1][2] == Value(2.5));
+  // An AutoNumber column added now numbers the rows there are, and goes on from there.
+  ColumnSpec no = Col("No", ado::kInteger);
+  no.autoincrement = true;
+  ASSERT_TRUE(w().AddColumn("T", no).ok());
+  std::vector<Value> row3 = {int64_t(9), std::string("c"), 3.5, Null{}};
+  ASSERT_TRUE(w().InsertRow("T", row3).ok());
+  rows = Rows(w().db(), "T");
+  ASSERT_EQ(rows.size(), 3u);
+  EXPECT_TRUE(rows[0][3] == Value(int64_t(1)));
+  EXPECT_TRUE(rows[1][3] == Value(int64_t(2)));
+  EXPECT_TRUE(rows[2][3] == Value(int64_t(3)));
+  EXPECT_TRUE(rows[0][0] == Value(int64_t(7)) && IsNull(rows[0][1]));
 }
 
 TEST_F(WriterTest, RollbackLeavesTheFileIdenticalAndCommitKeepsEverything) {
