@@ -8,7 +8,9 @@
 #include "jet/catalog_rows.h"
 #include "jet/data_page.h"
 #include "jet/index_key.h"
+#include "jet/index_page.h"
 #include "jet/index_verify.h"
+#include "jet/index_writer.h"
 #include "jet/new_database.h"
 #include "jet/page_store.h"
 #include "jet/properties.h"
@@ -580,7 +582,8 @@ class WriterImpl final : public Writer {
       return Status::InvalidArgument(what + ": an index has 1 to 10 columns");
     }
     if (def.row_count > 0) {
-      return Status::NotSupported(what + ": indexes can be added to empty tables only, for now");
+      // The rows there are must be keyed with a proven encoder.
+      PX_RETURN_IF_ERROR(TableFor(e->name).status());
     }
     RealIndex r;
     for (const auto& [name, ascending] : spec.columns) {
@@ -612,9 +615,49 @@ class WriterImpl final : public Writer {
     l.type = spec.primary ? kLogicalIndexPrimary : kLogicalIndexPlain;
     def.real_indexes.push_back(std::move(r));
     def.logical_indexes.push_back(std::move(l));
+    if (def.row_count > 0) PX_RETURN_IF_ERROR(FillIndex(*e, def, def.real_indexes.size() - 1));
     writers_.erase(def.page);
     field_columns_.erase(def.page);
     return StoreTableDef(*store_, def);
+  }
+
+  // Enters every row of the table in a new, empty index; a unique index refuses a value
+  // twice and a required one a Null, naming the table, the index and the value.
+  Status FillIndex(const CatalogEntry& e, TableDef& def, size_t real) {
+    const JetFormat& f = store_->format();
+    RealIndex& index = def.real_indexes[real];
+    const KeyLabels labels{e.name, IndexLabel(def, real)};
+    const std::string what = Where(e.name) + ": index " + labels.index;
+    IndexWriter writer(pages_, f, def.page, index, "index " + labels.index + " of table " + e.name);
+    std::vector<int> all(def.columns.size());
+    for (size_t i = 0; i < all.size(); ++i) all[i] = int(i);
+    PX_ASSIGN_OR_RETURN(auto reader, TableReader::Open(store_->pager(), f, db_->text_code_page(),
+                                                       def, e.name, all, {}));
+    Row row;
+    while (reader->Next(row)) {
+      bool all_null = true;
+      for (const IndexColumn& ic : index.columns) {
+        const int at = def.ColumnByNumber(ic.column_number);
+        const bool null = at < 0 || IsNull(row[size_t(at)]);
+        if (null && (index.flags & idxflag::kRequired)) {
+          return Status::InvalidArgument(what + ": a row (" + reader->last_row_place() +
+                                         ") has no value in column " +
+                                         (at < 0 ? "?" : def.columns[size_t(at)].name));
+        }
+        all_null = all_null && null;
+      }
+      if (all_null && (index.flags & idxflag::kIgnoreNulls)) continue;
+      PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, def, index, row, labels));
+      PX_ASSIGN_OR_RETURN(std::vector<uint8_t> key, EncodeIndexKey(f, def, index, row, labels));
+      PX_ASSIGN_OR_RETURN(bool seen, writer.ContainsKey(key));
+      if (seen && index.unique()) {
+        return Status::InvalidArgument(what + ": the rows hold a value twice (" +
+                                       reader->last_row_place() + ")");
+      }
+      if (!seen) ++index.unique_entry_count;
+      PX_RETURN_IF_ERROR(writer.Insert(LeafEntry(key, reader->last_row_pointer())));
+    }
+    return reader->status();
   }
 
   Status DoInsert(const std::string& table, std::span<const Value> values) {

@@ -365,6 +365,19 @@ TEST_F(WriterTest, ColumnAddedToATableWithRowsReadsNull) {
   EXPECT_TRUE(rows[1][3] == Value(int64_t(2)));
   EXPECT_TRUE(rows[2][3] == Value(int64_t(3)));
   EXPECT_TRUE(rows[0][0] == Value(int64_t(7)) && IsNull(rows[0][1]));
+  // Keys on a table with rows: the rows go into the index; a key the rows violate is refused.
+  EXPECT_TRUE(w().AddPrimaryKey("T", "PrimaryKey", "No").ok());
+  Status st = w().AddIndex("T", IndexSpec{"Tekil", {{"B", true}}, false, true, false, true});
+  ASSERT_FALSE(st.ok());
+  EXPECT_NE(st.message().find("Tekil"), std::string::npos) << st.message();
+  std::vector<Value> dup = {int64_t(1), std::string("x"), 1.0, int64_t(3)};
+  st = w().InsertRow("T", dup);
+  ASSERT_FALSE(st.ok()) << "the filled primary key refuses No = 3 again";
+  if (std::filesystem::exists(kOracle) && HaveCommand("java")) {
+    writer_.reset();
+    const std::string check = Shell(kOracle + " check " + path_);
+    EXPECT_NE(check.find("\"ok\": true"), std::string::npos) << check.substr(0, 2000);
+  }
 }
 
 TEST_F(WriterTest, RollbackLeavesTheFileIdenticalAndCommitKeepsEverything) {
