@@ -7,6 +7,7 @@
 //   mdb kopyala KAYNAK HEDEF [TABLO ...]
 //                               copies tables (columns, keys, indexes, rows) into HEDEF,
 //                               created when missing, in one transaction
+//   mdb kontrol DOSYA           integrity check (cmd_mdb_kontrol.cpp)
 #include <algorithm>
 #include <iostream>
 #include <memory>
@@ -240,8 +241,6 @@ void AddMdbCommands(CLI::App& app) {
   satirlar->add_option("TABLO", *table, "Table name")->required();
   satirlar->callback([path, table] { RunSatirlar(*path, *table); });
 
-  AddMdbKontrolCommand(*mdb);
-  AddMdbSqlCommand(*mdb);
   auto* yarat = mdb->add_subcommand("yarat", "Create a new, empty Access database");
   yarat->add_option("DOSYA", *path, "Database file to create")->required();
   yarat->callback([path] { RunYarat(*path); });
@@ -253,6 +252,9 @@ void AddMdbCommands(CLI::App& app) {
   kopyala->add_option("HEDEF", *target, "Database to copy into (created when missing)")->required();
   kopyala->add_option("TABLO", *tables, "Only these tables");
   kopyala->callback([path, target, tables] { RunKopyala(*path, *target, *tables); });
+
+  AddMdbKontrolCommand(*mdb);
+  AddMdbSqlCommand(*mdb);
 }
 
 }  // namespace px::cli

@@ -3,13 +3,19 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <set>
 
 #include "jet/catalog_rows.h"
 #include "jet/data_page.h"
+#include "jet/index_key.h"
+#include "jet/index_page.h"
+#include "jet/index_verify.h"
+#include "jet/index_writer.h"
 #include "jet/new_database.h"
 #include "jet/page_store.h"
 #include "jet/properties.h"
 #include "jet/row_codec.h"
+#include "jet/table_writer.h"
 #include "jet/tabledef_writer.h"
 #include "jet/text.h"
 #include "platform/files.h"
@@ -99,7 +105,7 @@ std::vector<Value> CatalogValues(const TableDef& objects,
 class WriterImpl final : public Writer {
  public:
   WriterImpl(std::unique_ptr<PageStore> store, std::unique_ptr<Database> db)
-      : store_(std::move(store)), db_(std::move(db)) {}
+      : store_(std::move(store)), pages_(*store_), db_(std::move(db)) {}
 
   Database& db() override { return *db_; }
 
@@ -146,16 +152,44 @@ class WriterImpl final : public Writer {
     return Step([&] { return DoAddIndex(std::string(table), index); });
   }
   Status InsertRow(std::string_view table, std::span<const Value> values) override {
-    return Step([&] { return DoInsert(std::string(table), values); });
+    return Step([&] { return DoInsert(std::string(table), values); }, false);
   }
   Result<uint64_t> DeleteAll(std::string_view table) override {
-    return Status::NotSupported(store_->name() + ": table " + std::string(table) +
-                                ": deleting rows is not available yet");
+    uint64_t deleted = 0;
+    PX_RETURN_IF_ERROR(Step(
+        [&]() -> Status {
+          PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(std::string(table)));
+          PX_ASSIGN_OR_RETURN(deleted, w->DeleteAll());
+          return Status::Ok();
+        },
+        false));
+    return deleted;
   }
   Result<uint64_t> UpdateRows(std::string_view table,
-                              const std::function<Result<bool>(Row& row)>&) override {
-    return Status::NotSupported(store_->name() + ": table " + std::string(table) +
-                                ": updating rows is not available yet");
+                              const std::function<Result<bool>(Row& row)>& change) override {
+    uint64_t changed = 0;
+    PX_RETURN_IF_ERROR(Step(
+        [&]() -> Status {
+          PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(std::string(table)));
+          PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
+          PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+          Row fields(schema.columns.size());
+          auto by_fields = [&](std::vector<Value>& by_column) -> Result<bool> {
+            for (size_t i = 0; i < schema.columns.size(); ++i) {
+              fields[i] = by_column[size_t(schema.columns[i])];
+            }
+            PX_ASSIGN_OR_RETURN(bool rewrite, change(fields));
+            if (!rewrite) return false;
+            for (size_t i = 0; i < schema.columns.size(); ++i) {
+              by_column[size_t(schema.columns[i])] = std::move(fields[i]);
+            }
+            return true;
+          };
+          PX_ASSIGN_OR_RETURN(changed, w->Update(by_fields));
+          return Status::Ok();
+        },
+        false));
+    return changed;
   }
 
   // Lays out a new database and, outside a transaction, writes it.
@@ -169,8 +203,9 @@ class WriterImpl final : public Writer {
  private:
   // One change: on its own it commits, in a transaction it waits for Commit(). A failure
   // outside a transaction leaves nothing behind; inside one it spoils the transaction.
+  // `catalog`: the change may alter the catalog, which is read again after it.
   template <typename F>
-  Status Step(F&& change) {
+  Status Step(F&& change, bool catalog = true) {
     if (!in_transaction_) {
       Status st = change();
       if (st.ok()) st = store_->Commit();
@@ -178,16 +213,18 @@ class WriterImpl final : public Writer {
         (void)Discard();
         return st;
       }
-      return db_->ReloadCatalog();
+      return catalog ? db_->ReloadCatalog() : Status::Ok();
     }
     Status st = change();
     if (!st.ok()) return st;
-    return db_->ReloadCatalog();
+    return catalog ? db_->ReloadCatalog() : Status::Ok();
   }
 
   Status Discard() {
     store_->Rollback();
     append_.clear();
+    writers_.clear();
+    field_columns_.clear();
     return db_->ReloadCatalog();
   }
 
@@ -271,30 +308,51 @@ class WriterImpl final : public Writer {
     return out;
   }
 
-  // Adds a row to a catalog table and to each of its indexes; a new distinct key is
-  // counted in the index's unique entry count.
+  // Adds a row to a catalog table (MSysObjects, MSysACEs) and to each of its indexes.
   Status AddCatalogRow(uint32_t page, const std::string& name, std::vector<Value> values) {
-    PX_ASSIGN_OR_RETURN(TableDef def, Definition(page, name));
-    std::vector<std::vector<uint8_t>> keys;
-    for (const RealIndex& r : def.real_indexes) {
-      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(def, r, values, Where(name)));
-      keys.push_back(std::move(key));
-    }
-    AppendState& state = append_[page];
-    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(*store_, def, values, state, name));
-    PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(*store_, def, row, state, name));
-    for (size_t i = 0; i < def.real_indexes.size(); ++i) {
-      RealIndex& r = def.real_indexes[i];
-      PX_ASSIGN_OR_RETURN(auto before, ReadLeafEntries(*store_, r.root_page, name));
-      bool seen = false;
-      for (const auto& e : before) {
-        seen = seen || (e.size() == keys[i].size() + 4 &&
-                        std::equal(keys[i].begin(), keys[i].end(), e.begin()));
+    (void)page;
+    PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(name));
+    return w->Insert(values);
+  }
+
+  // The row writer of a table, made at the table's first change in this connection after
+  // the keys already in its indexes have been proven against the encoder.
+  Result<TableWriter*> TableFor(const std::string& table) {
+    PX_ASSIGN_OR_RETURN(const CatalogEntry* e, FindAny(table));
+    auto it = writers_.find(e->tdef_page());
+    if (it != writers_.end()) return it->second.get();
+    if (verified_tables_.insert(e->tdef_page()).second) {
+      Status st = VerifyIndexKeys(*db_, *e, &verified_);
+      if (!st.ok()) {
+        verified_tables_.erase(e->tdef_page());
+        return st;
       }
-      PX_RETURN_IF_ERROR(AddIndexEntry(*store_, page, r, keys[i], at, "index of " + Where(name)));
-      if (!seen) ++r.unique_entry_count;
     }
-    return StoreTableDef(*store_, def);
+    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
+    TableWriterOptions options;
+    options.code_page = db_->text_code_page();
+    const JetFormat& f = store_->format();
+    options.index_key = [this, &f, name = e->name](
+                            const TableDef& d, const RealIndex& index,
+                            std::span<const Value> values) -> Result<std::vector<uint8_t>> {
+      const size_t real = size_t(&index - d.real_indexes.data());
+      KeyLabels labels{name, real < d.real_indexes.size() ? IndexLabel(d, real) : "?"};
+      PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, d, index, values, labels));
+      return EncodeIndexKey(f, d, index, values, labels);
+    };
+    PX_ASSIGN_OR_RETURN(auto w,
+                        TableWriter::Open(pages_, f, std::move(def), e->name, std::move(options)));
+    TableWriter* raw = w.get();
+    writers_[e->tdef_page()] = std::move(w);
+    return raw;
+  }
+
+  // A table of the catalog, system tables included.
+  Result<const CatalogEntry*> FindAny(const std::string& table) {
+    for (const CatalogEntry& e : db_->tables()) {
+      if (e.has_tdef() && e.name == table) return &e;
+    }
+    return Find(table);
   }
 
   Status DoCreateTable(const std::string& table) {
@@ -383,11 +441,6 @@ class WriterImpl final : public Writer {
     if (spec.autoincrement && jt.type != coltype::kLong && jt.type != coltype::kGuid) {
       return Status::InvalidArgument(what + ": only a Long or GUID column can be an AutoNumber");
     }
-    if (spec.autoincrement && def.row_count > 0) {
-      return Status::NotSupported(what +
-                                  ": an AutoNumber column cannot yet be added to a "
-                                  "table that has rows");
-    }
     ColumnDef c;
     c.name = spec.name;
     c.type = jt.type;
@@ -431,12 +484,36 @@ class WriterImpl final : public Writer {
     }
     ++def.max_cols;
     def.columns.push_back(std::move(c));
+    writers_.erase(def.page);
+    field_columns_.erase(def.page);
     PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    if (spec.autoincrement && jt.type == coltype::kLong && def.row_count > 0) {
+      PX_RETURN_IF_ERROR(NumberExistingRows(*e, def.columns.back().number));
+    }
     if (!spec.allow_zero_length && !spec.required) return Status::Ok();
     ColumnProperties props;
     props.allow_zero_length = spec.allow_zero_length;
     props.required = spec.required;
     return WriteColumnProperties(*e, spec.name, props);
+  }
+
+  // An AutoNumber column added to a table with rows numbers them 1, 2, ... in the order a
+  // scan meets them, as Jet does; the counter continues after the last.
+  Status NumberExistingRows(const CatalogEntry& e, uint16_t column_number) {
+    PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e.name));
+    const int at = w->definition().ColumnByNumber(column_number);
+    if (at < 0) return Status::Corruption(Where(e.name) + ": the new column is missing");
+    int64_t next = 0;
+    PX_ASSIGN_OR_RETURN(uint64_t numbered,
+                        w->Update([&](std::vector<Value>& values) -> Result<bool> {
+                          values[size_t(at)] = ++next;
+                          return true;
+                        }));
+    (void)numbered;
+    writers_.erase(e.tdef_page());
+    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e.tdef_page(), e.name));
+    def.autonumber_last = uint32_t(std::max<int64_t>(next, int32_t(def.autonumber_last)));
+    return StoreTableDef(*store_, def);
   }
 
   // Sets properties of one column in the table's property blob (MSysObjects.LvProp),
@@ -505,7 +582,8 @@ class WriterImpl final : public Writer {
       return Status::InvalidArgument(what + ": an index has 1 to 10 columns");
     }
     if (def.row_count > 0) {
-      return Status::NotSupported(what + ": indexes can be added to empty tables only, for now");
+      // The rows there are must be keyed with a proven encoder.
+      PX_RETURN_IF_ERROR(TableFor(e->name).status());
     }
     RealIndex r;
     for (const auto& [name, ascending] : spec.columns) {
@@ -537,80 +615,82 @@ class WriterImpl final : public Writer {
     l.type = spec.primary ? kLogicalIndexPrimary : kLogicalIndexPlain;
     def.real_indexes.push_back(std::move(r));
     def.logical_indexes.push_back(std::move(l));
+    if (def.row_count > 0) PX_RETURN_IF_ERROR(FillIndex(*e, def, def.real_indexes.size() - 1));
+    writers_.erase(def.page);
+    field_columns_.erase(def.page);
     return StoreTableDef(*store_, def);
+  }
+
+  // Enters every row of the table in a new, empty index; a unique index refuses a value
+  // twice and a required one a Null, naming the table, the index and the value.
+  Status FillIndex(const CatalogEntry& e, TableDef& def, size_t real) {
+    const JetFormat& f = store_->format();
+    RealIndex& index = def.real_indexes[real];
+    const KeyLabels labels{e.name, IndexLabel(def, real)};
+    const std::string what = Where(e.name) + ": index " + labels.index;
+    IndexWriter writer(pages_, f, def.page, index, "index " + labels.index + " of table " + e.name);
+    std::vector<int> all(def.columns.size());
+    for (size_t i = 0; i < all.size(); ++i) all[i] = int(i);
+    PX_ASSIGN_OR_RETURN(auto reader, TableReader::Open(store_->pager(), f, db_->text_code_page(),
+                                                       def, e.name, all, {}));
+    Row row;
+    while (reader->Next(row)) {
+      bool all_null = true;
+      for (const IndexColumn& ic : index.columns) {
+        const int at = def.ColumnByNumber(ic.column_number);
+        const bool null = at < 0 || IsNull(row[size_t(at)]);
+        if (null && (index.flags & idxflag::kRequired)) {
+          return Status::InvalidArgument(what + ": a row (" + reader->last_row_place() +
+                                         ") has no value in column " +
+                                         (at < 0 ? "?" : def.columns[size_t(at)].name));
+        }
+        all_null = all_null && null;
+      }
+      if (all_null && (index.flags & idxflag::kIgnoreNulls)) continue;
+      PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, def, index, row, labels));
+      PX_ASSIGN_OR_RETURN(std::vector<uint8_t> key, EncodeIndexKey(f, def, index, row, labels));
+      PX_ASSIGN_OR_RETURN(bool seen, writer.ContainsKey(key));
+      if (seen && index.unique()) {
+        return Status::InvalidArgument(what + ": the rows hold a value twice (" +
+                                       reader->last_row_place() + ")");
+      }
+      if (!seen) ++index.unique_entry_count;
+      PX_RETURN_IF_ERROR(writer.Insert(LeafEntry(key, reader->last_row_pointer())));
+    }
+    return reader->status();
   }
 
   Status DoInsert(const std::string& table, std::span<const Value> values) {
     PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
-    PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
-    PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
-    if (values.size() != schema.columns.size()) {
+    auto cached = field_columns_.find(e->tdef_page());
+    if (cached == field_columns_.end()) {
+      PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
+      cached = field_columns_.emplace(e->tdef_page(), std::move(schema.columns)).first;
+    }
+    const std::vector<int>& columns = cached->second;
+    if (values.size() != columns.size()) {
       return Status::InvalidArgument(Where(e->name) + ": " + std::to_string(values.size()) +
-                                     " values for " + std::to_string(schema.columns.size()) +
-                                     " fields");
+                                     " values for " + std::to_string(columns.size()) + " fields");
     }
-    std::vector<Value> by_column(def.columns.size(), Value(Null{}));
-    for (size_t i = 0; i < schema.columns.size(); ++i) {
-      by_column[size_t(schema.columns[i])] = values[i];
-    }
-    for (size_t i = 0; i < def.columns.size(); ++i) {
-      ColumnDef& c = def.columns[i];
-      if ((c.flags & colflag::kAutoGuid) && IsNull(by_column[i])) {
-        Guid g;
-        for (uint8_t& b : g.bytes) b = uint8_t(random_());
-        g.bytes[7] = uint8_t((g.bytes[7] & 0x0F) | 0x40);  // version 4, Data3's high nibble
-        g.bytes[8] = uint8_t((g.bytes[8] & 0x3F) | 0x80);
-        by_column[i] = g;
-      }
-      if (!(c.flags & colflag::kAutoLong)) continue;
-      if (IsNull(by_column[i])) {
-        by_column[i] = int64_t(def.autonumber_last) + 1;
-      }
-      const auto* given = std::get_if<int64_t>(&by_column[i]);
-      if (given != nullptr && *given > int64_t(def.autonumber_last) && *given <= INT32_MAX) {
-        def.autonumber_last = uint32_t(*given);
-      }
-    }
-    // Keys first: a violation is refused before anything is written.
-    std::vector<std::vector<uint8_t>> keys;
-    for (const RealIndex& r : def.real_indexes) {
-      std::string name;
-      for (const LogicalIndex& l : def.logical_indexes) {
-        if (&def.real_indexes[l.real_index] == &r) name = l.name;
-      }
-      const std::string what = Where(e->name) + ": index " + name;
-      PX_ASSIGN_OR_RETURN(auto key, CatalogIndexKey(def, r, by_column, what));
-      PX_ASSIGN_OR_RETURN(auto entries, ReadLeafEntries(*store_, r.root_page, what));
-      if (r.unique()) {
-        for (const auto& entry : entries) {
-          if (entry.size() == key.size() + 4 && std::equal(key.begin(), key.end(), entry.begin())) {
-            return Status::InvalidArgument(what + ": the value is already in the table");
-          }
-        }
-      }
-      keys.push_back(std::move(key));
-    }
-    AppendState& state = append_[def.page];
-    PX_ASSIGN_OR_RETURN(auto row, EncodeValuesRow(*store_, def, by_column, state, e->name));
-    PX_ASSIGN_OR_RETURN(RowPointer at, AppendRow(*store_, def, row, state, e->name));
-    for (size_t i = 0; i < def.real_indexes.size(); ++i) {
-      RealIndex& r = def.real_indexes[i];
-      PX_ASSIGN_OR_RETURN(auto entries, ReadLeafEntries(*store_, r.root_page, e->name));
-      bool seen = false;
-      for (const auto& entry : entries) {
-        seen = seen || (entry.size() == keys[i].size() + 4 &&
-                        std::equal(keys[i].begin(), keys[i].end(), entry.begin()));
-      }
-      PX_RETURN_IF_ERROR(AddIndexEntry(*store_, def.page, r, keys[i], at, Where(e->name)));
-      if (!seen) ++r.unique_entry_count;
-    }
-    return StoreTableDef(*store_, def);
+    PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+    by_column_.assign(w->definition().columns.size(), Value(Null{}));
+    std::vector<Value>& by_column = by_column_;
+    for (size_t i = 0; i < columns.size(); ++i) by_column[size_t(columns[i])] = values[i];
+    Status st = w->Insert(by_column);
+    if (!st.ok()) return st.WithContext(store_->name());
+    return Status::Ok();
   }
 
   static constexpr uint32_t kMSysAcesPageNumber = 3;
 
   std::unique_ptr<PageStore> store_;
+  PageStorePages pages_;
   std::unique_ptr<Database> db_;
+  std::map<uint32_t, std::unique_ptr<TableWriter>> writers_;  // by definition page
+  std::set<uint32_t> verified_tables_;
+  std::map<uint32_t, std::vector<int>> field_columns_;  // field order of each table
+  std::vector<Value> by_column_;
+  VerifiedCharacters verified_;
   bool in_transaction_ = false;
   std::map<uint32_t, AppendState> append_;
   std::random_device random_;

@@ -125,6 +125,7 @@ INSTANTIATE_TEST_SUITE_P(Samples, MdbKopyala,
                          ::testing::Values("testV2000.mdb", "indexTestV2000.mdb",
                                            "fixedNumericTestV2000.mdb", "delColTestV2000.mdb",
                                            "overflowTestV2000.mdb", "bigIndexTestV2000.mdb",
+                                           "compIndexTestV2000.mdb", "fixedTextTestV2000.mdb",
                                            "testV1997.mdb"));
 
 TEST(MdbKopyalaTables, CopiesOnlyTheNamedTablesInOneTransaction) {

@@ -353,6 +353,31 @@ TEST_F(WriterTest, ColumnAddedToATableWithRowsReadsNull) {
   EXPECT_TRUE(rows[0][0] == Value(int64_t(7)));
   EXPECT_TRUE(IsNull(rows[0][1]) && IsNull(rows[0][2]));
   EXPECT_TRUE(rows[1][2] == Value(2.5));
+  // An AutoNumber column added now numbers the rows there are, and goes on from there.
+  ColumnSpec no = Col("No", ado::kInteger);
+  no.autoincrement = true;
+  ASSERT_TRUE(w().AddColumn("T", no).ok());
+  std::vector<Value> row3 = {int64_t(9), std::string("c"), 3.5, Null{}};
+  ASSERT_TRUE(w().InsertRow("T", row3).ok());
+  rows = Rows(w().db(), "T");
+  ASSERT_EQ(rows.size(), 3u);
+  EXPECT_TRUE(rows[0][3] == Value(int64_t(1)));
+  EXPECT_TRUE(rows[1][3] == Value(int64_t(2)));
+  EXPECT_TRUE(rows[2][3] == Value(int64_t(3)));
+  EXPECT_TRUE(rows[0][0] == Value(int64_t(7)) && IsNull(rows[0][1]));
+  // Keys on a table with rows: the rows go into the index; a key the rows violate is refused.
+  EXPECT_TRUE(w().AddPrimaryKey("T", "PrimaryKey", "No").ok());
+  Status st = w().AddIndex("T", IndexSpec{"Tekil", {{"B", true}}, false, true, false, true});
+  ASSERT_FALSE(st.ok());
+  EXPECT_NE(st.message().find("Tekil"), std::string::npos) << st.message();
+  std::vector<Value> dup = {int64_t(1), std::string("x"), 1.0, int64_t(3)};
+  st = w().InsertRow("T", dup);
+  ASSERT_FALSE(st.ok()) << "the filled primary key refuses No = 3 again";
+  if (std::filesystem::exists(kOracle) && HaveCommand("java")) {
+    writer_.reset();
+    const std::string check = Shell(kOracle + " check " + path_);
+    EXPECT_NE(check.find("\"ok\": true"), std::string::npos) << check.substr(0, 2000);
+  }
 }
 
 TEST_F(WriterTest, RollbackLeavesTheFileIdenticalAndCommitKeepsEverything) {
@@ -400,6 +425,19 @@ TEST(WriterFaults, EveryFailedWriteLeavesTheFileIdentical) {
         std::vector<Value> row = {std::string("K") + std::to_string(i), std::string(5000, 'n')};
         st = (*w)->InsertRow("Stok", row);
       }
+      if (st.ok()) st = (*w)->DeleteAll("Stok").status();
+      for (int i = 0; i < 30 && st.ok(); ++i) {
+        std::vector<Value> row = {std::string("Y") + std::to_string(i), std::string(5000, 'n')};
+        st = (*w)->InsertRow("Stok", row);
+      }
+      if (st.ok()) {
+        st = (*w)->UpdateRows("Stok",
+                              [](Row& r) -> Result<bool> {
+                                r[1] = std::string("kisa");
+                                return true;
+                              })
+                 .status();
+      }
       if (st.ok()) st = (*w)->Commit();
     }
     if (st.ok()) {
@@ -412,7 +450,51 @@ TEST(WriterFaults, EveryFailedWriteLeavesTheFileIdentical) {
   }
   auto db = Database::Open(path);
   ASSERT_TRUE(db.ok());
-  EXPECT_EQ(Rows(**db, "Stok").size(), 30u);
+  auto rows = Rows(**db, "Stok");
+  ASSERT_EQ(rows.size(), 30u);
+  EXPECT_TRUE(rows[0][0] == Value(std::string("Y0")));
+  EXPECT_TRUE(rows[29][1] == Value(std::string("kisa")));
+}
+
+// Delete and update through the facade: counts, values, and the counter that a delete
+// leaves where it was (as Jet does).
+TEST_F(WriterTest, DeleteAllAndUpdateRows) {
+  ASSERT_TRUE(w().CreateTable("T").ok());
+  ColumnSpec id = Col("Id", ado::kInteger);
+  id.autoincrement = true;
+  ASSERT_TRUE(w().AddColumn("T", id).ok());
+  ASSERT_TRUE(w().AddColumn("T", Col("Kod", ado::kVarWChar, 10)).ok());
+  ASSERT_TRUE(w().AddPrimaryKey("T", "PrimaryKey", "Id").ok());
+  for (int i = 0; i < 5; ++i) {
+    std::vector<Value> row = {Null{}, std::string("001-") + std::to_string(i)};
+    ASSERT_TRUE(w().InsertRow("T", row).ok());
+  }
+  auto changed = w().UpdateRows("T", [](Row& r) -> Result<bool> {
+    auto& kod = std::get<std::string>(r[1]);
+    if (kod.back() == '0' || kod.back() == '3') return false;
+    kod = "005" + kod.substr(3);
+    return true;
+  });
+  ASSERT_TRUE(changed.ok()) << changed.status().ToString();
+  EXPECT_EQ(*changed, 3u);
+  auto rows = Rows(w().db(), "T");
+  ASSERT_EQ(rows.size(), 5u);
+  EXPECT_TRUE(rows[1][1] == Value(std::string("005-1")));
+  EXPECT_TRUE(rows[3][1] == Value(std::string("001-3")));
+  auto deleted = w().DeleteAll("T");
+  ASSERT_TRUE(deleted.ok()) << deleted.status().ToString();
+  EXPECT_EQ(*deleted, 5u);
+  EXPECT_TRUE(Rows(w().db(), "T").empty());
+  std::vector<Value> row = {Null{}, std::string("yeni")};
+  ASSERT_TRUE(w().InsertRow("T", row).ok());
+  rows = Rows(w().db(), "T");
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_TRUE(rows[0][0] == Value(int64_t(6)));
+  if (std::filesystem::exists(kOracle) && HaveCommand("java")) {
+    writer_.reset();
+    const std::string check = Shell(kOracle + " check " + path_);
+    EXPECT_NE(check.find("\"ok\": true"), std::string::npos) << check.substr(0, 2000);
+  }
 }
 
 }  // namespace
