@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "platform/console.h"
 #include "platform/text_case.h"
 
 #ifdef _WIN32
@@ -89,8 +90,9 @@ Answer ConsoleOperator::Prompt(const Box& box) {
       out_ << (i ? "  " : "") << "[" << i + 1 << "] " << AnswerCaption(answers[i]);
     }
     out_ << "  (varsayılan: " << AnswerCaption(fallback) << ") > " << std::flush;
-    std::string line;
-    if (!std::getline(in_, line)) return fallback;
+    std::string typed;
+    if (!std::getline(in_, typed)) return fallback;
+    const std::string line = InputLineToUtf8(typed);
     std::string_view choice = TrimBlanks(line);
     if (!choice.empty() && choice.back() == '\r') choice.remove_suffix(1);
     if (choice.empty()) return fallback;

@@ -55,6 +55,7 @@ std::string FindEntryIgnoringCase(const fs::path& dir, std::string_view name) {
   return best;
 }
 
+#ifndef _WIN32
 Result<fs::path> DefaultDriveC() {
   fs::path base;
   if (auto xdg = GetEnv("XDG_DATA_HOME"); xdg && !xdg->empty()) {
@@ -70,6 +71,7 @@ Result<fs::path> DefaultDriveC() {
   if (ec) return Status::IOError("cannot create " + Utf8FromPath(root) + ": " + ec.message());
   return root;
 }
+#endif
 
 }  // namespace
 

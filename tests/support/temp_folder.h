@@ -22,7 +22,12 @@ class TempFolder {
   }
   ~TempFolder() {
     std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
+    if (!kept_) std::filesystem::remove_all(path_, ec);
+  }
+  // Leaves the folder in place for a look after a failure; returns its path.
+  std::string Keep() {
+    kept_ = true;
+    return str();
   }
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
@@ -45,6 +50,7 @@ class TempFolder {
 
  private:
   std::filesystem::path path_;
+  bool kept_ = false;
 };
 
 inline std::string ReadAll(const std::filesystem::path& p) {
