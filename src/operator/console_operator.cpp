@@ -1,5 +1,6 @@
 #include "operator/console_operator.h"
 
+#include <iostream>
 #include <string>
 
 #include "platform/console.h"
@@ -92,7 +93,8 @@ Answer ConsoleOperator::Prompt(const Box& box) {
     out_ << "  (varsayılan: " << AnswerCaption(fallback) << ") > " << std::flush;
     std::string typed;
     if (!std::getline(in_, typed)) return fallback;
-    const std::string line = InputLineToUtf8(typed);
+    // Typed on the console: in its code page. Other streams carry UTF-8 already.
+    const std::string line = &in_ == &std::cin ? InputLineToUtf8(typed) : typed;
     std::string_view choice = TrimBlanks(line);
     if (!choice.empty() && choice.back() == '\r') choice.remove_suffix(1);
     if (choice.empty()) return fallback;
