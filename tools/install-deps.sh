@@ -4,8 +4,12 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
-packages=(cmake ninja-build g++ clang libclang-rt-14-dev pkg-config zlib1g-dev nlohmann-json3-dev
-          libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
+# The Windows leg: MinGW-w64 (POSIX threads), zlib built for it, GoogleTest's sources to
+# build with it, and 64-bit Wine (wine64 alone; no i386 architecture is needed).
+packages=(cmake ninja-build g++ clang libclang-rt-14-dev pkg-config zlib1g-dev
+          libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev googletest
+          nlohmann-json3-dev default-jre-headless ccache
+          g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64
           mdbtools pigz qpdf)
 # Node.js may come from elsewhere than Debian; install Debian's only when none is present.
 command -v node >/dev/null 2>&1 || packages+=(nodejs)

@@ -7,6 +7,9 @@ seconds=${2:-20}
 root=$(cd "$(dirname "$0")/.." && pwd)
 mkdir -p "$build/crashers"
 status=0
+# Undefined behaviour ends a run like a crash does, instead of being printed and passed over.
+export UBSAN_OPTIONS=halt_on_error=1:abort_on_error=1:print_stacktrace=1
+export ASAN_OPTIONS=${ASAN_OPTIONS:-}:halt_on_error=1
 for bin in "$build"/tests/fuzz/*_fuzz; do
   [ -x "$bin" ] || continue
   name=$(basename "$bin" _fuzz)

@@ -26,6 +26,8 @@ int Run(int argc, char** argv) {
                "pergonix-yedek"};
   app.set_version_flag("--version", std::string("pergonix-yedek ") + PX_VERSION);
   app.require_subcommand(0, 1);
+  // "/work/a.mdb" is a path, not a Windows-style option, on every system.
+  app.allow_windows_style_options(false);
   AddGlobalOptions(app);
   AddGeriAlCommands(app);
   AddAyarlarCommand(app);

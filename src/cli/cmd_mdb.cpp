@@ -2,7 +2,6 @@
 //   mdb tablolar DOSYA          user tables, one name a line, in catalog order
 //   mdb sema DOSYA [TABLO]      JSON array of table schemas (all user tables, or one)
 //   mdb satirlar DOSYA TABLO    JSON Lines, one object a row, keys in column order
-//   mdb kontrol DOSYA           integrity check (cmd_mdb_kontrol.cpp)
 //   mdb yarat DOSYA             a new, empty Jet 4 database; refuses an existing file
 //   mdb kopyala KAYNAK HEDEF [TABLO ...]
 //                               copies tables (columns, keys, indexes, rows) into HEDEF,

@@ -114,19 +114,30 @@ std::optional<Decimal> DecimalFromText(std::string_view text) {
   U128 u;
   bool any_digit = false, point = false;
   int scale = 0;
+  // Trailing zero decimals beyond 128 bits (a value padded to a scale of 39 or more) do
+  // not change the value: they are dropped rather than refused.
+  int dropped_zeros = 0;
   for (; i < text.size(); ++i) {
     const char c = text[i];
     if (c == '.' && !point) {
       point = true;
     } else if (c >= '0' && c <= '9') {
-      if (!u.MulAdd10(uint32_t(c - '0'))) return std::nullopt;
       any_digit = true;
-      if (point) ++scale;
+      if (dropped_zeros > 0 && c != '0') return std::nullopt;
+      U128 next = u;
+      if (dropped_zeros == 0 && next.MulAdd10(uint32_t(c - '0'))) {
+        u = next;
+        if (point) ++scale;
+      } else if (point && c == '0') {
+        ++dropped_zeros;
+      } else {
+        return std::nullopt;
+      }
     } else {
       return std::nullopt;
     }
   }
-  if (!any_digit || scale > 255) return std::nullopt;
+  if (!any_digit || scale + dropped_zeros > 255) return std::nullopt;
   d.hi = u.Hi();
   d.lo = u.Lo();
   d.scale = uint8_t(scale);

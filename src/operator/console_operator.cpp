@@ -1,7 +1,9 @@
 #include "operator/console_operator.h"
 
+#include <iostream>
 #include <string>
 
+#include "platform/console.h"
 #include "platform/text_case.h"
 
 #ifdef _WIN32
@@ -90,8 +92,10 @@ Answer ConsoleOperator::Prompt(const Box& box) {
       out_ << (i ? "  " : "") << "[" << i + 1 << "] " << AnswerCaption(answers[i]);
     }
     out_ << "  (varsayılan: " << AnswerCaption(fallback) << ") > " << std::flush;
-    std::string line;
-    if (!std::getline(in_, line)) return fallback;
+    std::string typed;
+    if (!std::getline(in_, typed)) return fallback;
+    // Typed on the console: in its code page. Other streams carry UTF-8 already.
+    const std::string line = &in_ == &std::cin ? InputLineToUtf8(typed) : typed;
     std::string_view choice = TrimBlanks(line);
     if (!choice.empty() && choice.back() == '\r') choice.remove_suffix(1);
     if (choice.empty()) return fallback;

@@ -37,8 +37,9 @@ std::vector<std::string_view> SplitComponents(std::string_view rest) {
   return parts;
 }
 
-// The entry of `dir` that spells `name` in another letter case; empty when none. Several
-// candidates (possible on case-sensitive hosts) resolve to the smallest name.
+// The entry of `dir` that spells `name` in any letter case, as the folder spells it; empty
+// when none. An entry spelled exactly so wins; otherwise several candidates (possible on
+// case-sensitive hosts) resolve to the smallest name.
 std::string FindEntryIgnoringCase(const fs::path& dir, std::string_view name) {
   std::error_code ec;
   fs::directory_iterator it(dir, ec);
@@ -50,11 +51,13 @@ std::string FindEntryIgnoringCase(const fs::path& dir, std::string_view name) {
     if (ec) break;
     ++scanned;
     std::string entry = Utf8FromPath(it->path().filename());
+    if (entry == name) return entry;
     if (FoldCase(entry) == wanted && (best.empty() || entry < best)) best = std::move(entry);
   }
   return best;
 }
 
+#ifndef _WIN32
 Result<fs::path> DefaultDriveC() {
   fs::path base;
   if (auto xdg = GetEnv("XDG_DATA_HOME"); xdg && !xdg->empty()) {
@@ -70,6 +73,7 @@ Result<fs::path> DefaultDriveC() {
   if (ec) return Status::IOError("cannot create " + Utf8FromPath(root) + ": " + ec.message());
   return root;
 }
+#endif
 
 }  // namespace
 
@@ -139,15 +143,16 @@ fs::path ResolveBelow(const fs::path& root, std::string_view rest) {
     }
     ++depth;
     std::error_code ec;
-    if (exists && !fs::exists(fs::symlink_status(current / part, ec))) {
+    // Folders that ignore case (Windows) find any spelling; the folder's own is kept.
+    if (exists) {
       std::string found = FindEntryIgnoringCase(current, part);
       if (!found.empty()) {
-        current /= found;
+        current /= PathFromUtf8(found);
         continue;
       }
       exists = false;
     }
-    current /= std::string(part);
+    current /= PathFromUtf8(part);
   }
   return current;
 }

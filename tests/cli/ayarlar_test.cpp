@@ -2,36 +2,20 @@
 // tricky formatting in Windows-1254 through the drive map.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <string>
 
 #include "platform/host_path.h"
 #include "platform/profile.h"
+#include "support/process.h"
 #include "support/temp_folder.h"
 
 namespace px {
 namespace {
 
+using testing::RunProgram;
+using testing::RunResult;
 using testing::ScopedEnv;
 using testing::TempFolder;
-
-struct Cikti {
-  std::string out;
-  int status = -1;
-};
-
-Cikti Calistir(const std::string& args) {
-  Cikti c;
-  const std::string cmd = std::string(PX_BINARY) + " " + args + " </dev/null 2>&1";
-  FILE* p = popen(cmd.c_str(), "r");
-  if (!p) return c;
-  std::array<char, 4096> buf;
-  size_t n;
-  while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) c.out.append(buf.data(), n);
-  c.status = pclose(p);
-  return c;
-}
 
 constexpr char kTricky[] =
     "; Pergonix genel ayarlari\r\n"
@@ -58,8 +42,8 @@ class AyarlarTest : public ::testing::Test {
 
 TEST_F(AyarlarTest, JsonShowsWhatTheProfileFunctionsReturn) {
   c_.Write("PERGONIX/Config.Ini", kTricky);
-  Cikti c = Calistir("ayarlar --json");
-  EXPECT_EQ(c.status, 0) << c.out;
+  RunResult c = RunProgram({"ayarlar", "--json"});
+  EXPECT_EQ(c.exit_code, 0) << c.out;
   EXPECT_EQ(c.out,
             "{\"CalismaAlani\":\"C:\\\\Pergonix Verileri\",\"CalismaYili\":\"2009\","
             "\"SirketNo\":\"004\",\"SQLServerAdi\":\"MUHASEBE\\\\SQL2000\","
@@ -73,8 +57,8 @@ TEST_F(AyarlarTest, JsonShowsWhatTheProfileFunctionsReturn) {
 
 TEST_F(AyarlarTest, TextListsMembersInDeclarationOrder) {
   c_.Write("pergonix/config.ini", "[Veritabani]\nSqlServerSifre=\n");
-  Cikti c = Calistir("--evet ayarlar");
-  EXPECT_EQ(c.status, 0) << c.out;
+  RunResult c = RunProgram({"--evet", "ayarlar"});
+  EXPECT_EQ(c.exit_code, 0) << c.out;
   const std::string yil = c.out.substr(c.out.find("CalismaYili=") + 12, 4);
   EXPECT_EQ(c.out,
             "CalismaAlani=C:\\Pergonix\nCalismaYili=" + yil +
@@ -89,22 +73,22 @@ TEST_F(AyarlarTest, TextListsMembersInDeclarationOrder) {
 TEST_F(AyarlarTest, BadCodePageOrDriveMapFails) {
   {
     ScopedEnv cp(kAnsiCodePageVariable, "850");
-    Cikti c = Calistir("ayarlar");
-    EXPECT_NE(c.status, 0);
-    EXPECT_NE(c.out.find("PERGONIX_ANSI_CP=850"), std::string::npos) << c.out;
+    RunResult c = RunProgram({"ayarlar"});
+    EXPECT_NE(c.exit_code, 0);
+    EXPECT_NE(c.err.find("PERGONIX_ANSI_CP=850"), std::string::npos) << c.err;
   }
   ScopedEnv drives(kDriveMapVariable, "C");
-  Cikti c = Calistir("ayarlar --json");
-  EXPECT_NE(c.status, 0);
-  EXPECT_NE(c.out.find("PERGONIX_DRIVES"), std::string::npos) << c.out;
+  RunResult c = RunProgram({"ayarlar", "--json"});
+  EXPECT_NE(c.exit_code, 0);
+  EXPECT_NE(c.err.find("PERGONIX_DRIVES"), std::string::npos) << c.err;
 }
 
 TEST(Program, HelpNamesTheCommandsAndTheEvetFlag) {
-  Cikti c = Calistir("--help");
-  EXPECT_EQ(c.status, 0);
+  RunResult c = RunProgram({"--help"});
+  EXPECT_EQ(c.exit_code, 0);
   EXPECT_NE(c.out.find("ayarlar"), std::string::npos);
   EXPECT_NE(c.out.find("--evet"), std::string::npos);
-  EXPECT_NE(Calistir("--version").out.find("pergonix-yedek "), std::string::npos);
+  EXPECT_NE(RunProgram({"--version"}).out.find("pergonix-yedek "), std::string::npos);
 }
 
 }  // namespace

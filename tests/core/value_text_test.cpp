@@ -68,6 +68,12 @@ TEST(ValueText, DecimalAndCurrencyParseBack) {
   }
   EXPECT_EQ(DecimalFromText("12.50")->scale, 2);
   EXPECT_FALSE(DecimalFromText("340282366920938463463374607431768211456"));
+  // A value padded to a scale past 128 bits keeps its value; a digit there is refused.
+  const std::string padded = "1.5" + std::string(60, '0');
+  EXPECT_EQ(DecimalToPlain(*DecimalFromText(padded)), "1.5");
+  EXPECT_EQ(DecimalFromText(padded)->scale, 38);
+  EXPECT_FALSE(DecimalFromText(padded + "1"));
+  EXPECT_FALSE(DecimalFromText("1." + std::string(256, '0')));
   EXPECT_FALSE(DecimalFromText("1e5"));
   EXPECT_FALSE(DecimalFromText("-"));
   EXPECT_EQ(CurrencyFromText("-922337203685477.5808")->scaled, INT64_MIN);

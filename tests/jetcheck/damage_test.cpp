@@ -1,12 +1,10 @@
 // Damaged copies of every sample file (see corruption_helpers.h) through "mdb tablolar",
 // "mdb sema" and "mdb satirlar" on each table of the undamaged file. Every run must end by
-// itself within a second of CPU time, either with output or with exit code 1 and a message
+// itself within ten seconds, either with output or with exit code 1 and a message
 // on standard error naming the file and the page; never with a signal, a hang or a
-// sanitizer report. CPU time rather than wall time is held to the second so that a busy
-// machine does not fail the test; a run still going after ten seconds counts as a hang.
+// sanitizer report; a run still going after ten seconds counts as a hang.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cctype>
@@ -14,18 +12,19 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "jetcheck/corruption_helpers.h"
 #include "jetcheck/reference_helpers.h"
 #include "jetcheck/sample_param.h"
+#include "support/temp_folder.h"
 
 namespace px::jetcheck {
 namespace {
 namespace fs = std::filesystem;
 
-constexpr double kCpuLimitSeconds = 1.0;
 constexpr double kHangSeconds = 10.0;
 constexpr std::size_t kMaxFailuresListed = 30;
 
@@ -64,10 +63,9 @@ std::string Verdict(const ProcessResult& r, const fs::path& file, const std::str
   if (r.timed_out || r.signal != 0 || HasSanitizerReport(r.err)) {
     return r.Describe() + ": " + r.err.substr(0, 600);
   }
-  if (r.cpu_seconds > kCpuLimitSeconds) return "too slow: " + r.Describe();
   if (r.exit_code == 0) {
-    if (r.out_bytes > 64 * file_size + (1u << 20)) {
-      return "printed " + std::to_string(r.out_bytes) + " bytes from a file of " +
+    if (r.out.size() > 64 * file_size + (1u << 20)) {
+      return "printed " + std::to_string(r.out.size()) + " bytes from a file of " +
              std::to_string(file_size);
     }
     if (!rows) return "";
@@ -95,21 +93,15 @@ class MdbDamageTest : public SampleTest {
  protected:
   // A fresh folder for the damaged copies; removed afterwards unless the test failed.
   void MakeFolder() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string templ =
-        std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/px-jetcheck-XXXXXX";
-    ASSERT_NE(mkdtemp(templ.data()), nullptr) << "cannot make a temporary folder";
-    dir_ = templ;
+    folder_ = std::make_unique<::px::testing::TempFolder>();
+    dir_ = folder_->path();
   }
   void TearDown() override {
-    if (dir_.empty()) return;
-    if (HasFailure()) {
-      std::cout << "damaged copies kept in " << dir_ << "\n";
-    } else {
-      std::error_code ec;
-      fs::remove_all(dir_, ec);
+    if (folder_ && HasFailure()) {
+      std::cout << "damaged copies kept in " << folder_->Keep() << "\n";
     }
   }
+  std::unique_ptr<::px::testing::TempFolder> folder_;
   fs::path dir_;
 };
 
@@ -126,7 +118,6 @@ TEST_P(MdbDamageTest, DamagedCopiesEndCleanly) {
   const std::string stem = fs::path(path()).stem().string();
   ProcessOptions options;
   options.timeout_seconds = kHangSeconds;
-  options.max_kept_bytes = std::size_t(32) << 20;
   std::vector<std::string> failures;
   std::size_t runs = 0, errors = 0;
   auto check = [&](const fs::path& file, const std::string& label,

@@ -178,14 +178,12 @@ std::string MdbReaderMissing() {
 }
 
 ProcessResult RunOurs(const std::vector<std::string>& args, const ProcessOptions& options) {
-  std::vector<std::string> argv = {PX_BINARY};
-  argv.insert(argv.end(), args.begin(), args.end());
-  return RunProcess(argv, options);
+  return ::px::testing::RunProgram(args, options);
 }
 
 ProcessResult RunMdbReaderDump(const std::vector<std::string>& args) {
-  std::vector<std::string> argv = {"node",
-                                   (fs::path(PX_SOURCE_DIR) / "tools" / "mdb-reader-dump.js")};
+  std::vector<std::string> argv = {
+      "node", (fs::path(PX_SOURCE_DIR) / "tools" / "mdb-reader-dump.js").string()};
   argv.insert(argv.end(), args.begin(), args.end());
   return RunProcess(argv);
 }

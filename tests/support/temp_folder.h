@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/environment.h"
+#include "platform/utf8_path.h"
 
 namespace px::testing {
 
@@ -22,29 +23,35 @@ class TempFolder {
   }
   ~TempFolder() {
     std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
+    if (!kept_) std::filesystem::remove_all(path_, ec);
+  }
+  // Leaves the folder in place for a look after a failure; returns its path.
+  std::string Keep() {
+    kept_ = true;
+    return str();
   }
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
-  std::string str() const { return path_.string(); }
+  std::string str() const { return ::px::Utf8FromPath(path_); }
 
   // Writes raw bytes to a path below the folder, creating the folders in between.
   std::filesystem::path Write(const std::string& relative, const std::string& bytes) const {
-    auto p = path_ / relative;
+    auto p = path_ / ::px::PathFromUtf8(relative);
     std::filesystem::create_directories(p.parent_path());
     std::ofstream(p, std::ios::binary) << bytes;
     return p;
   }
   std::filesystem::path Mkdir(const std::string& relative) const {
-    auto p = path_ / relative;
+    auto p = path_ / ::px::PathFromUtf8(relative);
     std::filesystem::create_directories(p);
     return p;
   }
 
  private:
   std::filesystem::path path_;
+  bool kept_ = false;
 };
 
 inline std::string ReadAll(const std::filesystem::path& p) {
