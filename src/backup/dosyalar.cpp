@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/sha256.h"
 #include "platform/host_path.h"
 
 namespace px::backup {
@@ -23,7 +24,16 @@ Status Hata(const std::string& islem, const std::string& yol, int err) {
   return err == ENOENT ? Status::NotFound(metin) : Status::IOError(metin);
 }
 
+// Domain paths through the drive map; host paths (the staging folder, a package named on the
+// command line) may still have "\" from the flows' joins, which is a separator here too.
 Result<std::string> Host(const std::string& yol) {
+  if (!IsDrivePath(yol)) {
+    std::string host = yol;
+    for (char& c : host) {
+      if (c == '\\') c = '/';
+    }
+    return host;
+  }
   PX_ASSIGN_OR_RETURN(fs::path host, ToHostPath(yol));
   return host.string();
 }
@@ -214,7 +224,10 @@ bool DiskDoluMu(const Status& st) {
 
 YerineGecenDosya::YerineGecenDosya(platform::FileLayer& files, std::string hedef,
                                    std::string gecici, std::unique_ptr<platform::File> dosya)
-    : files_(files), hedef_(std::move(hedef)), gecici_(std::move(gecici)), dosya_(std::move(dosya)) {}
+    : files_(files),
+      hedef_(std::move(hedef)),
+      gecici_(std::move(gecici)),
+      dosya_(std::move(dosya)) {}
 
 Result<std::unique_ptr<YerineGecenDosya>> YerineGecenDosya::Ac(platform::FileLayer& files,
                                                                const std::string& hedef) {
@@ -235,8 +248,8 @@ Status YerineGecenDosya::Write(std::string_view bytes) {
   PX_RETURN_IF_ERROR(hata_);
   tampon_.append(bytes);
   if (tampon_.size() >= kParca) {
-    hata_ = dosya_->WriteAt(yazilan_, {reinterpret_cast<const uint8_t*>(tampon_.data()),
-                                       tampon_.size()});
+    hata_ = dosya_->WriteAt(yazilan_,
+                            {reinterpret_cast<const uint8_t*>(tampon_.data()), tampon_.size()});
     yazilan_ += tampon_.size();
     tampon_.clear();
   }
@@ -246,8 +259,8 @@ Status YerineGecenDosya::Write(std::string_view bytes) {
 Status YerineGecenDosya::Commit() {
   PX_RETURN_IF_ERROR(hata_);
   if (!tampon_.empty()) {
-    hata_ = dosya_->WriteAt(yazilan_, {reinterpret_cast<const uint8_t*>(tampon_.data()),
-                                       tampon_.size()});
+    hata_ = dosya_->WriteAt(yazilan_,
+                            {reinterpret_cast<const uint8_t*>(tampon_.data()), tampon_.size()});
     PX_RETURN_IF_ERROR(hata_);
     yazilan_ += tampon_.size();
     tampon_.clear();
@@ -273,29 +286,33 @@ Result<size_t> KatmanGirdisi::Read(uint8_t* buf, size_t n) {
   return got;
 }
 
-Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak,
-                    const std::string& hedef) {
+Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak, const std::string& hedef,
+                    std::string* sha256, uint64_t* bayt) {
   PX_ASSIGN_OR_RETURN(auto girdi, KatmanGirdisi::Ac(files, kaynak));
   PX_ASSIGN_OR_RETURN(auto cikti, YerineGecenDosya::Ac(files, hedef));
+  Sha256 ozet;
   std::string parca(kParca, '\0');
   for (;;) {
     PX_ASSIGN_OR_RETURN(size_t n, girdi->Read(reinterpret_cast<uint8_t*>(parca.data()), kParca));
     if (n == 0) break;
+    if (sha256) ozet.Update(std::string_view(parca.data(), n));
     PX_RETURN_IF_ERROR(cikti->Write(std::string_view(parca.data(), n)));
   }
-  return cikti->Commit();
+  PX_RETURN_IF_ERROR(cikti->Commit());
+  if (sha256) *sha256 = ozet.HexDigest();
+  if (bayt) *bayt = cikti->yazilan();
+  return Status::Ok();
 }
 
-Result<std::string> TumunuOku(platform::FileLayer& files, const std::string& yol,
-                              size_t en_fazla) {
+Result<std::string> TumunuOku(platform::FileLayer& files, const std::string& yol, size_t en_fazla) {
   PX_ASSIGN_OR_RETURN(auto dosya, files.Open(yol, platform::OpenMode::kRead));
   PX_ASSIGN_OR_RETURN(uint64_t boy, dosya->Size());
   if (boy > en_fazla) {
     return Status::InvalidArgument(yol + " is larger than " + std::to_string(en_fazla) + " bytes");
   }
   std::string metin(size_t(boy), '\0');
-  PX_ASSIGN_OR_RETURN(size_t n, dosya->ReadAt(0, {reinterpret_cast<uint8_t*>(metin.data()),
-                                                  metin.size()}));
+  PX_ASSIGN_OR_RETURN(size_t n,
+                      dosya->ReadAt(0, {reinterpret_cast<uint8_t*>(metin.data()), metin.size()}));
   metin.resize(n);
   return metin;
 }
@@ -304,7 +321,8 @@ Status ArtiklariTemizle(platform::FileLayer& files, const std::string& klasor) {
   auto liste = files.List(klasor);
   if (!liste.ok()) return liste.status().IsNotFound() ? Status::Ok() : liste.status();
   for (const auto& e : *liste) {
-    if (!e.is_folder && GeciciAdMi(e.name)) PX_RETURN_IF_ERROR(files.Remove(Birlestir(klasor, e.name)));
+    if (!e.is_folder && GeciciAdMi(e.name))
+      PX_RETURN_IF_ERROR(files.Remove(Birlestir(klasor, e.name)));
   }
   return Status::Ok();
 }

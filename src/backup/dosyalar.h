@@ -70,9 +70,10 @@ class KatmanGirdisi : public xbf::ByteInput {
   uint64_t konum_ = 0;
 };
 
-// Copies `kaynak` over `hedef` through a temporary file beside the target.
-Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak,
-                    const std::string& hedef);
+// Copies `kaynak` over `hedef` through a temporary file beside the target. `sha256` and
+// `bayt`, when given, receive the checksum and size of what was copied.
+Status DosyaKopyala(platform::FileLayer& files, const std::string& kaynak, const std::string& hedef,
+                    std::string* sha256 = nullptr, uint64_t* bayt = nullptr);
 
 // The whole file (NotFound when missing); files above `en_fazla` bytes are refused.
 Result<std::string> TumunuOku(platform::FileLayer& files, const std::string& yol,

@@ -63,9 +63,9 @@ void Manifest::Sil(std::string_view tam_yol) {
 std::string Manifest::Metin() const {
   json dosyalar = json::array();
   for (const auto& k : kayitlar_) {
-    json d = {{"yol", k.yol},       {"tur", k.tur},       {"sirket", k.sirket},
-              {"yil", k.yil},       {"modul", k.modul},   {"veritabani", k.veritabani},
-              {"tablo", k.tablo},   {"satir", k.satir},   {"bayt", k.bayt},
+    json d = {{"yol", k.yol},      {"tur", k.tur},     {"sirket", k.sirket},
+              {"yil", k.yil},      {"modul", k.modul}, {"veritabani", k.veritabani},
+              {"tablo", k.tablo},  {"satir", k.satir}, {"bayt", k.bayt},
               {"sha256", k.sha256}};
     dosyalar.push_back(std::move(d));
   }
@@ -76,7 +76,8 @@ std::string Manifest::Metin() const {
 }
 
 Status Manifest::Yaz(platform::FileLayer& files) const {
-  PX_ASSIGN_OR_RETURN(auto dosya, YerineGecenDosya::Ac(files, Birlestir(paket_yolu_, kManifestAdi)));
+  PX_ASSIGN_OR_RETURN(auto dosya,
+                      YerineGecenDosya::Ac(files, Birlestir(paket_yolu_, kManifestAdi)));
   PX_RETURN_IF_ERROR(dosya->Write(Metin()));
   return dosya->Commit();
 }
@@ -85,9 +86,7 @@ Result<Manifest> Manifest::Coz(std::string_view metin, const std::string& ad,
                                const std::string& paket_yolu) {
   Manifest m(paket_yolu);
   json kok = json::parse(metin, nullptr, false);
-  auto bozuk = [&](const std::string& neden) {
-    return Status::Corruption(ad + ": " + neden);
-  };
+  auto bozuk = [&](const std::string& neden) { return Status::Corruption(ad + ": " + neden); };
   if (kok.is_discarded()) return bozuk("not valid JSON");
   if (!kok.is_object() || !kok.contains("dosyalar") || !kok["dosyalar"].is_array()) {
     return bozuk("no \"dosyalar\" list");
@@ -99,9 +98,13 @@ Result<Manifest> Manifest::Coz(std::string_view metin, const std::string& ad,
     const std::string yer = "entry " + std::to_string(sira++);
     if (!d.is_object()) return bozuk(yer + " is not an object");
     ManifestKaydi k;
-    for (auto [alan, hedef] : {std::pair{"yol", &k.yol}, {"tur", &k.tur}, {"sirket", &k.sirket},
-                               {"yil", &k.yil}, {"modul", &k.modul},
-                               {"veritabani", &k.veritabani}, {"tablo", &k.tablo},
+    for (auto [alan, hedef] : {std::pair{"yol", &k.yol},
+                               {"tur", &k.tur},
+                               {"sirket", &k.sirket},
+                               {"yil", &k.yil},
+                               {"modul", &k.modul},
+                               {"veritabani", &k.veritabani},
+                               {"tablo", &k.tablo},
                                {"sha256", &k.sha256}}) {
       if (!d.contains(alan) || !d[alan].is_string()) {
         return bozuk(yer + ": \"" + alan + "\" missing or not text");

@@ -1,5 +1,7 @@
 #include "backup/yedekleme.h"
 
+#include <optional>
+
 #include "backup/dosyalar.h"
 #include "backup/paket_duzeni.h"
 #include "backup/sirket_numaralari.h"
@@ -8,6 +10,7 @@
 #include "modules/module_databases.h"
 #include "platform/profile.h"
 #include "platform/text_case.h"
+#include "xbf/parallel_deflate.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
 
@@ -83,6 +86,27 @@ Result<int> TamSayi(const std::string& metin, const std::string& nerede) {
   return int(n);
 }
 
+// Passes everything to the operator and remembers the last box and its answer.
+class SonCevabiTutan : public op::Operator {
+ public:
+  explicit SonCevabiTutan(op::Operator& op) : op_(op) {}
+  op::Answer Ask(const op::Box& box) override {
+    son_kutu = box;
+    son_cevap = op_.Ask(box);
+    return son_cevap;
+  }
+  void SetStatus(std::string_view text) override { op_.SetStatus(text); }
+  void SetProgress(int value, int maximum) override { op_.SetProgress(value, maximum); }
+  void SetModuleState(std::string_view module, std::string_view state) override {
+    op_.SetModuleState(module, state);
+  }
+  std::optional<op::Box> son_kutu;
+  op::Answer son_cevap = op::Answer::kOk;
+
+ private:
+  op::Operator& op_;
+};
+
 }  // namespace
 
 int HataKodu(const Status& st) {
@@ -141,12 +165,12 @@ Yedekleme::Surucu Yedekleme::SurucuBekle(const std::string& hedef,
 }
 
 bool Yedekleme::DoluSor(const std::string& hedef) {
-  const op::Answer cevap = o_.op->Show(
-      hedef.substr(0, 2) + " Sürücüsü Dolu!" + kCrLf + kCrLf +
-          "Eğer Bir Disket Sürücüye Yedek Alıyorsanız," + kCrLf +
-          "Tekrar Denemeden Önce Sürücüde Yeterli Boş Alanı Olan Bir Disket "
-          "Yerleştirdiğinizden Emin Olun.",
-      "Uyarı", op::Icon::kNone, op::Buttons::kRetryCancel, 1);
+  const op::Answer cevap =
+      o_.op->Show(hedef.substr(0, 2) + " Sürücüsü Dolu!" + kCrLf + kCrLf +
+                      "Eğer Bir Disket Sürücüye Yedek Alıyorsanız," + kCrLf +
+                      "Tekrar Denemeden Önce Sürücüde Yeterli Boş Alanı Olan Bir Disket "
+                      "Yerleştirdiğinizden Emin Olun.",
+                  "Uyarı", op::Icon::kNone, op::Buttons::kRetryCancel, 1);
   return cevap == op::Answer::kRetry;
 }
 
@@ -172,12 +196,12 @@ Status Yedekleme::ManifestYaz() {
   return manifest_->Yaz(*o_.files);
 }
 
-Status Yedekleme::Sikistir(const std::string& girdi, const std::string& cikti,
-                           std::string* sha256, uint64_t* bayt) {
+Status Yedekleme::Sikistir(const std::string& girdi, const std::string& cikti, std::string* sha256,
+                           uint64_t* bayt) {
   PX_ASSIGN_OR_RETURN(auto kaynak, KatmanGirdisi::Ac(*o_.files, girdi));
   PX_ASSIGN_OR_RETURN(auto dosya, YerineGecenDosya::Ac(*o_.files, cikti));
   OzetliSink ozetli(*dosya);
-  PX_ASSIGN_OR_RETURN(auto deflate, xbf::DeflateSink::Create(ozetli));
+  PX_ASSIGN_OR_RETURN(auto deflate, xbf::ParallelDeflateSink::Create(ozetli, xbf::kPbfLevel));
   std::string parca(size_t{1} << 20, '\0');
   for (;;) {
     PX_ASSIGN_OR_RETURN(size_t n,
@@ -197,6 +221,7 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
                                  const std::string& sirket, const std::string& yil) {
   const std::string yol =
       modules::AccessVeritabaniYolu(o_.kok, modul, access_adi, sirket, yil, konum);
+  yazilanlar_.clear();  // what this call wrote, also when it writes nothing
   if (yol.empty() || !o_.files->Exists(yol)) {
     o_.op->SetStatus(yol + " Veritabanı Bulunamadı!");
     return Status::Ok();
@@ -214,19 +239,26 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
     PX_ASSIGN_OR_RETURN(std::string taban, TabanAdi(access_adi));
     const std::string ad = TabloDosyaAdi(taban, t.name);
     const std::string hedef_yol =
-        SikistirmaSecili
-            ? hedef + ad
-            : Birlestir(VeriKlasoru(hedef, modul, konum, sirket, yil), ad + ".xbf");
+        SikistirmaSecili ? hedef + ad
+                         : Birlestir(VeriKlasoru(hedef, modul, konum, sirket, yil), ad + ".xbf");
     RowSource& kaynak = **satirlar;
     Row satir;
     if (!kaynak.Next(satir)) {
       if (!kaynak.status().ok()) return kaynak.status().WithContext(yol + ": table " + t.name);
       continue;  // an empty table writes nothing
     }
-    if (o_.files->Exists(hedef_yol)) PX_RETURN_IF_ERROR(o_.files->Remove(hedef_yol));
-    PX_ASSIGN_OR_RETURN(auto dosya, YerineGecenDosya::Ac(*o_.files, hedef_yol));
+    // Compressed exports stream through the deflater into the staged ".pbf" directly: one
+    // pass, the XML written on this thread while deflate runs on the others.
+    const std::string yazilan_yol = SikistirmaSecili ? hedef_yol + ".pbf" : hedef_yol;
+    if (o_.files->Exists(yazilan_yol)) PX_RETURN_IF_ERROR(o_.files->Remove(yazilan_yol));
+    PX_ASSIGN_OR_RETURN(auto dosya, YerineGecenDosya::Ac(*o_.files, yazilan_yol));
     OzetliSink ozetli(*dosya);
-    xbf::XbfWriter yazici(ozetli);
+    std::unique_ptr<xbf::ParallelDeflateSink> deflate;
+    if (SikistirmaSecili) {
+      PX_ASSIGN_OR_RETURN(deflate, xbf::ParallelDeflateSink::Create(ozetli, xbf::kPbfLevel));
+    }
+    xbf::XbfWriter yazici(deflate ? static_cast<xbf::ByteSink&>(*deflate)
+                                  : static_cast<xbf::ByteSink&>(ozetli));
     PX_RETURN_IF_ERROR(yazici.Begin(kaynak.fields()));
     int64_t sayi = 0;
     do {
@@ -237,6 +269,7 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
     } while (kaynak.Next(satir));
     if (!kaynak.status().ok()) return kaynak.status().WithContext(yol + ": table " + t.name);
     PX_RETURN_IF_ERROR(yazici.Finish());
+    if (deflate) PX_RETURN_IF_ERROR(deflate->Finish());
     PX_RETURN_IF_ERROR(dosya->Commit());
     o_.op->SetTableProgress(modul_adi_, access_adi, t.name, sayi, sayi);
     YedekAlindi = true;
@@ -273,8 +306,8 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
     PX_RETURN_IF_ERROR(hazirla());
     if (!SikistirmaSecili) {
       for (;;) {
-        Status st = TabloDisaAktar(vt.access_adi, vt.sql_server_adi, vt.konum, modul, kok, sirket,
-                                   yil);
+        Status st =
+            TabloDisaAktar(vt.access_adi, vt.sql_server_adi, vt.konum, modul, kok, sirket, yil);
         if (st.ok()) break;
         if (!DiskDoluMu(st)) return st;
         if (!DoluSor(hedef)) {
@@ -290,9 +323,8 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
       continue;
     }
     YedekAlindi = false;
-    PX_RETURN_IF_ERROR(
-        TabloDisaAktar(vt.access_adi, vt.sql_server_adi, vt.konum, modul, o_.gecici_klasor,
-                       sirket, yil));
+    PX_RETURN_IF_ERROR(TabloDisaAktar(vt.access_adi, vt.sql_server_adi, vt.konum, modul,
+                                      o_.gecici_klasor, sirket, yil));
     if (!YedekAlindi) continue;
     const auto yazilanlar = yazilanlar_;
     for (const auto& y : yazilanlar) {
@@ -302,12 +334,6 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
         (void)o_.files->Remove(ara_pbf);
         (void)o_.files->Remove(ara);
       };
-      std::string ozet;
-      uint64_t bayt = 0;
-      if (Status st = Sikistir(ara, ara_pbf, &ozet, &bayt); !st.ok()) {
-        ara_dosyalari_sil();
-        return st;
-      }
       if (SurucuBekle(hedef, hazirla) == Surucu::kIptal) {
         ara_dosyalari_sil();
         IptalEdildi = true;
@@ -329,7 +355,8 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
         (void)hazirla();
       }
       ara_dosyalari_sil();
-      Kaydet(son, kTabloDosyasi, modul, sirket, yil, vt.access_adi, y.tablo, y.satir, bayt, ozet);
+      Kaydet(son, kTabloDosyasi, modul, sirket, yil, vt.access_adi, y.tablo, y.satir, y.bayt,
+             y.sha256);
     }
   }
   return Status::Ok();
@@ -393,7 +420,8 @@ Status Yedekleme::EkDosyalariYedekleIci(const std::string& modul, const std::str
       return Status::Cancelled("cancelled at a drive that is not ready");
     }
     for (;;) {
-      Status st = DosyaKopyala(*o_.files, kopyalanan, son);
+      Status st = SikistirmaSecili ? DosyaKopyala(*o_.files, kopyalanan, son)
+                                   : DosyaKopyala(*o_.files, kopyalanan, son, &ozet, &bayt);
       if (st.ok()) break;
       if (!DiskDoluMu(st)) {
         ara_sil();
@@ -407,11 +435,6 @@ Status Yedekleme::EkDosyalariYedekleIci(const std::string& modul, const std::str
       (void)hazirla();
     }
     ara_sil();
-    if (!SikistirmaSecili) {
-      PX_ASSIGN_OR_RETURN(std::string icerik, TumunuOku(*o_.files, son, size_t{1} << 40));
-      ozet = Sha256Hex(icerik);
-      bayt = icerik.size();
-    }
     Kaydet(son, kEkDosya, modul, sirket, yil, "", "", -1, bayt, ozet);
   }
   return Status::Ok();
@@ -427,8 +450,8 @@ Status Yedekleme::SirketYedekle(const std::string& hedef, const std::string& pak
     }
     const std::string klasor(m.klasor);
     modul_adi_ = std::string(m.ad);
-    PX_ASSIGN_OR_RETURN(bool eski_var, KlasorDosyaVarmi(*o_.files, kok, klasor,
-                                                        m.eski_yedek_konumu, sirket, yil));
+    PX_ASSIGN_OR_RETURN(bool eski_var,
+                        KlasorDosyaVarmi(*o_.files, kok, klasor, m.eski_yedek_konumu, sirket, yil));
     if (eski_var) {
       bool sil = EskiYedegiSormadanSil;
       if (!sil) {
@@ -441,8 +464,8 @@ Status Yedekleme::SirketYedekle(const std::string& hedef, const std::string& pak
       }
       if (sil) {
         std::vector<std::string> silinenler;
-        PX_RETURN_IF_ERROR(KlasorDosyalariniSil(*o_.files, kok, klasor, m.eski_yedek_konumu,
-                                                sirket, yil, &silinenler)
+        PX_RETURN_IF_ERROR(KlasorDosyalariniSil(*o_.files, kok, klasor, m.eski_yedek_konumu, sirket,
+                                                yil, &silinenler)
                                .status());
         if (m.klasor == "Demirbas") {
           PX_RETURN_IF_ERROR(KlasorDosyalariniSil(*o_.files, kok, klasor, modules::kKonumData,
@@ -456,8 +479,8 @@ Status Yedekleme::SirketYedekle(const std::string& hedef, const std::string& pak
       ModulPaketle(klasor, paket, hedef, sirket, yil);
       const std::string ek_kok = Birlestir(kok, kEkDosyaKlasoru);
       std::vector<std::string> silinenler;
-      for (int seviye : {modules::kKonumDataSirketYil, modules::kKonumDataSirket,
-                         modules::kKonumData}) {
+      for (int seviye :
+           {modules::kKonumDataSirketYil, modules::kKonumDataSirket, modules::kKonumData}) {
         PX_RETURN_IF_ERROR(
             KlasorDosyalariniSil(*o_.files, ek_kok, klasor, seviye, sirket, yil, &silinenler)
                 .status());
@@ -523,9 +546,15 @@ YedekSonucu Yedekleme::YedeklemeBaslat(const YedekGirdisi& girdi) {
     katalog.reset();
     return sonuc_;
   };
-  auto uygun = folders::SurucuKlasorKontrol(hedef, *o_.fs, op);
+  SonCevabiTutan izleyen(op);
+  auto uygun = folders::SurucuKlasorKontrol(hedef, *o_.fs, izleyen);
   if (!uygun.ok()) return bitir(uygun.status());
-  if (!*uygun) return sonuc_;
+  if (!*uygun) {
+    // Either the operator declined to create the folder, or the drive cannot be used.
+    const bool soruydu = izleyen.son_kutu && izleyen.son_kutu->icon == op::Icon::kQuestion;
+    (soruydu ? sonuc_.reddedildi : sonuc_.hata_gosterildi) = true;
+    return sonuc_;
+  }
   sonuc_.basladi = true;
   auto acilan = o_.ac(o_.kok + "\\genel\\data\\DonemAc.mdb");
   if (!acilan.ok()) return bitir(acilan.status());

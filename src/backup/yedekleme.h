@@ -7,6 +7,10 @@
 // op::Operator, reach files only through a platform::FileLayer and databases only through
 // db::Connection.
 //
+// With compression on, a table is compressed as it is exported: the staged file is the
+// export's name + ".pbf" at once (one pass, deflate running in parallel with the XML), and
+// it is then copied onto the medium; extra files are compressed by Sikistir.
+//
 // Paths are in the suite's Windows form. Every file lands whole or not at all (see
 // backup/dosyalar.h); the manifest of the package is rewritten after each module.
 
@@ -33,35 +37,35 @@ using VeritabaniAcici =
 // What the run needs from its surroundings.
 struct YedekOrtami {
   op::Operator* op = nullptr;
-  FileSystem* fs = nullptr;               // drives and the target folder checks
-  platform::FileLayer* files = nullptr;   // every file read and written
-  std::string kok;                        // the suite root (CalismaAlani)
-  std::string gecici_klasor;              // the staging folder, ending with a separator
-  VeritabaniAcici ac;                     // Access databases, catalog and company list
+  FileSystem* fs = nullptr;                // drives and the target folder checks
+  platform::FileLayer* files = nullptr;    // every file read and written
+  std::string kok;                         // the suite root (CalismaAlani)
+  std::string gecici_klasor;               // the staging folder, ending with a separator
+  VeritabaniAcici ac;                      // Access databases, catalog and company list
   std::string program = "pergonix-yedek";  // written into the manifest
 };
 
 // The inputs of the backup tab, as typed.
 struct YedekGirdisi {
-  std::string paket_adi;                    // Combo1
-  std::string sirket;                       // Text1
-  std::string yil;                          // Text2
-  std::string hedef;                        // Text3
-  bool tum_sirketler = false;               // Check1
-  bool sikistir = true;                     // Check3
-  bool eski_yedegi_sormadan_sil = false;    // Check4
+  std::string paket_adi;                             // Combo1
+  std::string sirket;                                // Text1
+  std::string yil;                                   // Text2
+  std::string hedef;                                 // Text3
+  bool tum_sirketler = false;                        // Check1
+  bool sikistir = true;                              // Check3
+  bool eski_yedegi_sormadan_sil = false;             // Check4
   std::array<bool, modules::kModulSayisi> secili{};  // ListView1 ticks, by row - 1
   YedekGirdisi() { secili.fill(true); }
 };
 
 // How a run ended.
 struct YedekSonucu {
-  bool basladi = false;         // past the checks, the confirmation and the folder check
-  bool tamamlandi = false;      // "Yedekleme İşlemi Tamamlandı." was shown
+  bool basladi = false;          // past the checks, the confirmation and the folder check
+  bool tamamlandi = false;       // "Yedekleme İşlemi Tamamlandı." was shown
   bool hata_gosterildi = false;  // an error box was shown
-  bool iptal_edildi = false;    // IptalEdildi was set (a declined deletion or a Cancel)
-  bool reddedildi = false;      // the operator answered No to the confirmation
-  bool girdi_hatali = false;    // an input check stopped the run
+  bool iptal_edildi = false;     // IptalEdildi was set (a declined deletion or a Cancel)
+  bool reddedildi = false;       // the operator answered No to the confirmation
+  bool girdi_hatali = false;     // an input check stopped the run
   // Last "Durum" of each module, by row - 1.
   std::array<std::string, modules::kModulSayisi> durum{};
 };
@@ -77,7 +81,8 @@ class Yedekleme {
   Status SirketYedekle(const std::string& hedef, const std::string& paket,
                        const std::string& sirket, const std::string& yil);
 
-  // Every non-empty user table of one module database into its own file below `hedef`.
+  // Every non-empty user table of one module database into its own file below `hedef`; with
+  // SikistirmaSecili, hedef + base-table + ".pbf" (the list entry is without the extension).
   Status TabloDisaAktar(const std::string& access_adi, const std::string& sql_adi, int konum,
                         const std::string& modul, const std::string& hedef,
                         const std::string& sirket, const std::string& yil);
@@ -91,8 +96,8 @@ class Yedekleme {
 
   // Compresses a file into a package file (zlib, level 5); `cikti` appears only when whole.
   // `sha256`, when given, receives the checksum of what was written, `bayt` its size.
-  Status Sikistir(const std::string& girdi, const std::string& cikti,
-                  std::string* sha256 = nullptr, uint64_t* bayt = nullptr);
+  Status Sikistir(const std::string& girdi, const std::string& cikti, std::string* sha256 = nullptr,
+                  uint64_t* bayt = nullptr);
 
   // Form state.
   bool SikistirmaSecili = false;

@@ -27,6 +27,7 @@ int Run(int argc, char** argv) {
   app.set_version_flag("--version", std::string("pergonix-yedek ") + PX_VERSION);
   app.require_subcommand(0, 1);
   AddGlobalOptions(app);
+  AddGeriAlCommands(app);
   AddAyarlarCommand(app);
   AddMdbCommands(app);
   AddXbfCommands(app);

@@ -12,8 +12,7 @@ void Dogrula(const std::string& paket) {
   auto sonuc = backup::PaketiDogrula(backup::HostFiles(), paket);
   if (!sonuc.ok()) Fail(sonuc.status());
   for (const std::string& s : sonuc->sorunlar) std::cout << s << "\n";
-  std::cout << sonuc->denetlenen << " dosya denetlendi, " << sonuc->sorunlar.size()
-            << " sorun\n";
+  std::cout << sonuc->denetlenen << " dosya denetlendi, " << sonuc->sorunlar.size() << " sorun\n";
   std::cout.flush();
   if (!sonuc->temiz()) throw CLI::RuntimeError(kExitError);
 }

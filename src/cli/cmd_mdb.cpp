@@ -2,6 +2,7 @@
 //   mdb tablolar DOSYA          user tables, one name a line, in catalog order
 //   mdb sema DOSYA [TABLO]      JSON array of table schemas (all user tables, or one)
 //   mdb satirlar DOSYA TABLO    JSON Lines, one object a row, keys in column order
+//   mdb kontrol DOSYA           integrity check (cmd_mdb_kontrol.cpp)
 //   mdb yarat DOSYA             a new, empty Jet 4 database; refuses an existing file
 //   mdb kopyala KAYNAK HEDEF [TABLO ...]
 //                               copies tables (columns, keys, indexes, rows) into HEDEF,
@@ -240,6 +241,8 @@ void AddMdbCommands(CLI::App& app) {
   satirlar->add_option("TABLO", *table, "Table name")->required();
   satirlar->callback([path, table] { RunSatirlar(*path, *table); });
 
+  AddMdbKontrolCommand(*mdb);
+  AddMdbSqlCommand(*mdb);
   auto* yarat = mdb->add_subcommand("yarat", "Create a new, empty Access database");
   yarat->add_option("DOSYA", *path, "Database file to create")->required();
   yarat->callback([path] { RunYarat(*path); });
@@ -251,9 +254,6 @@ void AddMdbCommands(CLI::App& app) {
   kopyala->add_option("HEDEF", *target, "Database to copy into (created when missing)")->required();
   kopyala->add_option("TABLO", *tables, "Only these tables");
   kopyala->callback([path, target, tables] { RunKopyala(*path, *target, *tables); });
-
-  AddMdbKontrolCommand(*mdb);
-  AddMdbSqlCommand(*mdb);
 }
 
 }  // namespace px::cli

@@ -105,8 +105,8 @@ void Yedekle(const YedekleSecenekleri& s) {
 }  // namespace
 
 void AddYedekleCommand(CLI::App& app) {
-  auto* cmd = app.add_subcommand(
-      "yedekle", "back up a company (or every company) and a year into a package");
+  auto* cmd = app.add_subcommand("yedekle",
+                                 "back up a company (or every company) and a year into a package");
   static YedekleSecenekleri s;
   cmd->add_option("--paket", s.paket, "package name (a folder below the target)");
   cmd->add_option("--sirket", s.sirket, "company number, three characters");

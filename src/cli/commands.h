@@ -22,6 +22,8 @@ void AddGlobalOptions(CLI::App& app);
 // questions are answered Yes and Retry/Cancel boxes Cancel; otherwise default buttons.
 op::Operator& ConsoleOperator();
 
+// paket listele, geri-al, yil-geri-al.
+void AddGeriAlCommands(CLI::App& app);
 void AddAyarlarCommand(CLI::App& app);
 void AddMdbCommands(CLI::App& app);
 // "mdb kontrol", registered on the "mdb" command by AddMdbCommands.

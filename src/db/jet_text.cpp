@@ -323,8 +323,8 @@ Result<Value> ValueFromText(const FieldInfo& field, std::string_view text, Numbe
   const int type = field.ado_type;
   if (IsTextType(type)) return Value(std::string(text));
   if (IsBinaryType(type)) {
-    return Status::NotSupported("binary data cannot be given as text ('" + std::string(text) +
-                                "')");
+    return Status::InvalidArgument("binary data cannot be given as text ('" + std::string(text) +
+                                   "')");
   }
   switch (type) {
     case ado::kBoolean: {

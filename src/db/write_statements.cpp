@@ -33,11 +33,9 @@ Status CheckColumnValue(const std::string& table, const FieldInfo& field, Value&
     }
     return Status::Ok();
   }
+  // AllowZeroLength is left to the engine: only the stored property says whether "" is
+  // refused, and FieldInfo cannot tell an absent property from a False one.
   if (auto* s = std::get_if<std::string>(&value); s && IsTextColumn(field)) {
-    if (s->empty() && !field.allow_zero_length) {
-      return Status::InvalidArgument("table " + table + ", column " + field.name +
-                                     ": the column does not allow a zero-length text");
-    }
     const size_t length = Utf8Length(*s);
     if (field.ado_type == ado::kVarWChar && field.size > 0 && length > size_t(field.size)) {
       return Status::InvalidArgument("table " + table + ", column " + field.name + ": '" + *s +
@@ -279,9 +277,19 @@ Result<size_t> FindField(const std::vector<FieldInfo>& fields, std::string_view 
 
 Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql) {
   PX_ASSIGN_OR_RETURN(WriteStatement st, ParseWriteStatement(sql));
-  if (auto* d = std::get_if<DeleteStatement>(&st)) return RunDelete(store, *d);
-  if (auto* i = std::get_if<InsertStatement>(&st)) return RunInsert(store, *i);
-  return RunUpdate(store, std::get<UpdateStatement>(st));
+  Result<int64_t> n = int64_t{0};
+  if (auto* d = std::get_if<DeleteStatement>(&st)) {
+    n = RunDelete(store, *d);
+  } else if (auto* i = std::get_if<InsertStatement>(&st)) {
+    n = RunInsert(store, *i);
+  } else {
+    n = RunUpdate(store, std::get<UpdateStatement>(st));
+  }
+  // What the statement asks beyond the subset is refused quoting it, as the parser does.
+  if (!n.ok() && n.status().IsNotSupported()) {
+    return n.status().WithContext("SQL \"" + std::string(sql) + "\"");
+  }
+  return n;
 }
 
 Status InsertByFieldName(TableStore& store, std::string_view table_name,

@@ -4,9 +4,8 @@
 // writer; tests use tables in memory. Everything Jet decides before a row is written is
 // decided here, the same for both: names matched without regard to case, each value
 // converted to its column's type as Jet converts text (db/jet_text.h), Null refused for
-// Required columns and "" for columns that allow no zero-length text, text longer than
-// its column refused, Null stored as No in Yes/No columns, AutoNumber columns not
-// updatable. Errors name the table and the column, and the value when one is at fault.
+// Required columns, text longer than its column refused, Null stored as No in Yes/No
+// columns, AutoNumber columns not updatable. Errors name the table and the column, and the value when one is at fault.
 
 #include <cstdint>
 #include <functional>

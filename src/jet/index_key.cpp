@@ -1,5 +1,6 @@
 #include "jet/index_key.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -50,6 +51,9 @@ constexpr uint8_t kPackedTrimmed = 0x03;
 constexpr uint8_t kPackedSuffix[] = {0xFF, 0x02, 0x80, 0xFF, 0x80};
 constexpr uint8_t kPackedUnprintableSuffix = 0xFF;
 constexpr uint8_t kNibbleBound = 0x0;
+// Legacy primary weights of digits (0 = 36) through letters (Z = 78).
+constexpr uint8_t kFirstLetterWeight = 0x36;
+constexpr uint8_t kLastLetterWeight = 0x78;
 
 // Jet 3 maps a few characters beyond U+00FF back to code page 1252 positions.
 constexpr uint32_t kFirstMapped97 = 338;
@@ -221,6 +225,15 @@ Status NoKey(TextOrder order, const std::u16string& units, size_t i) {
                               " sort order");
 }
 
+// True when a character's inline bytes are several letter weights (ß = S S, Æ = A E):
+// one-byte Latin weights in the legacy orders, 0E-prefixed pairs in General.
+bool IsExpansion(TextOrder order, std::span<const uint8_t> inline_bytes) {
+  if (order == TextOrder::kGeneral) return inline_bytes.size() >= 4;
+  if (inline_bytes.size() < 2) return false;
+  return std::all_of(inline_bytes.begin(), inline_bytes.end(),
+                     [](uint8_t b) { return b >= kFirstLetterWeight && b <= kLastLetterWeight; });
+}
+
 Status AppendJet4Text(TextOrder order, const std::u16string& units, bool ascending,
                       std::vector<uint8_t>& out) {
   const size_t start = out.size();
@@ -231,9 +244,20 @@ Status AppendJet4Text(TextOrder order, const std::u16string& units, bool ascendi
   std::vector<uint8_t> unprintable;
   std::vector<uint8_t> packed;
   size_t char_offset = 0;
+  std::optional<size_t> expansion;  // first character that expands to several weights
   for (size_t i = 0; i < units.size(); ++i) {
     const CharCode c = Jet4Code(order, units[i]);
     if (c.kind == 'Q') return NoKey(order, units, i);
+    // Accent codes and ignorable records are placed by position. Jackcess counts
+    // characters, measurements of later Access versions count weights; the two differ
+    // after an expanding character, so such keys are not made.
+    if (expansion && (!c.extra.empty() || c.modifier != 0 || !c.unprintable.empty())) {
+      return Status::NotSupported("character " + DescribeCharacter(CodePointAt(units, i)) +
+                                  " after " + DescribeCharacter(CodePointAt(units, *expansion)) +
+                                  " has no known key in the " + std::string(TextOrderName(order)) +
+                                  " sort order");
+    }
+    if (!expansion && IsExpansion(order, c.inline_bytes)) expansion = i;
     const size_t at = char_offset;
     if (!c.inline_bytes.empty()) {
       out.insert(out.end(), c.inline_bytes.begin(), c.inline_bytes.end());

@@ -12,19 +12,16 @@ size_t MaxPrefix(const JetFormat& f) {
   return f.version == JetVersion::kJet3 ? 0xFF : 0xFFFF;
 }
 
-size_t CommonPrefix(const JetFormat& f, const std::vector<IndexEntry>& entries) {
+// Entries are in ascending order, so the first entry shares least with the last one; and
+// a later entry, being larger, always keeps at least one byte of its own.
+size_t CommonPrefix(const JetFormat& f, const std::vector<EntryBytes>& entries) {
   if (entries.size() < 2) return 0;
-  const IndexEntry& first = entries.front();
-  size_t prefix = std::min(first.size(), MaxPrefix(f));
-  for (size_t i = 1; i < entries.size() && prefix > 0; ++i) {
-    const IndexEntry& e = entries[i];
-    // Every later entry keeps at least one byte of its own.
-    size_t n = std::min({prefix, e.size() - 1});
-    size_t k = 0;
-    while (k < n && first[k] == e[k]) ++k;
-    prefix = k;
-  }
-  return prefix;
+  const EntryBytes& first = entries.front();
+  const EntryBytes& last = entries.back();
+  const size_t n = std::min({first.size(), last.size() - 1, MaxPrefix(f)});
+  size_t k = 0;
+  while (k < n && first[k] == last[k]) ++k;
+  return k;
 }
 
 size_t EntryArea(const JetFormat& f) {
@@ -33,7 +30,7 @@ size_t EntryArea(const JetFormat& f) {
 
 }  // namespace
 
-bool IndexPageFits(const JetFormat& f, const std::vector<IndexEntry>& entries) {
+bool IndexPageFits(const JetFormat& f, const std::vector<EntryBytes>& entries) {
   size_t total = 0;
   for (const auto& e : entries) total += e.size();
   const size_t prefix = CommonPrefix(f, entries);
@@ -59,7 +56,7 @@ Result<IndexPage> DecodeIndexPage(const JetFormat& f, Bytes page, const std::str
   for (size_t k = 0; k <= area && f.index_bitmask + k / 8 < f.index_first_entry; ++k) {
     if (!(page[f.index_bitmask + k / 8] & (1u << (k % 8)))) continue;
     Bytes stored = page.subspan(f.index_first_entry + start, k - start);
-    IndexEntry e;
+    EntryBytes e;
     if (!out.entries.empty()) {
       if (prefix > out.entries.front().size()) {
         return Status::Corruption(where + ": prefix of " + std::to_string(prefix) +
@@ -101,7 +98,7 @@ Status EncodeIndexPage(const JetFormat& f, const IndexPage& page, uint32_t owner
   if (f.version != JetVersion::kJet3) out[f.index_prefix_len + 1] = uint8_t(prefix >> 8);
   size_t pos = 0;
   for (size_t i = 0; i < page.entries.size(); ++i) {
-    const IndexEntry& e = page.entries[i];
+    const EntryBytes& e = page.entries[i];
     const size_t skip = i == 0 ? 0 : prefix;
     std::copy(e.begin() + skip, e.end(), out.begin() + f.index_first_entry + pos);
     pos += e.size() - skip;
@@ -110,27 +107,27 @@ Status EncodeIndexPage(const JetFormat& f, const IndexPage& page, uint32_t owner
   return Status::Ok();
 }
 
-RowPointer EntryRowPointer(const IndexEntry& e, bool leaf) {
+RowPointer EntryRowPointer(const EntryBytes& e, bool leaf) {
   const size_t at = e.size() - kIndexRowPointerSize - (leaf ? 0 : kIndexChildSize);
   return RowPointer{LoadBe24(&e[at]), e[at + 3]};
 }
 
-uint32_t EntryChild(const IndexEntry& e) {
+uint32_t EntryChild(const EntryBytes& e) {
   return LoadBe32(&e[e.size() - kIndexChildSize]);
 }
 
-IndexEntry EntryWithoutChild(const IndexEntry& e) {
-  return IndexEntry(e.begin(), e.end() - kIndexChildSize);
+EntryBytes EntryWithoutChild(const EntryBytes& e) {
+  return EntryBytes(e.begin(), e.end() - kIndexChildSize);
 }
 
-IndexEntry LeafEntry(Bytes key, RowPointer row) {
-  IndexEntry e(key.begin(), key.end());
+EntryBytes LeafEntry(Bytes key, RowPointer row) {
+  EntryBytes e(key.begin(), key.end());
   e.insert(e.end(), {uint8_t(row.page >> 16), uint8_t(row.page >> 8), uint8_t(row.page), row.row});
   return e;
 }
 
-IndexEntry NodeEntry(const IndexEntry& leaf_entry, uint32_t child) {
-  IndexEntry e = leaf_entry;
+EntryBytes NodeEntry(const EntryBytes& leaf_entry, uint32_t child) {
+  EntryBytes e = leaf_entry;
   e.insert(e.end(),
            {uint8_t(child >> 24), uint8_t(child >> 16), uint8_t(child >> 8), uint8_t(child)});
   return e;

@@ -23,14 +23,14 @@ namespace px::jet {
 inline constexpr size_t kIndexRowPointerSize = 4;
 inline constexpr size_t kIndexChildSize = 4;
 
-using IndexEntry = std::vector<uint8_t>;
+using EntryBytes = std::vector<uint8_t>;
 
 struct IndexPage {
   bool leaf = true;
   uint32_t prev = 0;
   uint32_t next = 0;
-  uint32_t tail = 0;  // nodes: the rightmost child
-  std::vector<IndexEntry> entries;
+  uint32_t tail = 0;                // nodes: the rightmost child
+  std::vector<EntryBytes> entries;  // strictly ascending (raw byte order)
 };
 
 // Entries of a page, first to last. `where` ("file: page 40: index kod of table T")
@@ -38,17 +38,17 @@ struct IndexPage {
 Result<IndexPage> DecodeIndexPage(const JetFormat& f, Bytes page, const std::string& where);
 
 // True when the entries fit one page.
-bool IndexPageFits(const JetFormat& f, const std::vector<IndexEntry>& entries);
+bool IndexPageFits(const JetFormat& f, const std::vector<EntryBytes>& entries);
 
 // Lays the page out over `out` (page_size bytes); InvalidArgument when it does not fit.
 Status EncodeIndexPage(const JetFormat& f, const IndexPage& page, uint32_t owner, MutableBytes out);
 
 // Row pointer of a leaf entry (its last 4 bytes) and child of a node entry.
-RowPointer EntryRowPointer(const IndexEntry& e, bool leaf);
-uint32_t EntryChild(const IndexEntry& e);
+RowPointer EntryRowPointer(const EntryBytes& e, bool leaf);
+uint32_t EntryChild(const EntryBytes& e);
 // The leaf entry (key + row pointer) of a node entry: without the child.
-IndexEntry EntryWithoutChild(const IndexEntry& e);
-IndexEntry LeafEntry(Bytes key, RowPointer row);
-IndexEntry NodeEntry(const IndexEntry& leaf_entry, uint32_t child);
+EntryBytes EntryWithoutChild(const EntryBytes& e);
+EntryBytes LeafEntry(Bytes key, RowPointer row);
+EntryBytes NodeEntry(const EntryBytes& leaf_entry, uint32_t child);
 
 }  // namespace px::jet

@@ -132,16 +132,8 @@ Result<bool> IndexEntryCursor::Next(IndexLeafEntry& entry) {
 
 Result<uint64_t> CountIndexEntries(Pager& pager, const JetFormat& f, uint32_t table_page,
                                    const RealIndex& index, const std::string& what) {
-  uint32_t number = index.root_page;
+  PX_ASSIGN_OR_RETURN(uint32_t number, LeftmostLeaf(pager, f, table_page, index, what));
   PX_ASSIGN_OR_RETURN(Page page, LoadIndexPage(pager, f, number, table_page, what));
-  for (size_t depth = 0; page.type() == page_type::kIndexNode; ++depth) {
-    if (depth >= kMaxIndexDepth) {
-      return Status::Corruption(Where(pager, number, what) + ": index deeper than " +
-                                std::to_string(kMaxIndexDepth) + " levels");
-    }
-    PX_ASSIGN_OR_RETURN(number, FirstChild(pager, f, page, what));
-    PX_ASSIGN_OR_RETURN(page, LoadIndexPage(pager, f, number, table_page, what));
-  }
   uint64_t count = 0;
   std::unordered_set<uint32_t> seen;
   while (true) {

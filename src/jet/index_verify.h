@@ -41,18 +41,29 @@ class VerifiedCharacters {
   std::map<TextOrder, std::set<uint32_t>> seen_;
 };
 
+// The key of a row for a writer: EncodeIndexKey after MayEncodeKey, so that a key in an
+// order the file has not proven is refused rather than guessed.
+Result<std::vector<uint8_t>> EncodeProvenKey(const JetFormat& f, const TableDef& def,
+                                             const RealIndex& index,
+                                             std::span<const Value> by_column,
+                                             const KeyLabels& labels,
+                                             const VerifiedCharacters& verified);
+
 // Result of walking one index.
 struct IndexWalk {
   std::string label;           // logical index names
   uint64_t entries = 0;        // leaf entries walked
   std::vector<uint32_t> rows;  // every entry's row pointer (page << 8 | row), in index order
   std::vector<std::string> findings;
+  uint64_t unchecked = 0;     // entries whose key cannot be made (unknown order or character)
+  std::string unchecked_why;  // the first such entry and why
 };
 
 // Walks the leaf level of real index `real` of a table: every entry must point at a live
 // row of the table, carry exactly the key the encoder makes of that row, and follow the
 // previous entry in byte order (key, then row pointer). Up to `max_findings` differences
-// are collected in `out.findings` (they name the table, index, leaf page and row);
+// are collected in `out.findings` (they name the table, index, leaf page and row); entries
+// whose key the encoder cannot make are counted apart (out.unchecked), not findings;
 // structural damage that stops the walk is the returned error. Characters of keys found
 // equal are added to `verified` (may be null).
 Status WalkIndex(Database& db, const std::string& table, const TableDef& def, size_t real,

@@ -13,8 +13,10 @@ constexpr size_t kNoInsert = SIZE_MAX;
 // Leaves visited past the first while looking for equal keys: a bound against loops.
 constexpr size_t kMaxScanLeaves = 4096;
 constexpr size_t kMaxIndexPages = 1u << 24;
+// Decoded pages kept between calls: the upper levels and the leaves in use stay decoded.
+constexpr size_t kCachedPages = 256;
 
-Bytes LeafPart(const IndexEntry& e, bool leaf) {
+Bytes LeafPart(const EntryBytes& e, bool leaf) {
   return Bytes(e.data(), e.size() - (leaf ? 0 : kIndexChildSize));
 }
 
@@ -22,11 +24,11 @@ bool Less(Bytes a, Bytes b) {
   return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
 }
 
-bool StartsWith(const IndexEntry& e, Bytes key) {
+bool StartsWith(const EntryBytes& e, Bytes key) {
   return e.size() >= key.size() && std::equal(key.begin(), key.end(), e.begin());
 }
 
-size_t TotalBytes(const std::vector<IndexEntry>& entries, size_t from, size_t to) {
+size_t TotalBytes(const std::vector<EntryBytes>& entries, size_t from, size_t to) {
   size_t n = 0;
   for (size_t i = from; i < to; ++i) n += entries[i].size();
   return n;
@@ -39,7 +41,8 @@ Status IndexWriter::Corrupt(uint32_t page, const std::string& what) const {
                             ": " + what);
 }
 
-Result<IndexPage> IndexWriter::Load(uint32_t page) {
+Result<IndexPage*> IndexWriter::Load(uint32_t page) {
+  if (auto it = cache_.find(page); it != cache_.end()) return &it->second;
   PX_ASSIGN_OR_RETURN(Bytes b, pages_.Read(page));
   if (b[0] != page_type::kIndexLeaf && b[0] != page_type::kIndexNode) {
     return Corrupt(page, "expected an index page, found type " + std::to_string(b[0]));
@@ -48,15 +51,27 @@ Result<IndexPage> IndexWriter::Load(uint32_t page) {
     return Corrupt(page,
                    "index page belongs to page " + std::to_string(LoadLe32(&b[f_.data_owner])));
   }
-  return DecodeIndexPage(f_, b,
-                         pages_.file_name() + ": page " + std::to_string(page) + ": " + what_);
+  PX_ASSIGN_OR_RETURN(
+      IndexPage content,
+      DecodeIndexPage(f_, b, pages_.file_name() + ": page " + std::to_string(page) + ": " + what_));
+  return &(cache_[page] = std::move(content));
+}
+
+void IndexWriter::BoundCache() {
+  if (cache_.size() > kCachedPages) cache_.clear();
 }
 
 Status IndexWriter::Store(uint32_t page, const IndexPage& content) {
-  std::vector<uint8_t> buf(f_.page_size);
-  Status st = EncodeIndexPage(f_, content, table_page_, buf);
+  PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(page));
+  Status st = EncodeIndexPage(f_, content, table_page_, out);  // leaves `out` alone on error
   if (!st.ok()) return Corrupt(page, st.message());
-  return pages_.Write(page, buf);
+  auto it = cache_.find(page);
+  if (it == cache_.end()) {
+    cache_.emplace(page, content);
+  } else if (&it->second != &content) {
+    it->second = content;
+  }
+  return Status::Ok();
 }
 
 Result<std::vector<IndexWriter::Step>> IndexWriter::Descend(Bytes target) {
@@ -64,38 +79,39 @@ Result<std::vector<IndexWriter::Step>> IndexWriter::Descend(Bytes target) {
   uint32_t page = index_.root_page;
   while (true) {
     if (path.size() >= kMaxIndexDepth) return Corrupt(page, "index deeper than its bound");
-    PX_ASSIGN_OR_RETURN(IndexPage content, Load(page));
-    if (content.leaf) {
-      path.push_back({page, std::move(content), 0, kNoInsert});
+    PX_ASSIGN_OR_RETURN(IndexPage * content, Load(page));
+    if (content->leaf) {
+      path.push_back({page, content, 0, kNoInsert});
       return path;
     }
-    size_t slot = 0;
-    while (slot < content.entries.size() && Less(LeafPart(content.entries[slot], false), target)) {
-      ++slot;
-    }
-    const uint32_t child =
-        slot < content.entries.size() ? EntryChild(content.entries[slot]) : content.tail;
+    const auto& e = content->entries;
+    const size_t slot = size_t(
+        std::lower_bound(e.begin(), e.end(), target,
+                         [](const EntryBytes& x, Bytes t) { return Less(LeafPart(x, false), t); }) -
+        e.begin());
+    const uint32_t child = slot < e.size() ? EntryChild(e[slot]) : content->tail;
     if (child == 0 || child == page) return Corrupt(page, "node names no child page");
-    path.push_back({page, std::move(content), slot, kNoInsert});
+    path.push_back({page, content, slot, kNoInsert});
     page = child;
   }
 }
 
 Result<bool> IndexWriter::ContainsKey(Bytes key) {
+  BoundCache();
   PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(key));
-  IndexPage leaf = std::move(path.back().content);
+  const IndexPage* leaf = path.back().content;
   uint32_t page = path.back().page;
-  auto it = std::lower_bound(leaf.entries.begin(), leaf.entries.end(), key,
-                             [](const IndexEntry& e, Bytes k) { return Less(e, k); });
+  auto it = std::lower_bound(leaf->entries.begin(), leaf->entries.end(), key,
+                             [](const EntryBytes& e, Bytes k) { return Less(e, k); });
   for (size_t visited = 0; visited < kMaxScanLeaves; ++visited) {
-    for (; it != leaf.entries.end(); ++it) {
+    for (; it != leaf->entries.end(); ++it) {
       if (!StartsWith(*it, key)) return false;
       if (it->size() == key.size() + kIndexRowPointerSize) return true;
     }
-    if (leaf.next == 0) return false;
-    page = leaf.next;
+    if (leaf->next == 0) return false;
+    page = leaf->next;
     PX_ASSIGN_OR_RETURN(leaf, Load(page));
-    it = leaf.entries.begin();
+    it = leaf->entries.begin();
   }
   return Corrupt(page, "leaf chain too long while looking for a key");
 }
@@ -106,6 +122,9 @@ Status IndexWriter::SetLink(uint32_t page, bool next, uint32_t value) {
     return Corrupt(page, "linked page is not an index page");
   }
   StoreLe32(&p[next ? f_.index_next_page : f_.index_prev_page], value);
+  if (auto it = cache_.find(page); it != cache_.end()) {
+    (next ? it->second.next : it->second.prev) = value;
+  }
   return Status::Ok();
 }
 
@@ -118,6 +137,7 @@ Result<uint32_t> IndexWriter::NewPage() {
 }
 
 Status IndexWriter::DropPage(uint32_t page) {
+  cache_.erase(page);
   PX_RETURN_IF_ERROR(pages_.Free(page));
   if (index_.used_map.page != 0) {
     PX_RETURN_IF_ERROR(UsageMapSet(pages_, f_, index_.used_map, page, false, what_));
@@ -127,15 +147,15 @@ Status IndexWriter::DropPage(uint32_t page) {
 
 Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
   Step& s = path[level];
-  std::vector<IndexEntry>& e = s.content.entries;
-  if (IndexPageFits(f_, e)) return Store(s.page, s.content);
-  const bool leaf = s.content.leaf;
+  std::vector<EntryBytes>& e = s.content->entries;
+  if (IndexPageFits(f_, e)) return Store(s.page, *s.content);
+  const bool leaf = s.content->leaf;
   const size_t n = e.size();
   if (n < (leaf ? 2u : 3u)) return Corrupt(s.page, "index entries too large to split");
   // Where the lower part ends: everything but a new last entry on the rightmost page (rows
   // arriving in key order fill pages), else half the bytes.
   size_t k = 0;
-  if (s.content.next == 0 && s.inserted == n - 1) {
+  if (s.content->next == 0 && s.inserted == n - 1) {
     k = n - 1;
   } else {
     const size_t half = TotalBytes(e, 0, n) / 2;
@@ -145,7 +165,7 @@ Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
   }
   IndexPage lower, upper;
   lower.leaf = upper.leaf = leaf;
-  IndexEntry separator;
+  EntryBytes separator;
   if (leaf) {
     lower.entries.assign(e.begin(), e.begin() + k);
     upper.entries.assign(e.begin() + k, e.end());
@@ -157,7 +177,7 @@ Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
     lower.tail = EntryChild(e[k]);
     separator = EntryWithoutChild(e[k]);
     upper.entries.assign(e.begin() + k + 1, e.end());
-    upper.tail = s.content.tail;
+    upper.tail = s.content->tail;
   }
   if (!IndexPageFits(f_, lower.entries) || !IndexPageFits(f_, upper.entries)) {
     return Corrupt(s.page, "index entries too large to split");
@@ -174,63 +194,87 @@ Status IndexWriter::Place(std::vector<Step>& path, size_t level) {
     root.leaf = false;
     root.entries.push_back(NodeEntry(separator, left));
     root.tail = right;
-    s.content = std::move(root);
-    return Store(s.page, s.content);
+    *s.content = std::move(root);
+    return Store(s.page, *s.content);
   }
   PX_ASSIGN_OR_RETURN(uint32_t fresh, NewPage());
-  lower.prev = s.content.prev;
+  lower.prev = s.content->prev;
   lower.next = s.page;
   upper.prev = fresh;
-  upper.next = s.content.next;
+  upper.next = s.content->next;
   if (lower.prev != 0) PX_RETURN_IF_ERROR(SetLink(lower.prev, true, fresh));
   PX_RETURN_IF_ERROR(Store(fresh, lower));
-  s.content = std::move(upper);
-  PX_RETURN_IF_ERROR(Store(s.page, s.content));
+  *s.content = std::move(upper);
+  PX_RETURN_IF_ERROR(Store(s.page, *s.content));
   Step& parent = path[level - 1];
-  parent.content.entries.insert(parent.content.entries.begin() + parent.child_slot,
-                                NodeEntry(separator, fresh));
+  parent.content->entries.insert(parent.content->entries.begin() + parent.child_slot,
+                                 NodeEntry(separator, fresh));
   parent.inserted = parent.child_slot;
   return Place(path, level - 1);
 }
 
-Status IndexWriter::Insert(const IndexEntry& entry) {
+Result<bool> IndexWriter::Insert(const EntryBytes& entry) {
+  BoundCache();
   PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(entry));
   Step& leaf = path.back();
-  auto& e = leaf.content.entries;
+  auto& e = leaf.content->entries;
   auto it = std::lower_bound(e.begin(), e.end(), entry);
   if (it != e.end() && *it == entry) return Corrupt(leaf.page, "entry is in the index already");
+  // Equal keys sit side by side: a neighbour (perhaps on the next or previous leaf) tells
+  // whether the key is new.
+  const Bytes key(entry.data(), entry.size() - kIndexRowPointerSize);
+  auto same_key = [&key](const EntryBytes& x) {
+    return x.size() == key.size() + kIndexRowPointerSize && StartsWith(x, key);
+  };
+  bool seen = false;
+  if (it != e.end()) {
+    seen = same_key(*it);
+  } else if (leaf.content->next != 0) {
+    const uint32_t next = leaf.content->next;
+    PX_ASSIGN_OR_RETURN(const IndexPage* n, Load(next));
+    seen = !n->entries.empty() && same_key(n->entries.front());
+  }
+  if (!seen && it != e.begin()) {
+    seen = same_key(*(it - 1));
+  } else if (!seen && leaf.content->prev != 0) {
+    const uint32_t prev = leaf.content->prev;
+    PX_ASSIGN_OR_RETURN(const IndexPage* p, Load(prev));
+    seen = !p->entries.empty() && same_key(p->entries.back());
+  }
   leaf.inserted = size_t(it - e.begin());
   e.insert(it, entry);
-  return Place(path, path.size() - 1);
+  PX_RETURN_IF_ERROR(Place(path, path.size() - 1));
+  return !seen;
 }
 
 Status IndexWriter::RemoveChild(std::vector<Step>& path, size_t level) {
   Step& s = path[level];
-  if (s.content.prev != 0) PX_RETURN_IF_ERROR(SetLink(s.content.prev, true, s.content.next));
-  if (s.content.next != 0) PX_RETURN_IF_ERROR(SetLink(s.content.next, false, s.content.prev));
+  if (s.content->prev != 0) PX_RETURN_IF_ERROR(SetLink(s.content->prev, true, s.content->next));
+  if (s.content->next != 0) PX_RETURN_IF_ERROR(SetLink(s.content->next, false, s.content->prev));
   PX_RETURN_IF_ERROR(DropPage(s.page));
   Step& parent = path[level - 1];
-  auto& pe = parent.content.entries;
+  auto& pe = parent.content->entries;
   if (parent.child_slot < pe.size()) {
     pe.erase(pe.begin() + parent.child_slot);
   } else if (!pe.empty()) {
-    parent.content.tail = EntryChild(pe.back());
+    parent.content->tail = EntryChild(pe.back());
     pe.pop_back();
   } else {
-    parent.content.tail = 0;
+    parent.content->tail = 0;
   }
-  if (!pe.empty() || parent.content.tail != 0) return Store(parent.page, parent.content);
+  if (!pe.empty() || parent.content->tail != 0) return Store(parent.page, *parent.content);
   if (level - 1 == 0) {
-    parent.content = IndexPage{};
-    return Store(parent.page, parent.content);
+    *parent.content = IndexPage{};
+    return Store(parent.page, *parent.content);
   }
   return RemoveChild(path, level - 1);
 }
 
-Status IndexWriter::Remove(const IndexEntry& entry) {
+Status IndexWriter::Remove(const EntryBytes& entry) {
+  BoundCache();
   PX_ASSIGN_OR_RETURN(std::vector<Step> path, Descend(entry));
   Step& leaf = path.back();
-  auto& e = leaf.content.entries;
+  auto& e = leaf.content->entries;
   auto it = std::lower_bound(e.begin(), e.end(), entry);
   if (it == e.end() || *it != entry)
     return Corrupt(leaf.page, "entry to remove is not in the index");
@@ -238,32 +282,33 @@ Status IndexWriter::Remove(const IndexEntry& entry) {
   e.erase(it);
   const size_t level = path.size() - 1;
   if (e.empty() && level > 0) return RemoveChild(path, level);
-  PX_RETURN_IF_ERROR(Store(leaf.page, leaf.content));
+  PX_RETURN_IF_ERROR(Store(leaf.page, *leaf.content));
   if (was_last && level > 0) {
     Step& parent = path[level - 1];
-    if (parent.child_slot < parent.content.entries.size()) {
-      IndexEntry lowered = NodeEntry(e.back(), leaf.page);
-      std::swap(parent.content.entries[parent.child_slot], lowered);
-      if (IndexPageFits(f_, parent.content.entries)) return Store(parent.page, parent.content);
+    if (parent.child_slot < parent.content->entries.size()) {
+      EntryBytes lowered = NodeEntry(e.back(), leaf.page);
+      std::swap(parent.content->entries[parent.child_slot], lowered);
+      if (IndexPageFits(f_, parent.content->entries)) return Store(parent.page, *parent.content);
       // A longer separator than before would not fit: the old, larger one still routes
       // every search correctly.
-      std::swap(parent.content.entries[parent.child_slot], lowered);
+      std::swap(parent.content->entries[parent.child_slot], lowered);
     }
   }
   return Status::Ok();
 }
 
 Status IndexWriter::Clear() {
+  cache_.clear();
   std::vector<uint32_t> level = {index_.root_page};
   size_t seen = 0;
   while (!level.empty()) {
     std::vector<uint32_t> below;
     for (uint32_t page : level) {
       if (++seen > kMaxIndexPages) return Corrupt(page, "index has too many pages");
-      PX_ASSIGN_OR_RETURN(IndexPage content, Load(page));
-      if (!content.leaf) {
-        for (const auto& e : content.entries) below.push_back(EntryChild(e));
-        if (content.tail != 0) below.push_back(content.tail);
+      PX_ASSIGN_OR_RETURN(IndexPage * content, Load(page));
+      if (!content->leaf) {
+        for (const auto& e : content->entries) below.push_back(EntryChild(e));
+        if (content->tail != 0) below.push_back(content->tail);
       }
       if (page != index_.root_page) PX_RETURN_IF_ERROR(DropPage(page));
     }

@@ -16,10 +16,12 @@
 // parent's entry for it is lowered to the new last entry.
 //
 // Every page added is entered in the index's used-pages map, every page freed leaves it.
-// Memory: one root-to-leaf path of decoded pages.
+// Memory: up to 256 decoded pages (the writer assumes it alone changes the index while it
+// lives; after a rollback of the store, make a new one).
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "core/result.h"
@@ -43,8 +45,9 @@ class IndexWriter {
 
   // True when some entry has exactly this key (whatever its row).
   Result<bool> ContainsKey(Bytes key);
-  Status Insert(const IndexEntry& leaf_entry);
-  Status Remove(const IndexEntry& leaf_entry);
+  // Adds the entry; true when no other entry had its key (a new distinct key).
+  Result<bool> Insert(const EntryBytes& leaf_entry);
+  Status Remove(const EntryBytes& leaf_entry);
   // Every entry gone: the root becomes an empty leaf, every other page is freed.
   Status Clear();
 
@@ -53,12 +56,15 @@ class IndexWriter {
  private:
   struct Step {
     uint32_t page;
-    IndexPage content;
-    size_t child_slot;  // nodes: entry index of the child taken, entries.size() = the tail
-    size_t inserted;    // index of an entry just added to this page, or SIZE_MAX
+    IndexPage* content;  // in cache_
+    size_t child_slot;   // nodes: entry index of the child taken, entries.size() = the tail
+    size_t inserted;     // index of an entry just added to this page, or SIZE_MAX
   };
 
-  Result<IndexPage> Load(uint32_t page);
+  // The decoded page, from the cache or read now; valid until BoundCache() or DropPage().
+  Result<IndexPage*> Load(uint32_t page);
+  // Empties the cache when it outgrows its bound; called only between operations.
+  void BoundCache();
   Status Store(uint32_t page, const IndexPage& content);
   // Path from the root to the leaf where `target` belongs.
   Result<std::vector<Step>> Descend(Bytes target);
@@ -75,6 +81,8 @@ class IndexWriter {
   uint32_t table_page_;
   RealIndex index_;
   std::string what_;
+  std::unordered_map<uint32_t, IndexPage> cache_;
+  std::vector<uint8_t> buffer_;
 };
 
 }  // namespace px::jet

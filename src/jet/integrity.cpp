@@ -152,6 +152,11 @@ class Checker {
       return;
     }
     report_.index_entries += walk.entries;
+    if (walk.unchecked > 0) {
+      report_.notes.push_back(File() + what + ": " + std::to_string(walk.unchecked) + " of " +
+                              std::to_string(walk.entries) +
+                              " keys not checked; first: " + walk.unchecked_why);
+    }
     std::vector<uint32_t> rows = std::move(walk.rows);
     std::sort(rows.begin(), rows.end());
     for (size_t i = 1; i < rows.size(); ++i) {

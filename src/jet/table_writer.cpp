@@ -4,6 +4,7 @@
 
 #include "core/value_text.h"
 #include "jet/data_page_writer.h"
+#include "jet/index_key.h"
 #include "jet/long_value_writer.h"
 #include "jet/row_codec.h"
 #include "jet/row_writer.h"
@@ -47,6 +48,15 @@ std::string ValueForMessage(const Value& v) {
 
 }  // namespace
 
+IndexKeyFunction AccessIndexKeys(const JetFormat& f, std::string table_name) {
+  return [&f, table = std::move(table_name)](const TableDef& def, const RealIndex& index,
+                                             std::span<const Value> values) {
+    size_t real = 0;
+    while (real < def.real_indexes.size() && &def.real_indexes[real] != &index) ++real;
+    return EncodeIndexKey(f, def, index, values, KeyLabels{table, IndexLabel(def, real)});
+  };
+}
+
 TableWriter::TableWriter(WritablePages& pages, const JetFormat& f, TableDef def,
                          std::string table_name, TableWriterOptions options)
     : pages_(pages),
@@ -70,8 +80,10 @@ Result<std::unique_ptr<TableWriter>> TableWriter::Open(WritablePages& pages, con
   if (!def.real_indexes.empty() && !options.index_key) {
     return Status::InvalidArgument("table " + table_name + " has indexes but no key encoder");
   }
-  return std::unique_ptr<TableWriter>(
+  std::unique_ptr<TableWriter> w(
       new TableWriter(pages, f, std::move(def), std::move(table_name), std::move(options)));
+  PX_RETURN_IF_ERROR(w->ReadLongValueMaps());
+  return w;
 }
 
 std::string TableWriter::Where(uint32_t page) const {
@@ -176,22 +188,76 @@ Status TableWriter::CheckUnique(const Keys& keys, std::span<const Value> values,
   return Status::Ok();
 }
 
-Result<RowPointer> TableWriter::WriteLongValueRow(Bytes row) {
-  if (lval_page_ != 0) {
-    PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(lval_page_));
-    if (!DataPageFits(f_, page, row.size())) lval_page_ = 0;
+Status TableWriter::ReadLongValueMaps() {
+  long_value_maps_.assign(def_.columns.size(), LongValueMaps{});
+  // The definition's pages joined, as the reader joins them.
+  std::vector<uint8_t> buf;
+  for (uint32_t p : def_.pages) {
+    PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(p));
+    buf.insert(buf.end(), page.begin() + (buf.empty() ? 0 : 8), page.end());
   }
-  if (lval_page_ == 0) {
-    PX_ASSIGN_OR_RETURN(lval_page_, pages_.Allocate());
-    PX_ASSIGN_OR_RETURN(MutableBytes fresh, pages_.Modify(lval_page_));
-    InitDataPage(f_, fresh, kLongValuePageOwner);
+  size_t pos = f_.tdef_header_size + def_.real_indexes.size() * f_.tdef_real_preamble +
+               def_.columns.size() * f_.col_size;
+  auto skip_names = [&](size_t n) {
+    for (size_t k = 0; k < n && pos + f_.name_length_size <= buf.size(); ++k) {
+      pos +=
+          f_.name_length_size + (f_.name_length_size == 1 ? buf[pos] : size_t(LoadLe16(&buf[pos])));
+    }
+  };
+  skip_names(def_.columns.size());
+  pos += def_.real_indexes.size() * f_.real_idx_size +
+         def_.logical_indexes.size() * f_.logical_idx_size;
+  skip_names(def_.logical_indexes.size());
+  // Column number, owned map, free map; FF FF ends the list. A definition without the
+  // list (or one that does not parse) leaves LVAL pages out of any column map.
+  constexpr size_t kEntry = 10;
+  while (pos + 2 <= buf.size() && LoadLe16(&buf[pos]) != 0xFFFF && pos + kEntry <= buf.size()) {
+    const int i = def_.ColumnByNumber(LoadLe16(&buf[pos]));
+    if (i < 0 || !def_.columns[i].long_value()) break;
+    long_value_maps_[i].owned = DecodeRowPointer(LoadLe32(&buf[pos + 2]));
+    long_value_maps_[i].free = DecodeRowPointer(LoadLe32(&buf[pos + 6]));
+    pos += kEntry;
   }
-  PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(lval_page_));
-  PX_ASSIGN_OR_RETURN(uint8_t slot, AppendDataRow(f_, page, row, Where(lval_page_)));
-  return RowPointer{lval_page_, slot};
+  return Status::Ok();
 }
 
-Result<std::vector<uint8_t>> TableWriter::StoreLongValue(Bytes payload, bool inline_fits) {
+TableWriter::LongValueMaps& TableWriter::MapsOf(size_t column) {
+  return long_value_maps_[column];
+}
+
+Status TableWriter::ListLongValuePage(LongValueMaps& maps, uint32_t page, bool owned, bool free) {
+  const std::string what = "long values of table " + name_;
+  if (maps.owned.page != 0) {
+    PX_RETURN_IF_ERROR(UsageMapSet(pages_, f_, maps.owned, page, owned, what));
+  }
+  if (maps.free.page != 0) {
+    PX_RETURN_IF_ERROR(UsageMapSet(pages_, f_, maps.free, page, free, what));
+  }
+  return Status::Ok();
+}
+
+Result<RowPointer> TableWriter::WriteLongValueRow(size_t column, Bytes row) {
+  LongValueMaps& maps = MapsOf(column);
+  if (maps.current != 0) {
+    PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(maps.current));
+    if (!DataPageFits(f_, page, row.size())) {
+      PX_RETURN_IF_ERROR(ListLongValuePage(maps, maps.current, true, false));
+      maps.current = 0;
+    }
+  }
+  if (maps.current == 0) {
+    PX_ASSIGN_OR_RETURN(maps.current, pages_.Allocate());
+    PX_ASSIGN_OR_RETURN(MutableBytes fresh, pages_.Modify(maps.current));
+    InitDataPage(f_, fresh, kLongValuePageOwner);
+    PX_RETURN_IF_ERROR(ListLongValuePage(maps, maps.current, true, true));
+  }
+  PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(maps.current));
+  PX_ASSIGN_OR_RETURN(uint8_t slot, AppendDataRow(f_, page, row, Where(maps.current)));
+  return RowPointer{maps.current, slot};
+}
+
+Result<std::vector<uint8_t>> TableWriter::StoreLongValue(size_t column, Bytes payload,
+                                                         bool inline_fits) {
   if (payload.size() > kLongValueLengthMask) {
     return Status::InvalidArgument("table " + name_ + ": long value of " +
                                    std::to_string(payload.size()) + " bytes is too large");
@@ -200,7 +266,7 @@ Result<std::vector<uint8_t>> TableWriter::StoreLongValue(Bytes payload, bool inl
   if (kind == LongValueKind::kInline) return InlineLongValue(payload);
   RowPointer first;
   if (kind == LongValueKind::kSingle) {
-    PX_ASSIGN_OR_RETURN(first, WriteLongValueRow(payload));
+    PX_ASSIGN_OR_RETURN(first, WriteLongValueRow(column, payload));
   } else {
     // Last piece first, so that each row knows where the next one went.
     const size_t piece = ChainPieceSize(f_);
@@ -208,7 +274,7 @@ Result<std::vector<uint8_t>> TableWriter::StoreLongValue(Bytes payload, bool inl
     RowPointer next;
     for (size_t k = n; k-- > 0;) {
       Bytes part = payload.subspan(k * piece, std::min(piece, payload.size() - k * piece));
-      PX_ASSIGN_OR_RETURN(next, WriteLongValueRow(ChainRow(next, part)));
+      PX_ASSIGN_OR_RETURN(next, WriteLongValueRow(column, ChainRow(next, part)));
     }
     first = next;
   }
@@ -249,7 +315,7 @@ Result<std::vector<uint8_t>> TableWriter::BuildRow(std::span<const Value> values
     if (!IsLongValue(def_.columns[i]) || enc[i].null) continue;
     if (!keep.empty() && !keep[i].null) continue;
     const bool fits = size + payload[i].size() <= MaxRowSize(f_);
-    PX_ASSIGN_OR_RETURN(enc[i].bytes, StoreLongValue(payload[i], fits));
+    PX_ASSIGN_OR_RETURN(enc[i].bytes, StoreLongValue(i, payload[i], fits));
     size += enc[i].bytes.size() - kLongValueHeaderSize;
   }
   refresh();
@@ -308,9 +374,8 @@ Result<RowPointer> TableWriter::PlaceRow(Bytes row, uint16_t flags) {
 Status TableWriter::AddIndexEntries(const Keys& keys, RowPointer row) {
   for (size_t r = 0; r < indexes_.size(); ++r) {
     if (keys.skip[r]) continue;
-    PX_ASSIGN_OR_RETURN(bool present, indexes_[r].ContainsKey(keys.key[r]));
-    PX_RETURN_IF_ERROR(indexes_[r].Insert(LeafEntry(keys.key[r], row)));
-    if (!present) ++def_.real_indexes[r].unique_entry_count;
+    PX_ASSIGN_OR_RETURN(bool distinct, indexes_[r].Insert(LeafEntry(keys.key[r], row)));
+    if (distinct) ++def_.real_indexes[r].unique_entry_count;
   }
   return Status::Ok();
 }
@@ -406,7 +471,7 @@ Result<std::vector<uint8_t>> TableWriter::ReadLongValueBytes(Bytes d, const std:
   return out;
 }
 
-Status TableWriter::FreeLongValue(Bytes d, const std::string& where) {
+Status TableWriter::FreeLongValue(size_t column, Bytes d, const std::string& where) {
   if (d.size() < kLongValueHeaderSize) return Status::Ok();
   const uint32_t word = LoadLe32(d.data());
   if (word & kLongValueInline) return Status::Ok();
@@ -431,7 +496,9 @@ Status TableWriter::FreeLongValue(Bytes d, const std::string& where) {
       live = !(LoadLe16(&page[f_.data_row_table + 2 * size_t(r)]) & kRowDeletedFlag);
     }
     if (!live) {
-      if (lval_page_ == ptr.page) lval_page_ = 0;
+      LongValueMaps& maps = MapsOf(column);
+      if (maps.current == ptr.page) maps.current = 0;
+      PX_RETURN_IF_ERROR(ListLongValuePage(maps, ptr.page, false, false));
       PX_RETURN_IF_ERROR(pages_.Free(ptr.page));
     }
     if (single) break;
@@ -501,7 +568,7 @@ Result<uint64_t> TableWriter::DeleteAll() {
           for (size_t i = 0; i < def_.columns.size(); ++i) {
             if (IsLongValue(def_.columns[i]) && !cracked[i].null) {
               PX_RETURN_IF_ERROR(
-                  FreeLongValue(cracked[i].bytes, where + " column " + def_.columns[i].name));
+                  FreeLongValue(i, cracked[i].bytes, where + " column " + def_.columns[i].name));
             }
           }
           ++deleted;
@@ -575,7 +642,7 @@ Result<uint64_t> TableWriter::Update(
             if (values[i] == old_values[i]) {
               keep[i] = cracked[i];
             } else {
-              PX_RETURN_IF_ERROR(FreeLongValue(cracked[i].bytes, where));
+              PX_RETURN_IF_ERROR(FreeLongValue(i, cracked[i].bytes, where));
             }
           }
           std::vector<std::vector<uint8_t>> kept_bytes(keep.size());

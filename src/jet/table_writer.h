@@ -47,6 +47,9 @@ namespace px::jet {
 using IndexKeyFunction = std::function<Result<std::vector<uint8_t>>(
     const TableDef& def, const RealIndex& index, std::span<const Value> values)>;
 
+// Keys as Access makes them (index_key.h), labelled with the table's name.
+IndexKeyFunction AccessIndexKeys(const JetFormat& f, std::string table_name);
+
 struct TableWriterOptions {
   int code_page = 1252;        // Jet 3 text of columns that name no code page of their own
   IndexKeyFunction index_key;  // required when the table has indexes
@@ -67,6 +70,10 @@ class TableWriter {
   // rows for which it returns true; the number rewritten.
   Result<uint64_t> Update(const std::function<Result<bool>(std::vector<Value>& values)>& change);
 
+  // The owned-pages map of a long-value column's LVAL pages (page 0 when the definition
+  // lists none); `column` indexes definition().columns.
+  RowPointer LongValuePagesMap(size_t column) const { return long_value_maps_[column].owned; }
+
   // The definition with the counters as written so far.
   const TableDef& definition() const { return def_; }
 
@@ -86,9 +93,19 @@ class TableWriter {
                                         std::span<const ColumnData> keep_long_values);
   Result<RowPointer> PlaceRow(Bytes row, uint16_t flags);
   Result<uint32_t> PageWithRoom(size_t row_size);
-  Result<RowPointer> WriteLongValueRow(Bytes row);
-  Result<std::vector<uint8_t>> StoreLongValue(Bytes payload, bool inline_fits);
-  Status FreeLongValue(Bytes descriptor, const std::string& where);
+  // The LVAL pages of a long-value column: its own usage maps (the list at the end of the
+  // table definition), when the definition has them.
+  struct LongValueMaps {
+    RowPointer owned;
+    RowPointer free;
+    uint32_t current = 0;  // LVAL page its values go to while it has room
+  };
+  Status ReadLongValueMaps();
+  LongValueMaps& MapsOf(size_t column);
+  Status ListLongValuePage(LongValueMaps& maps, uint32_t page, bool owned, bool free);
+  Result<RowPointer> WriteLongValueRow(size_t column, Bytes row);
+  Result<std::vector<uint8_t>> StoreLongValue(size_t column, Bytes payload, bool inline_fits);
+  Status FreeLongValue(size_t column, Bytes descriptor, const std::string& where);
   Result<std::vector<uint8_t>> ReadLongValueBytes(Bytes descriptor, const std::string& where);
   Result<std::vector<Value>> DecodeRow(Bytes row, const std::string& where);
   Status AddIndexEntries(const Keys& keys, RowPointer row);
@@ -104,8 +121,8 @@ class TableWriter {
   std::string name_;
   TableWriterOptions options_;
   std::vector<IndexWriter> indexes_;
-  uint32_t insert_page_ = 0;  // data page rows go to while it has room
-  uint32_t lval_page_ = 0;    // LVAL page long values go to while it has room
+  uint32_t insert_page_ = 0;                    // data page rows go to while it has room
+  std::vector<LongValueMaps> long_value_maps_;  // per column (unused for other columns)
 };
 
 }  // namespace px::jet

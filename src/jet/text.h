@@ -25,12 +25,6 @@ Result<std::string> DecodeJet4Text(Bytes bytes);
 // Jet 3 text in the given Windows code page (1252 and 1254 supported).
 Result<std::string> DecodeJet3Text(Bytes bytes, int code_page);
 
-// Appends one code point as UTF-16LE (a surrogate pair above U+FFFF).
-void AppendUtf16Le(std::vector<uint8_t>& out, uint32_t code_point);
-
-// Names of tables, columns and indexes: at most this many characters.
-inline constexpr size_t kMaxNameChars = 64;
-
 // UTF-8 to UTF-16LE; malformed UTF-8 is an error (never a silent replacement).
 Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8);
 
@@ -42,6 +36,11 @@ Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress
 // Number of UTF-16 code units of a UTF-8 string (what Jet 4 counts against a column's
 // size); nullopt when the UTF-8 is malformed.
 std::optional<size_t> Utf16Length(std::string_view utf8);
+// Appends one code point as UTF-16LE (a surrogate pair above U+FFFF).
+void AppendUtf16Le(std::vector<uint8_t>& out, uint32_t code_point);
+
+// Names of tables, columns and indexes: at most this many characters.
+inline constexpr size_t kMaxNameChars = 64;
 
 inline constexpr uint16_t kLcidGeneral = 1033;
 inline constexpr uint16_t kLcidTurkish = 1055;

@@ -167,6 +167,9 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
   if (!gecici.empty()) PX_RETURN_IF_ERROR(ortam.dosyalar.Ac(dosya_yolu, gecici));
   // The whole file is read before the table is touched.
   PX_ASSIGN_OR_RETURN(const int64_t sayi, SatirSay(ortam.dosyalar, okunacak));
+  if (ortam.dosya_denetle) {
+    if (auto uyari = ortam.dosya_denetle(dosya_yolu, sayi)) ortam.uyarilar.push_back(*uyari);
+  }
 
   PX_RETURN_IF_ERROR(veritabani->Execute("DELETE FROM " + tablo).status());
   ortam.op.SetStatus(gorunen_ad + " Geri Alınıyor...");

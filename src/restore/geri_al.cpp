@@ -81,6 +81,9 @@ bool SeciliVar(const std::vector<ModulSecimi>& moduller) {
   return std::any_of(moduller.begin(), moduller.end(), [](const auto& m) { return m.secili; });
 }
 
+GeriAlSonucu GeriAlBaslatUyarisiz(Ortam& ortam, const GeriAlGirdileri& g);
+GeriAlSonucu YilGeriAlUyarisiz(Ortam& ortam, const YilGeriAlGirdileri& g);
+
 }  // namespace
 
 bool ModulPaketteVarmi(FileSystem& fs, const std::string& paket_klasoru, const std::string& modul,
@@ -94,6 +97,20 @@ bool ModulPaketteVarmi(FileSystem& fs, const std::string& paket_klasoru, const s
 }
 
 GeriAlSonucu GeriAlBaslat(Ortam& ortam, const GeriAlGirdileri& g) {
+  GeriAlSonucu sonuc = GeriAlBaslatUyarisiz(ortam, g);
+  sonuc.uyarilar = ortam.uyarilar;
+  return sonuc;
+}
+
+GeriAlSonucu YilGeriAl(Ortam& ortam, const YilGeriAlGirdileri& g) {
+  GeriAlSonucu sonuc = YilGeriAlUyarisiz(ortam, g);
+  sonuc.uyarilar = ortam.uyarilar;
+  return sonuc;
+}
+
+namespace {
+
+GeriAlSonucu GeriAlBaslatUyarisiz(Ortam& ortam, const GeriAlGirdileri& g) {
   GeriAlSonucu sonuc;
   op::Operator& op = ortam.op;
   if (!PaylasilanDosyalarVar(ortam)) {
@@ -186,6 +203,8 @@ GeriAlSonucu GeriAlBaslat(Ortam& ortam, const GeriAlGirdileri& g) {
   return sonuc;
 }
 
+}  // namespace
+
 std::vector<std::string> PaketSirketleri(Dosyalar& dosyalar, const std::string& paket_klasoru) {
   static constexpr const char* kTarama[] = {
       "Cari",  "Cek",  "Demirbas", "Fatura",    "Genel",   "Irsaliye", "Muhasebe", "Personel",
@@ -229,9 +248,7 @@ constexpr YilKalemi kYilKalemleri[] = {
     {"Isletme", "Beyanname", "BEYANNAME"},
 };
 
-}  // namespace
-
-GeriAlSonucu YilGeriAl(Ortam& ortam, const YilGeriAlGirdileri& g) {
+GeriAlSonucu YilGeriAlUyarisiz(Ortam& ortam, const YilGeriAlGirdileri& g) {
   GeriAlSonucu sonuc;
   op::Operator& op = ortam.op;
   if (!PaylasilanDosyalarVar(ortam)) {
@@ -329,5 +346,7 @@ GeriAlSonucu YilGeriAl(Ortam& ortam, const YilGeriAlGirdileri& g) {
   sonuc.sona_ulasti = true;
   return sonuc;
 }
+
+}  // namespace
 
 }  // namespace px::restore

@@ -45,6 +45,7 @@ struct GeriAlSonucu {
   bool reddedildi = false;  // the operator said No to a question
   bool sona_ulasti = false;
   std::vector<ModulSonucu> moduller;
+  std::vector<std::string> uyarilar;  // table files that differ from the package's manifest
 };
 
 // A module is in the package for a company and year when any of its folders for them

@@ -178,4 +178,13 @@ Status SqlTablolariGuncelle(db::Connection& katalog, std::string_view tanim,
   return Status::Ok();
 }
 
+bool SqlVeritabaniYarat(const std::string& taban, const std::string& sirket, const std::string& yil,
+                        const std::string& konum, int surum, const std::string& data_klasoru,
+                        const std::function<bool(const std::string& ad)>& var_mi,
+                        const SqlCalistir& calistir) {
+  const std::string ad = SqlVeritabaniAdi(taban, sirket, yil, konum);
+  if (var_mi(ad)) return false;
+  return calistir(SqlVeritabaniYaratMetni(ad, data_klasoru, surum)).ok();
+}
+
 }  // namespace px::restore

@@ -49,4 +49,13 @@ Status SqlTablolariOlustur(db::Connection& katalog, std::string_view tanim,
 Status SqlTablolariGuncelle(db::Connection& katalog, std::string_view tanim,
                             const SemaSorgusu& sema, const SqlCalistir& calistir, bool& eklendi);
 
+// Creates the SQL Server database of a catalog row on the administrative connection unless
+// `var_mi` says a database of its name exists: true when the CREATE DATABASE ran. A server
+// version without a statement sends an empty command, which fails like any other failed
+// execution: false, and the import that follows reports its own errors.
+bool SqlVeritabaniYarat(const std::string& taban, const std::string& sirket, const std::string& yil,
+                        const std::string& konum, int surum, const std::string& data_klasoru,
+                        const std::function<bool(const std::string& ad)>& var_mi,
+                        const SqlCalistir& calistir);
+
 }  // namespace px::restore

@@ -19,21 +19,16 @@ Result<fs::path> Host(const std::string& yol) {
   return ToHostPath(yol);
 }
 
-Status Hata(const std::error_code& ec, const std::string& ne, const std::string& yol) {
-  return Status::IOError(ne + " " + yol + ": " + ec.message());
-}
-
 }  // namespace
+
+HostDosyalar::HostDosyalar() : files_(platform::SystemFiles()) {}
 
 Result<std::vector<DosyaGirdisi>> HostDosyalar::Liste(const std::string& klasor) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(klasor));
-  std::error_code ec;
-  if (!fs::is_directory(p, ec)) return Status::NotFound("folder " + klasor + " not found");
+  if (!files_.Exists(p.string())) return Status::NotFound("folder " + klasor + " not found");
+  PX_ASSIGN_OR_RETURN(auto girdiler, files_.List(p.string()));
   std::vector<DosyaGirdisi> out;
-  for (fs::directory_iterator it(p, ec), end; !ec && it != end; it.increment(ec)) {
-    out.push_back({it->path().filename().string(), it->is_directory(ec)});
-  }
-  if (ec) return Hata(ec, "cannot list", klasor);
+  for (const auto& g : girdiler) out.push_back({g.name, g.is_folder});
   // Listed by name, as the file system object lists an NTFS folder.
   std::sort(out.begin(), out.end(), [](const DosyaGirdisi& a, const DosyaGirdisi& b) {
     return FoldCase(a.ad) < FoldCase(b.ad);
@@ -56,31 +51,41 @@ Status HostDosyalar::Ac(const std::string& pbf, const std::string& hedef) {
 Status HostDosyalar::Kopyala(const std::string& kaynak, const std::string& hedef) {
   PX_ASSIGN_OR_RETURN(fs::path k, Host(kaynak));
   PX_ASSIGN_OR_RETURN(fs::path h, Host(hedef));
-  const fs::path gecici = h.parent_path() / (".~" + h.filename().string() + ".tmp");
-  std::error_code ec;
-  fs::copy_file(k, gecici, fs::copy_options::overwrite_existing, ec);
-  if (!ec) fs::rename(gecici, h, ec);
-  if (ec) {
-    std::error_code ignored;
-    fs::remove(gecici, ignored);
-    return Hata(ec, "cannot copy " + kaynak + " to", hedef);
+  const std::string gecici = platform::TempNameBeside(h.string());
+  Status s = [&]() -> Status {
+    PX_ASSIGN_OR_RETURN(auto girdi, files_.Open(k.string(), platform::OpenMode::kRead));
+    PX_ASSIGN_OR_RETURN(auto cikti, files_.Open(gecici, platform::OpenMode::kCreateAlways));
+    std::vector<uint8_t> parca(size_t{1} << 16);
+    for (uint64_t konum = 0;;) {
+      PX_ASSIGN_OR_RETURN(size_t n, girdi->ReadAt(konum, parca));
+      if (n == 0) break;
+      PX_RETURN_IF_ERROR(cikti->Append(std::span<const uint8_t>(parca.data(), n)));
+      konum += n;
+    }
+    PX_RETURN_IF_ERROR(cikti->Sync());
+    cikti.reset();
+    return files_.Rename(gecici, h.string());
+  }();
+  if (!s.ok()) {
+    (void)files_.Remove(gecici);
+    return s.WithContext("copying " + kaynak + " to " + hedef);
   }
   return Status::Ok();
 }
 
 Status HostDosyalar::Sil(const std::string& yol) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
-  std::error_code ec;
-  fs::remove(p, ec);
-  if (ec) return Hata(ec, "cannot delete", yol);
-  return Status::Ok();
+  return files_.Remove(p.string());
 }
 
 Status HostDosyalar::KlasorlerYarat(const std::string& yol) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
-  std::error_code ec;
-  fs::create_directories(p, ec);
-  if (ec) return Hata(ec, "cannot create folder", yol);
+  fs::path yolda;
+  for (const auto& parca : p) {
+    yolda /= parca;
+    if (yolda == yolda.root_path()) continue;
+    PX_RETURN_IF_ERROR(files_.CreateFolder(yolda.string()));
+  }
   return Status::Ok();
 }
 

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "db/database.h"
 #include "operator/operator.h"
 #include "platform/file_system.h"
+#include "platform/files.h"
 
 namespace px::restore {
 
@@ -40,15 +42,21 @@ class Dosyalar {
   virtual Status KlasorlerYarat(const std::string& yol) = 0;
 };
 
-// The operating system's files, through the drive map.
+// The operating system's files through the drive map and the program's file layer: copies
+// stream in bounded chunks, are flushed and renamed into place.
 class HostDosyalar : public Dosyalar {
  public:
+  HostDosyalar();
+  explicit HostDosyalar(platform::FileLayer& files) : files_(files) {}
   Result<std::vector<DosyaGirdisi>> Liste(const std::string& klasor) override;
   Result<std::unique_ptr<RowSource>> TabloAc(const std::string& yol) override;
   Status Ac(const std::string& pbf, const std::string& hedef) override;
   Status Kopyala(const std::string& kaynak, const std::string& hedef) override;
   Status Sil(const std::string& yol) override;
   Status KlasorlerYarat(const std::string& yol) override;
+
+ private:
+  platform::FileLayer& files_;
 };
 
 using KatalogAcici = std::function<Result<std::unique_ptr<db::Connection>>(const std::string& yol)>;
@@ -67,6 +75,11 @@ struct Ortam {
   std::string onceki_kopya_klasoru;
   // Copies taken so far in this run (their paths).
   std::vector<std::string> alinan_kopyalar;
+  // Asked of every table file once it has been read through (its path in the package and
+  // its row count): a text when the file differs from what the package's manifest says.
+  std::function<std::optional<std::string>(const std::string& yol, int64_t satir)> dosya_denetle;
+  // Those texts, in the order met; the run lists them at its end.
+  std::vector<std::string> uyarilar;
 };
 
 // The databases one module changes, each open once through the pool and inside one

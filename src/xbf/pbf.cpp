@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "xbf/parallel_deflate.h"
+
 namespace px::xbf {
 
 namespace {
@@ -173,7 +175,7 @@ Status Copy(ByteInput& in, ByteSink& out) {
 Status Sikistir(const std::string& input, const std::string& output) {
   PX_ASSIGN_OR_RETURN(auto in, FileInput::Open(input));
   PX_ASSIGN_OR_RETURN(auto file, ReplacingFile::Create(output));
-  PX_ASSIGN_OR_RETURN(auto deflate, DeflateSink::Create(*file));
+  PX_ASSIGN_OR_RETURN(auto deflate, ParallelDeflateSink::Create(*file, kPbfLevel));
   PX_RETURN_IF_ERROR(Copy(*in, *deflate));
   PX_RETURN_IF_ERROR(deflate->Finish());
   return file->Commit();

@@ -144,6 +144,15 @@ size_t Utf8Length(std::string_view s) {
   return n;
 }
 
+size_t Utf16Length(std::string_view s) {
+  size_t n = 0;
+  for (char c : s) {
+    const auto b = static_cast<unsigned char>(c);
+    if ((b & 0xC0) != 0x80) n += b >= 0xF0 ? 2 : 1;
+  }
+  return n;
+}
+
 // ---------------------------------------------------------------------------------------
 // Formatting
 
@@ -248,9 +257,11 @@ Result<std::string> TextValue(const FieldInfo& f, const Value& v) {
   auto* s = std::get_if<std::string>(&v);
   if (!s) return Mismatch(f, "value");
   std::string out = *s;
-  // Fixed-length text is padded with blanks to its declared length.
+  // Fixed-length text is padded with blanks to its declared length, as ADO counts it: UTF-16
+  // units in wide fields, bytes in ANSI fields. The suite's ANSI code pages (1254 and the
+  // other Windows single-byte pages) hold one character a byte.
   if ((f.ado_type == ado::kChar || f.ado_type == ado::kWChar) && f.size > 0 && f.size < 65536) {
-    const size_t len = Utf8Length(out);
+    const size_t len = f.ado_type == ado::kWChar ? Utf16Length(out) : Utf8Length(out);
     if (len < size_t(f.size)) out.append(size_t(f.size) - len, ' ');
   }
   return out;

@@ -49,5 +49,8 @@ Result<Value> ParseValue(const FieldInfo& field, std::string_view text);
 
 // Number of Unicode characters of UTF-8 text (continuation bytes are not counted).
 size_t Utf8Length(std::string_view s);
+// Number of UTF-16 code units of UTF-8 text: characters outside the Basic Multilingual
+// Plane (four-byte sequences) count two.
+size_t Utf16Length(std::string_view s);
 
 }  // namespace px::xbf

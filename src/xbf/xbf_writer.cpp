@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "xbf/parallel_deflate.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_types.h"
 
@@ -332,7 +333,7 @@ Status WriteRecordset(RowSource& rows, ByteSink& sink, const RowsetOptions& opti
 Status WriteRecordsetFile(RowSource& rows, const std::string& path, const RowsetOptions& options) {
   PX_ASSIGN_OR_RETURN(auto file, ReplacingFile::Create(path));
   if (IsCompressedName(path)) {
-    PX_ASSIGN_OR_RETURN(auto deflate, DeflateSink::Create(*file));
+    PX_ASSIGN_OR_RETURN(auto deflate, ParallelDeflateSink::Create(*file, kPbfLevel));
     PX_RETURN_IF_ERROR(WriteRecordset(rows, *deflate, options));
     PX_RETURN_IF_ERROR(deflate->Finish());
   } else {

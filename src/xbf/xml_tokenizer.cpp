@@ -13,14 +13,18 @@ class XmlTokenizer::Chars {
   int Peek() {
     if (pos_ < out_.size()) return static_cast<unsigned char>(out_[pos_]);
     if (!error_.ok()) return -2;
-    if (eof_) return -1;
+    if (eof_) return EndOfInput();
     Refill();
     if (!error_.ok()) return -2;
-    return pos_ < out_.size() ? static_cast<unsigned char>(out_[pos_]) : -1;
+    return pos_ < out_.size() ? static_cast<unsigned char>(out_[pos_]) : EndOfInput();
   }
+  // Consumes the next byte. A byte that cannot stand where it stands in UTF-8 (a stray
+  // continuation, an overlong form, a surrogate, beyond U+10FFFF) is not consumed: the
+  // input error is set and -2 returned, with line and column at the character it breaks.
   int Get() {
     const int c = Peek();
     if (c < 0) return c;
+    if (!Utf8Fits(c)) return -2;
     ++pos_;
     if (c == '\n') {
       ++line;
@@ -42,6 +46,56 @@ class XmlTokenizer::Chars {
   void Refill();
   void DetectEncoding();
   void DecodeUtf16();
+
+  int EndOfInput() {
+    if (continuations_ == 0) return -1;
+    column = lead_column_;
+    error_ = Status::Corruption("input ends inside a UTF-8 character");
+    return -2;
+  }
+
+  // Checks byte `c` against the UTF-8 sequence in progress and advances it.
+  bool Utf8Fits(int c) {
+    if (continuations_ > 0) {
+      if (c < next_min_ || c > next_max_) {
+        column = lead_column_;
+        error_ = Status::Corruption("malformed UTF-8: byte " + Hex(c) + " inside a character");
+        return false;
+      }
+      --continuations_;
+      next_min_ = 0x80;
+      next_max_ = 0xBF;
+      return true;
+    }
+    if (c < 0x80) return true;
+    lead_column_ = column;
+    next_min_ = 0x80;
+    next_max_ = 0xBF;
+    if (c >= 0xC2 && c <= 0xDF) {
+      continuations_ = 1;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+      continuations_ = 2;
+      if (c == 0xE0) next_min_ = 0xA0;  // no overlong forms
+      if (c == 0xED) next_max_ = 0x9F;  // no surrogates
+    } else if (c >= 0xF0 && c <= 0xF4) {
+      continuations_ = 3;
+      if (c == 0xF0) next_min_ = 0x90;
+      if (c == 0xF4) next_max_ = 0x8F;  // nothing beyond U+10FFFF
+    } else {
+      error_ = Status::Corruption("malformed UTF-8: byte " + Hex(c) +
+                                  ((c & 0xC0) == 0x80 ? " without a lead byte" : ""));
+      return false;
+    }
+    return true;
+  }
+  static std::string Hex(int c) {
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    return std::string("0x") + kDigits[c >> 4] + kDigits[c & 15];
+  }
+
+  int continuations_ = 0;  // continuation bytes still expected
+  int next_min_ = 0x80, next_max_ = 0xBF;
+  int lead_column_ = 1;
 
   ByteInput& in_;
   std::vector<uint8_t> raw_;

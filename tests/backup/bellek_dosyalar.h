@@ -104,7 +104,8 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
       if (Ust(fk) == k) out.push_back({ad.substr(ad.rfind('\\') + 1), true, 0});
     }
     for (const auto& [dk, d] : dosyalar_) {
-      if (Ust(dk) == k) out.push_back({d.ad.substr(d.ad.rfind('\\') + 1), false, d.content->size()});
+      if (Ust(dk) == k)
+        out.push_back({d.ad.substr(d.ad.rfind('\\') + 1), false, d.content->size()});
     }
     return out;
   }
@@ -129,9 +130,7 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
     }
     return {true, true, kDriveFixed};
   }
-  Status CreateFolder(std::string_view path) override {
-    return CreateFolder(std::string(path));
-  }
+  Status CreateFolder(std::string_view path) override { return CreateFolder(std::string(path)); }
   Result<size_t> FileCount(std::string_view folder) override {
     PX_ASSIGN_OR_RETURN(auto l, List(std::string(folder)));
     size_t n = 0;
@@ -140,7 +139,9 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
   }
 
   std::map<char, int> hazir_degil;  // looks at the drive still answered "not ready"
-  std::map<char, int> dolu;          // writes below the drive still failing "disk full"
+  std::map<char, int> dolu;         // writes below the drive still failing "disk full"
+  int yazma = 0;                    // writes so far
+  int bozuk_yazma = 0;              // the n-th write fails with an I/O error; 0 never
   int yeniden_adlandirma = 0;
 
  private:
@@ -159,6 +160,9 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
       return n;
     }
     Status WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override {
+      if (++fs_.yazma == fs_.bozuk_yazma) {
+        return Status::IOError("cannot write " + k_.ad + ": Input/output error");
+      }
       const char harf = char(std::toupper(static_cast<unsigned char>(k_.ad[0])));
       if (fs_.dolu[harf] > 0) {
         --fs_.dolu[harf];

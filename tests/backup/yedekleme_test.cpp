@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "backup/bellek_dosyalar.h"
+#include "backup/dogrula.h"
+#include "backup/dosyalar.h"
 #include "backup/paket_duzeni.h"
+#include "core/sha256.h"
 #include "db/memory_connection.h"
 #include "operator/scripted_operator.h"
 #include "xbf/pbf.h"
@@ -45,15 +48,17 @@ Box EskiYedekKutusu(const std::string& klasor) {
              "Uyarı", Icon::kQuestion, Buttons::kYesNo, 2};
 }
 Box HazirDegilKutusu() {
-  return Box{"D: Sürücüsü Hazır Değil!\r\n\r\nEğer Bir Disket Sürücüye Yedek Alıyorsanız,\r\n"
-             "Tekrar Denemeden Önce Sürücüye Formatlı Bir Disket Yerleştirdiğinizden Emin Olun.",
-             "Uyarı", Icon::kNone, Buttons::kRetryCancel, 1};
+  return Box{
+      "D: Sürücüsü Hazır Değil!\r\n\r\nEğer Bir Disket Sürücüye Yedek Alıyorsanız,\r\n"
+      "Tekrar Denemeden Önce Sürücüye Formatlı Bir Disket Yerleştirdiğinizden Emin Olun.",
+      "Uyarı", Icon::kNone, Buttons::kRetryCancel, 1};
 }
 Box DoluKutusu() {
-  return Box{"D: Sürücüsü Dolu!\r\n\r\nEğer Bir Disket Sürücüye Yedek Alıyorsanız,\r\n"
-             "Tekrar Denemeden Önce Sürücüde Yeterli Boş Alanı Olan Bir Disket "
-             "Yerleştirdiğinizden Emin Olun.",
-             "Uyarı", Icon::kNone, Buttons::kRetryCancel, 1};
+  return Box{
+      "D: Sürücüsü Dolu!\r\n\r\nEğer Bir Disket Sürücüye Yedek Alıyorsanız,\r\n"
+      "Tekrar Denemeden Önce Sürücüde Yeterli Boş Alanı Olan Bir Disket "
+      "Yerleştirdiğinizden Emin Olun.",
+      "Uyarı", Icon::kNone, Buttons::kRetryCancel, 1};
 }
 Box HataKutusu(const std::string& metin) {
   return Box{metin, "Hata", Icon::kExclamation, Buttons::kOk, 1};
@@ -131,8 +136,7 @@ class YedeklemeTest : public ::testing::Test {
     };
     vt.rows = {satir("Cari", "cari.mdb", "DataSirketYil"),
                satir("Demirbas", "demirbas.mdb", "DataSirket"),
-               satir("Stok", "stok.mdb", "DataSirketYil"),
-               satir("Beyanname", "beyan.mdb", "Data")};
+               satir("Stok", "stok.mdb", "DataSirketYil"), satir("Beyanname", "beyan.mdb", "Data")};
     katalog.Add("tablo_veritabani_bilgileri", vt);
     Ekle("C:\\Pergonix\\genel\\data\\DonemAc.mdb", katalog);
 
@@ -143,9 +147,9 @@ class YedeklemeTest : public ::testing::Test {
     sirket.Add("tblSirket", ts);
     Ekle("C:\\Pergonix\\Genel\\Data\\sirket.mdb", sirket);
 
-    cari_ = Tablo({"strKod", "strUnvan"}, {{std::string("120.01"), std::string("Özgür Ltd."),
-                                            int64_t{1500}},
-                                           {std::string("120.02"), Null{}, int64_t{-7}}});
+    cari_ = Tablo({"strKod", "strUnvan"},
+                  {{std::string("120.01"), std::string("Özgür Ltd."), int64_t{1500}},
+                   {std::string("120.02"), Null{}, int64_t{-7}}});
     Baglanti cari;
     cari.diger = {{"MSysObjects", "SYSTEM TABLE"}, {"qryCari", "VIEW"}};
     cari.Add("tblCari", cari_);
@@ -256,11 +260,39 @@ TEST_F(YedeklemeTest, MissingSharedFilesAndEmptyOrShortFieldsStopBeforeAnything)
     ASSERT_EQ(op_.boxes.size(), 1u) << d.kutu.text;
     EXPECT_EQ(op_.boxes[0], d.kutu);
     EXPECT_FALSE(s.basladi);
-    EXPECT_FALSE(s.hata_gosterildi);
+    // The missing shared files are error boxes; the rest are input warnings or the No.
+    EXPECT_EQ(s.hata_gosterildi, d.kutu.title == "HATA");
+    EXPECT_EQ(s.girdi_hatali, d.kutu.title == "Uyarı");
+    EXPECT_EQ(s.reddedildi, d.kutu.title == "Pergonix Yedek");
     EXPECT_TRUE(op_.module_states.empty());
     EXPECT_TRUE(fs_.Altindakiler(kHedef).empty()) << d.kutu.text;
     EXPECT_TRUE(acilanlar_.empty());
   }
+}
+
+TEST_F(YedeklemeTest, TargetFolderRefusedOrNotCreated) {
+  girdi_.hedef = "E:\\Yedek";  // a missing folder: its creation is asked
+  op_ = op::ScriptedOperator({Answer::kYes, Answer::kNo});
+  YedekSonucu s = Calistir();
+  ASSERT_EQ(op_.boxes.size(), 2u);
+  EXPECT_EQ(op_.boxes[1].text,
+            "E:\\YEDEK\r\n\r\nKlasörü Bulunamadı!\r\n\r\nKlasörün Oluşturulmasını "
+            "İstiyormusunuz?");
+  EXPECT_TRUE(s.reddedildi);
+  EXPECT_FALSE(s.hata_gosterildi);
+  EXPECT_FALSE(s.basladi);
+  EXPECT_TRUE(acilanlar_.empty());
+
+  SetUp();
+  girdi_.hedef = "E:\\Yedek";
+  fs_.hazir_degil['E'] = 1;
+  op_ = op::ScriptedOperator({Answer::kYes});
+  s = Calistir();
+  EXPECT_EQ(op_.boxes.back(), (Box{"E Sürücüsü Hazır Değil!", "Pergonix Yedek", Icon::kExclamation,
+                                   Buttons::kOk, 1}));
+  EXPECT_FALSE(s.reddedildi);
+  EXPECT_TRUE(s.hata_gosterildi);
+  EXPECT_TRUE(fs_.Altindakiler("E:").empty());
 }
 
 TEST_F(YedeklemeTest, LettersPassTheLengthChecks) {
@@ -280,12 +312,12 @@ TEST_F(YedeklemeTest, PlainBackupOfOneCompanyMirrorsTheSuiteLayout) {
   EXPECT_FALSE(s.hata_gosterildi);
   EXPECT_FALSE(s.iptal_edildi);
   EXPECT_EQ(Durumlar(), TekSirketDurumu("|Fatura|"));
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Beyanname\\Data\\beyan-tblBeyan.xbf",
-                                   "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
-                                   "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf",
-                                   "Dosya\\Cari\\Data\\001\\2009\\ayar.ini",
-                                   "Dosya\\Demirbas\\Data\\001\\logo.bmp", "PergonixYedek.json"}));
+  EXPECT_EQ(
+      fs_.Altindakiler(kPaket),
+      (std::set<std::string>{
+          "Beyanname\\Data\\beyan-tblBeyan.xbf", "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
+          "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf", "Dosya\\Cari\\Data\\001\\2009\\ayar.ini",
+          "Dosya\\Demirbas\\Data\\001\\logo.bmp", "PergonixYedek.json"}));
   EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf"),
             Beklenen(cari_));
   EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf"),
@@ -311,12 +343,11 @@ TEST_F(YedeklemeTest, CompressedBackupStagesThenCopiesPackageFiles) {
   EXPECT_TRUE(s.tamamlandi);
   EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
   EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Beyanname\\Data\\beyan-tblBeyan.pbf",
-                                   "Cari\\Data\\001\\2009\\cari-tblCari.pbf",
-                                   "Demirbas\\Data\\001\\demirbas-tblDemirbas.pbf",
-                                   "Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
-                                   "Dosya\\Demirbas\\Data\\001\\logo.bmp.pbf",
-                                   "PergonixYedek.json"}));
+            (std::set<std::string>{
+                "Beyanname\\Data\\beyan-tblBeyan.pbf", "Cari\\Data\\001\\2009\\cari-tblCari.pbf",
+                "Demirbas\\Data\\001\\demirbas-tblDemirbas.pbf",
+                "Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
+                "Dosya\\Demirbas\\Data\\001\\logo.bmp.pbf", "PergonixYedek.json"}));
   EXPECT_EQ(Ac(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.pbf")),
             Beklenen(cari_));
   EXPECT_EQ(Ac(fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf")),
@@ -356,6 +387,40 @@ TEST_F(YedeklemeTest, OldBackupDeclinedSkipsEveryLaterModuleYetMarksThemDone) {
   EXPECT_EQ(op_.statuses, std::vector<std::string>{"Yedekleme İşlemi Tamamlandı."});
 }
 
+TEST_F(YedeklemeTest, ADeclinedDeletionSkipsEveryLaterCompanyToo) {
+  girdi_.tum_sirketler = true;
+  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\eski.xbf", "eski");
+  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\002\\2009\\eski.xbf", "eski");
+  // The old-backup test still runs for the later company and asks; its Yes deletes, yet
+  // nothing is written because the run stays cancelled.
+  op_ = op::ScriptedOperator({Answer::kYes, Answer::kNo, Answer::kYes});
+  const YedekSonucu s = Calistir();
+  EXPECT_EQ(
+      op_.boxes,
+      (std::vector<Box>{DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009"),
+                        EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\002\\2009")}));
+  EXPECT_TRUE(s.iptal_edildi);
+  EXPECT_TRUE(s.tamamlandi);
+  std::vector<std::string> beklenen;
+  for (int i = 0; i < 2; ++i) {
+    for (const auto& m : modules::Moduller()) beklenen.push_back(std::string(m.ad) + "=");
+    for (const auto& d : TekSirketDurumu()) beklenen.push_back(d);
+  }
+  EXPECT_EQ(Durumlar(), beklenen);
+  EXPECT_EQ(fs_.Altindakiler(kPaket), std::set<std::string>{"Cari\\Data\\001\\2009\\eski.xbf"});
+}
+
+TEST_F(YedeklemeTest, PlainExtraFilesWaitForTheDriveToo) {
+  for (auto& s : girdi_.secili) s = false;
+  girdi_.secili[modules::ModulKlasoruyle("Demirbas")->sira - 1] = true;
+  fs_.hazir_degil['D'] = 2;  // the first look is the target folder check's
+  op_ = op::ScriptedOperator({Answer::kYes, Answer::kRetry});
+  EXPECT_TRUE(Calistir().tamamlandi);
+  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), HazirDegilKutusu()}));
+  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp"),
+            std::string("BM\0\1", 4));
+}
+
 TEST_F(YedeklemeTest, OldBackupDeletedAtTheModulesOwnLevel) {
   // Demirbas looks at the company level and deletes it and the module-wide level.
   fs_.Yaz("D:\\Yedek\\Paket\\Demirbas\\Data\\001\\eski.xbf", "eski");
@@ -373,13 +438,13 @@ TEST_F(YedeklemeTest, OldBackupDeletedAtTheModulesOwnLevel) {
                                          EskiYedekKutusu("D:\\Yedek\\Paket\\Demirbas\\Data\\001"),
                                          EskiYedekKutusu("D:\\Yedek\\Paket\\Beyanname\\Data")}));
   EXPECT_FALSE(s.iptal_edildi);
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Beyanname\\Data\\beyan-tblBeyan.xbf",
-                                   "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
-                                   "Demirbas\\Data\\001\\2008\\kalir.xbf",
-                                   "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf",
-                                   "Dosya\\Cari\\Data\\001\\2009\\ayar.ini",
-                                   "Dosya\\Demirbas\\Data\\001\\logo.bmp", "PergonixYedek.json"}));
+  EXPECT_EQ(
+      fs_.Altindakiler(kPaket),
+      (std::set<std::string>{
+          "Beyanname\\Data\\beyan-tblBeyan.xbf", "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
+          "Demirbas\\Data\\001\\2008\\kalir.xbf", "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf",
+          "Dosya\\Cari\\Data\\001\\2009\\ayar.ini", "Dosya\\Demirbas\\Data\\001\\logo.bmp",
+          "PergonixYedek.json"}));
 }
 
 TEST_F(YedeklemeTest, OldBackupDeletedWithoutAskingWhenTicked) {
@@ -416,9 +481,9 @@ TEST_F(YedeklemeTest, DriveNotReadyCancelledLeavesNoStagingFile) {
   EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
   // The cancelled module's extra files still go (they follow the packaging in the same
   // step); every later module is skipped.
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
-                                   "PergonixYedek.json"}));
+  EXPECT_EQ(
+      fs_.Altindakiler(kPaket),
+      (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf", "PergonixYedek.json"}));
 }
 
 TEST_F(YedeklemeTest, DiskFullThenRetryThenCancel) {
@@ -440,9 +505,9 @@ TEST_F(YedeklemeTest, DiskFullThenRetryThenCancel) {
   EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), DoluKutusu()}));
   EXPECT_TRUE(s.iptal_edildi);
   EXPECT_FALSE(s.hata_gosterildi);
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
-                                   "PergonixYedek.json"}));
+  EXPECT_EQ(
+      fs_.Altindakiler(kPaket),
+      (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf", "PergonixYedek.json"}));
   EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
 }
 
@@ -520,6 +585,120 @@ TEST_F(YedeklemeTest, LeftoversOfAKilledRunAreRemoved) {
   EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
   EXPECT_FALSE(fs_.Var("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\.~cari-tblCari.xbf.tmp"));
   EXPECT_FALSE(fs_.Var("D:\\Yedek\\Paket\\.~PergonixYedek.json.tmp"));
+}
+
+TEST_F(YedeklemeTest, ManifestFollowsEveryRunIntoThePackage) {
+  auto manifest = [&] {
+    auto m = Manifest::Coz(fs_.Icerik("D:\\Yedek\\Paket\\PergonixYedek.json"), "manifest", kPaket);
+    EXPECT_TRUE(m.ok()) << m.status().ToString();
+    std::map<std::string, ManifestKaydi> out;
+    for (const auto& k : m->kayitlar()) out[k.yol] = k;
+    EXPECT_EQ(m->program(), "pergonix-yedek test");
+    return out;
+  };
+  op_ = op::ScriptedOperator({Answer::kYes});
+  Calistir();
+  const std::string cari_yol = "D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf";
+  const std::string cari = fs_.Icerik(cari_yol);
+  auto ilk = manifest();
+  EXPECT_EQ(ilk.size(), 5u);
+  EXPECT_EQ(ilk["Cari\\Data\\001\\2009\\cari-tblCari.xbf"],
+            (ManifestKaydi{"Cari\\Data\\001\\2009\\cari-tblCari.xbf", "tablo", "001", "2009",
+                           "Cari", "cari.mdb", "tblCari", 2, cari.size(), Sha256Hex(cari)}));
+  const std::string logo = fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp");
+  EXPECT_EQ(ilk["Dosya\\Demirbas\\Data\\001\\logo.bmp"],
+            (ManifestKaydi{"Dosya\\Demirbas\\Data\\001\\logo.bmp", "ek", "001", "2009", "Demirbas",
+                           "", "", -1, logo.size(), Sha256Hex(logo)}));
+  auto d = PaketiDogrula(fs_, kPaket);
+  ASSERT_TRUE(d.ok());
+  EXPECT_TRUE(d->temiz()) << ::testing::PrintToString(d->sorunlar);
+  EXPECT_EQ(d->denetlenen, 5u);
+
+  // Another company adds to the manifest; the first company's entries stay.
+  girdi_.sirket = "002";
+  op_ = op::ScriptedOperator({Answer::kYes});
+  Calistir();
+  auto ikinci = manifest();
+  EXPECT_EQ(ikinci.size(), 6u);
+  EXPECT_TRUE(ikinci.count("Cari\\Data\\002\\2009\\cari-tblCari.xbf"));
+  EXPECT_TRUE(ikinci.count("Cari\\Data\\001\\2009\\cari-tblCari.xbf"));
+
+  // Deleting the old backup removes its entries; a table that is empty now leaves none.
+  baglantilar_[BellekDosyalar::Anahtar("C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb")] =
+      std::make_shared<Baglanti>();
+  girdi_.sirket = "001";
+  girdi_.eski_yedegi_sormadan_sil = true;
+  op_ = op::ScriptedOperator({Answer::kYes});
+  Calistir();
+  auto ucuncu = manifest();
+  EXPECT_EQ(ucuncu.size(), 5u);
+  EXPECT_FALSE(ucuncu.count("Cari\\Data\\001\\2009\\cari-tblCari.xbf"));
+  EXPECT_FALSE(fs_.Var(cari_yol));
+  EXPECT_TRUE(PaketiDogrula(fs_, kPaket)->temiz());
+
+  // A file changed after the backup no longer matches.
+  fs_.Yaz("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp", "BM\x02");
+  EXPECT_EQ(PaketiDogrula(fs_, kPaket)->sorunlar,
+            std::vector<std::string>{"farklı Dosya\\Demirbas\\Data\\001\\logo.bmp: 3 bytes, the "
+                                     "manifest says 4"});
+}
+
+TEST_F(YedeklemeTest, AFailedWriteLeavesNoPartialOrStagingFile) {
+  // Learn how many writes a compressed run makes, then fail each one in turn.
+  girdi_.sikistir = true;
+  op_ = op::ScriptedOperator({Answer::kYes});
+  Calistir();
+  const int yazma = fs_.yazma;
+  ASSERT_GT(yazma, 5);
+  for (int n = 1; n <= yazma; ++n) {
+    SetUp();
+    girdi_.sikistir = true;
+    fs_.bozuk_yazma = n;
+    op_ = op::ScriptedOperator({Answer::kYes});
+    const YedekSonucu s = Calistir();
+    EXPECT_TRUE(s.hata_gosterildi) << n;
+    ASSERT_GE(op_.boxes.size(), 2u) << n;
+    EXPECT_EQ(op_.boxes[1].title, "Hata");
+    EXPECT_EQ(op_.boxes[1].text.rfind("Hata Kodu: 75\r\nAçıklama: ", 0), 0u) << op_.boxes[1].text;
+    for (const auto& yol : fs_.Altindakiler("D:\\Yedek")) {
+      EXPECT_EQ(yol.find(".~"), std::string::npos) << n << ": " << yol;
+    }
+    EXPECT_TRUE(fs_.Altindakiler(kGecici).empty()) << n;
+    const std::string cari = "D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.pbf";
+    if (fs_.Var(cari)) {
+      EXPECT_EQ(Ac(fs_.Icerik(cari)), Beklenen(cari_)) << n;
+    }
+  }
+}
+
+TEST(PaketDuzeni, FoldersNamesAndTemporaryNames) {
+  struct {
+    int konum;
+    const char* beklenen;
+  } const klasorler[] = {{2, "D:\\P\\Cari\\Data"},
+                         {3, "D:\\P\\Cari\\Data\\001"},
+                         {4, "D:\\P\\Cari\\Data\\001\\2009"},
+                         {0, "D:\\P"}};
+  for (const auto& k : klasorler) {
+    EXPECT_EQ(VeriKlasoru("D:\\P", "Cari", k.konum, "001", "2009"), k.beklenen) << k.konum;
+  }
+  EXPECT_EQ(*TabanAdi("cari.mdb"), "cari");
+  EXPECT_EQ(*TabanAdi(".mdb"), "");
+  EXPECT_FALSE(TabanAdi("c.b").ok());
+  EXPECT_EQ(TabloDosyaAdi("cari", "tblCari", true), "cari-tblCari.pbf");
+  EXPECT_EQ(GeciciAd("D:\\P\\a-b.xbf"), "D:\\P\\.~a-b.xbf.tmp");
+  EXPECT_EQ(GeciciAd("/tmp/a-b"), "/tmp/.~a-b.tmp");
+  EXPECT_TRUE(GeciciAdMi(".~a-b.xbf.tmp"));
+  EXPECT_FALSE(GeciciAdMi("a-b.xbf.tmp"));
+  EXPECT_FALSE(GeciciAdMi(".~a-b.xbf"));
+}
+
+TEST(HataKodu, RunTimeErrorNumbersOfTheOldProgram) {
+  EXPECT_EQ(HataKodu(Status::IOError("cannot write x: No space left on device")), 61);
+  EXPECT_EQ(HataKodu(Status::InvalidArgument("Type mismatch: 'Default'")), 13);
+  EXPECT_EQ(HataKodu(Status::InvalidArgument("Overflow: more")), 6);
+  EXPECT_EQ(HataKodu(Status::NotFound("x")), 53);
+  EXPECT_EQ(HataMetni(Status::NotFound("x yok")), "Hata Kodu: 53\r\nAçıklama: x yok");
 }
 
 }  // namespace

@@ -115,7 +115,7 @@ TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
                          "ABCDEFGHIJKLMNOPQRSTUVWXYZ",
                          "çöşüğı ÇÖŞÜĞİ",
                          "e\u00e9\u00e8\u00ea\u00eb",
-                         "\u00df\u00e6\u00f8\u00e5",
+                         "\u00f8\u00e5\u00df\u00e6",
                          "12.5%",
                          "a&b",
                          "(parantez)",
@@ -128,8 +128,8 @@ TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
     rows += "[" + std::to_string(id) + ",\"" + w + "\",\"" + std::string(w) + " " +
             std::to_string(id) + "\"," + std::to_string(id * 1234 - 20000) + ".25," +
             std::to_string(id % 3 - 1) + "e" + std::to_string(id % 7) + "," +
-            (id % 2 ? "true" : "false") + ",\"" + std::to_string(id) + ".5\"," +
-            std::to_string(id * 7 % 256) + "]";
+            (id % 2 ? "true" : "false") + ",\"" + (id % 3 ? "" : "-") + std::to_string(id) +
+            ".5\"," + std::to_string(id * 7 % 256) + "]";
   }
   const std::string json = R"({"tables":[{"name":"Cari","columns":[
     {"name":"Id","type":"LONG","autonumber":true},{"name":"Kod","type":"TEXT","length":40},
@@ -139,7 +139,17 @@ TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
     "primary_key":["Id"],
     "indexes":[{"name":"KodIdx","columns":["Kod"]},{"name":"UnvanIdx","columns":["Unvan"],"unique":true},
                {"name":"Coklu","columns":["Tutar","Oran","Aktif","Miktar","B","Kod"]}],
-    "rows":[)" + rows + "]}]}";
+    "rows":[)" + rows + R"(]},
+    {"name":"Diger","columns":[{"name":"G","type":"GUID"},{"name":"Tarih","type":"SHORT_DATE_TIME"},
+      {"name":"F","type":"FLOAT"},{"name":"I","type":"INT"},{"name":"Bin","type":"BINARY","length":30},
+      {"name":"Not","type":"MEMO"}],
+     "indexes":[{"name":"GTarih","columns":["G","Tarih"]},{"name":"FI","columns":["F","I"]},
+                {"name":"BinIdx","columns":["Bin"]},{"name":"NotIdx","columns":["Not"]}],
+     "rows":[["{11223344-5566-7788-99AA-BBCCDDEEFF00}","2024-01-02T03:04:05",2.5,-7,"00112233445566778899aabbcc","Şükrü'nün notu"],
+             [null,"1899-12-29T06:00:00",-0.5,32767,"ff","İĞNE-İPLİK"],
+             ["{00000000-0000-0000-0000-000000000001}",null,null,-32768,"","ı"],
+             ["{FFFFFFFF-0000-0000-0000-00000000000A}","2025-12-31T23:59:59",1e-30,0,null,null],
+             [null,-700000.5,-3e38,1,"0102030405060708",""]]}]})";
   px::testing::TempFolder tmp;
   std::string error;
   auto file = JetOracleBuild(tmp, "oracle.mdb", json, error);

@@ -52,7 +52,7 @@ RealIndex TestIndex() {
 }
 
 // Walks the subtree at `page`; returns its largest entry. `depth` of every leaf must match.
-IndexEntry CheckSubtree(MemoryPages& pages, const JetFormat& f, uint32_t page, int depth,
+EntryBytes CheckSubtree(MemoryPages& pages, const JetFormat& f, uint32_t page, int depth,
                         int& leaf_depth, std::set<uint32_t>& seen) {
   EXPECT_TRUE(seen.insert(page).second) << "page " << page << " reached twice";
   auto bytes = pages.Read(page);
@@ -62,10 +62,10 @@ IndexEntry CheckSubtree(MemoryPages& pages, const JetFormat& f, uint32_t page, i
   if (content->leaf) {
     if (leaf_depth < 0) leaf_depth = depth;
     EXPECT_EQ(depth, leaf_depth) << "leaf " << page << " at another depth";
-    return content->entries.empty() ? IndexEntry{} : content->entries.back();
+    return content->entries.empty() ? EntryBytes{} : content->entries.back();
   }
   for (const auto& e : content->entries) {
-    IndexEntry max = CheckSubtree(pages, f, EntryChild(e), depth + 1, leaf_depth, seen);
+    EntryBytes max = CheckSubtree(pages, f, EntryChild(e), depth + 1, leaf_depth, seen);
     // The entry routes searches: never below what its child holds, equal when exact.
     EXPECT_FALSE(EntryWithoutChild(e) < max) << "node " << page;
   }
@@ -74,7 +74,7 @@ IndexEntry CheckSubtree(MemoryPages& pages, const JetFormat& f, uint32_t page, i
 }
 
 // Every rule of the tree, and its entries along the leaf chain equal to `want`.
-void CheckTree(MemoryPages& pages, const JetFormat& f, const std::set<IndexEntry>& want) {
+void CheckTree(MemoryPages& pages, const JetFormat& f, const std::set<EntryBytes>& want) {
   std::set<uint32_t> seen;
   int leaf_depth = -1;
   CheckSubtree(pages, f, kRoot, 0, leaf_depth, seen);
@@ -85,7 +85,7 @@ void CheckTree(MemoryPages& pages, const JetFormat& f, const std::set<IndexEntry
     if (content->leaf) break;
     page = content->entries.empty() ? content->tail : EntryChild(content->entries.front());
   }
-  std::vector<IndexEntry> chain;
+  std::vector<EntryBytes> chain;
   uint32_t prev = 0;
   while (page != 0) {
     auto content = DecodeIndexPage(f, *pages.Read(page), "p");
@@ -95,7 +95,7 @@ void CheckTree(MemoryPages& pages, const JetFormat& f, const std::set<IndexEntry
     prev = page;
     page = content->next;
   }
-  EXPECT_EQ(chain, std::vector<IndexEntry>(want.begin(), want.end()));
+  EXPECT_EQ(chain, std::vector<EntryBytes>(want.begin(), want.end()));
   // The used-pages map lists exactly the reachable pages; every other page allocated was freed.
   std::set<uint32_t> mapped;
   ASSERT_TRUE(ForEachMappedPage(pages, f, RowPointer{1, 1}, "index", [&](uint32_t p) {
@@ -114,7 +114,7 @@ void CheckTree(MemoryPages& pages, const JetFormat& f, const std::set<IndexEntry
   EXPECT_EQ(*count, want.size());
 }
 
-IndexEntry MakeEntry(uint32_t key, size_t pad, uint32_t row_page) {
+EntryBytes MakeEntry(uint32_t key, size_t pad, uint32_t row_page) {
   std::vector<uint8_t> k = {0x7F, uint8_t(key >> 24), uint8_t(key >> 16), uint8_t(key >> 8),
                             uint8_t(key)};
   k.insert(k.end(), pad, uint8_t(key % 7));
@@ -146,11 +146,12 @@ TEST(IndexWriter, RandomInsertsAndRemovalsKeepTheTreeExact) {
     for (size_t i = 0; i < keys.size(); ++i) keys[i] = uint32_t(i * 3 + 1);
     std::mt19937 rng(7);
     if (!tc.ascending) std::shuffle(keys.begin(), keys.end(), rng);
-    std::set<IndexEntry> want;
+    std::set<EntryBytes> want;
     for (size_t i = 0; i < keys.size(); ++i) {
-      IndexEntry e = MakeEntry(keys[i], tc.pad, 100 + keys[i] / 100);
-      Status st = w.Insert(e);
-      ASSERT_TRUE(st.ok()) << st.ToString();
+      EntryBytes e = MakeEntry(keys[i], tc.pad, 100 + keys[i] / 100);
+      auto st = w.Insert(e);
+      ASSERT_TRUE(st.ok()) << st.status().ToString();
+      EXPECT_TRUE(*st);  // every key is new
       want.insert(e);
       if (i % 500 == 499) CheckTree(pages, f, want);
     }
@@ -165,7 +166,7 @@ TEST(IndexWriter, RandomInsertsAndRemovalsKeepTheTreeExact) {
     key5[4] = 5;
     EXPECT_FALSE(*w.ContainsKey(key5));
     // Remove three quarters in random order, then the rest.
-    std::vector<IndexEntry> all(want.begin(), want.end());
+    std::vector<EntryBytes> all(want.begin(), want.end());
     std::shuffle(all.begin(), all.end(), rng);
     for (size_t i = 0; i < all.size(); ++i) {
       Status st = w.Remove(all[i]);
@@ -182,7 +183,9 @@ TEST(IndexWriter, ClearLeavesAnEmptyRootAndFreesTheRest) {
   const JetFormat& f = kJet4Format;
   MemoryPages pages(f, SmallFile(f));
   IndexWriter w(pages, f, kOwner, TestIndex(), "index");
-  for (uint32_t k = 0; k < 2000; ++k) ASSERT_TRUE(w.Insert(MakeEntry(k * 7919 % 2003, 60, 9)).ok());
+  for (uint32_t k = 0; k < 2000; ++k) {
+    ASSERT_TRUE(w.Insert(MakeEntry(k * 7919 % 2003, 60, 9)).ok());
+  }
   EXPECT_GT(pages.allocated.size(), 10u);
   ASSERT_TRUE(w.Clear().ok());
   CheckTree(pages, f, {});
@@ -192,13 +195,38 @@ TEST(IndexWriter, ClearLeavesAnEmptyRootAndFreesTheRest) {
   CheckTree(pages, f, {MakeEntry(5, 0, 9)});
 }
 
+// Runs of equal keys spread over several leaves: Insert reports a new key only for the
+// first entry of each, whichever side of a leaf boundary the equal neighbour lies on.
+TEST(IndexWriter, InsertTellsNewKeysFromRepeatedOnes) {
+  const JetFormat& f = kJet3Format;
+  MemoryPages pages(f, SmallFile(f));
+  IndexWriter w(pages, f, kOwner, TestIndex(), "index");
+  std::mt19937 rng(3);
+  std::set<uint32_t> keys_seen;
+  std::set<EntryBytes> want;
+  size_t distinct = 0;
+  for (uint32_t i = 0; i < 1500; ++i) {
+    const uint32_t key = rng() % 40;
+    std::vector<uint8_t> k = {0x7F, 0, 0, uint8_t(key)};
+    k.insert(k.end(), 80, 1);
+    EntryBytes e = LeafEntry(k, RowPointer{1000 + i / 200, uint8_t(i % 200)});
+    auto fresh = w.Insert(e);
+    ASSERT_TRUE(fresh.ok());
+    EXPECT_EQ(*fresh, keys_seen.insert(key).second) << "entry " << i << " key " << key;
+    distinct += *fresh;
+    want.insert(e);
+  }
+  EXPECT_EQ(distinct, 40u);
+  CheckTree(pages, f, want);
+}
+
 TEST(IndexWriter, DamageIsReportedWithFileAndPage) {
   const JetFormat& f = kJet4Format;
   auto file = SmallFile(f);
   StoreLe32(&file[kRoot * f.page_size + 4], 99);  // root owned by another table
   MemoryPages pages(f, file, "cari.mdb");
   IndexWriter w(pages, f, kOwner, TestIndex(), "index kod of table Cari");
-  Status st = w.Insert(MakeEntry(1, 0, 9));
+  Status st = w.Insert(MakeEntry(1, 0, 9)).status();
   EXPECT_EQ(st.message(),
             "cari.mdb: page 3: index kod of table Cari: index page belongs to page 99");
 }

@@ -108,6 +108,21 @@ TEST(Integrity, HandBrokenCopiesGiveTheirOwnFinding) {
          StoreLe32(&b[size_t(p.leaf) * ps + p.f->index_next_page], p.leaf);
        },
        "leaf chain loops"},
+      {"prefix longer than the first entry",
+       [ps](std::vector<uint8_t>& b, const Places& p) {
+         StoreLe16(&b[size_t(p.leaf) * ps + p.f->index_prefix_len], 300);
+       },
+       "shared prefix of 300 bytes is longer than the first entry"},
+      {"leaf chain into a data page",
+       [ps](std::vector<uint8_t>& b, const Places& p) {
+         StoreLe32(&b[size_t(p.leaf) * ps + p.f->index_next_page], p.table1.owned_map.page);
+       },
+       "expected an index page, found type 1"},
+      {"leaf chain past the end of the file",
+       [ps](std::vector<uint8_t>& b, const Places& p) {
+         StoreLe32(&b[size_t(p.leaf) * ps + p.f->index_next_page], 0x00FFFFF0);
+       },
+       "16777200"},
       {"row count",
        [ps](std::vector<uint8_t>& b, const Places& p) {
          StoreLe32(&b[size_t(p.table1.page) * ps + p.f->tdef_row_count], 7);
@@ -213,9 +228,36 @@ TEST(VerifyIndexKeys, TurkishOrderIsProvenOnlyForTheCharactersItsKeysHold) {
   VerifiedCharacters verified;
   Status st = VerifyIndexKeys(*db, *db->FindTable("Table1"), &verified);
   ASSERT_TRUE(st.ok()) << st.ToString();  // keys "a" and "abcdefg"
-  EXPECT_TRUE(verified.MayEncode(TextOrder::kTurkish, "bad face").ok());
+  EXPECT_TRUE(verified.MayEncode(TextOrder::kTurkish, "badface ").ok());
   EXPECT_FALSE(verified.MayEncode(TextOrder::kTurkish, "ağa").ok());
   EXPECT_FALSE(verified.MayEncode(TextOrder::kTurkish, "bil").ok());
+}
+
+TEST(Integrity, IndexesInAnUnknownOrderAreNotedNotFound) {
+  LOAD_OR_SKIP(intact, "testV2000.mdb");
+  const Places at = Locate(intact);
+  ASSERT_NE(at.f, nullptr);
+  const JetFormat& f = *at.f;
+  const int col = at.table1.ColumnByNumber(at.table1.real_indexes[0].columns[0].column_number);
+  std::vector<uint8_t> bytes = intact;
+  StoreLe16(&bytes[size_t(at.table1.page) * f.page_size + f.tdef_header_size +
+                   at.table1.real_indexes.size() * f.tdef_real_preamble + size_t(col) * f.col_size +
+                   f.col_sort_order],
+            1049);
+  auto db = Open(bytes);
+  ASSERT_NE(db, nullptr);
+  const IntegrityReport r = CheckDatabase(*db);
+  EXPECT_TRUE(r.ok()) << Joined(r);
+  ASSERT_EQ(r.notes.size(), 1u);
+  EXPECT_EQ(r.notes[0].rfind("copy.mdb: table Table1, index PrimaryKey: 2 of 2 keys not checked; "
+                             "first: table Table1, index PrimaryKey, leaf page",
+                             0),
+            0u)
+      << r.notes[0];
+  EXPECT_NE(r.notes[0].find("sort order 1049 version 0 (Jet 4) has no known index keys"),
+            std::string::npos);
+  Status st = VerifyIndexKeys(*db, *db->FindTable("Table1"), nullptr);
+  EXPECT_TRUE(st.IsNotSupported()) << st.ToString();
 }
 
 TEST(Integrity, RandomlyDamagedCopiesNeverCrash) {

@@ -6,7 +6,9 @@
 #include "platform/host_path.h"
 #include "restore/adimlar.h"
 #include "restore/fake_database.h"
+#include "restore/sql_metinleri.h"
 #include "restore/test_katalog.h"
+#include "support/failing_files.h"
 #include "support/temp_folder.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
@@ -109,19 +111,23 @@ class GeriAlTest : public ::testing::Test {
     return pool_.Add(yol);
   }
 
-  Ortam Ortami() {
+  Ortam Ortami() { return Ortami(op_, pool_); }
+  Ortam Ortami(op::Operator& op, db::DatabasePool& pool, std::string tur = "Access",
+               Dosyalar* dosyalar = nullptr) {
     return Ortam{fs_,
-                 dosyalar_,
-                 pool_,
-                 op_,
+                 dosyalar ? *dosyalar : dosyalar_,
+                 pool,
+                 op,
                  [this](const std::string& yol) -> Result<std::unique_ptr<db::Connection>> {
                    katalog_yollari_.push_back(yol);
                    return std::unique_ptr<db::Connection>(k_.Baglanti());
                  },
                  kKok,
-                 "Access",
+                 std::move(tur),
                  (c_.path() / "tmp").string() + "/",
                  "",
+                 {},
+                 nullptr,
                  {}};
   }
 
@@ -191,9 +197,7 @@ TEST_F(GeriAlTest, EntryChecksInOrder) {
   };
   for (const auto& c : cases) {
     op::ScriptedOperator op;
-    Ortam o = Ortami();
-    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
-                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    Ortam ortam = Ortami(op, pool_);
     GeriAlGirdileri g = Girdiler();
     c.bozma(g);
     GeriAlSonucu s = GeriAlBaslat(ortam, g);
@@ -473,9 +477,7 @@ TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
   };
   for (const auto& c : cases) {
     op::ScriptedOperator op;
-    Ortam o = Ortami();
-    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
-                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    Ortam ortam = Ortami(op, pool_);
     YilGeriAlGirdileri g = YilGirdileri();
     g.moduller = {{"Cari", true}};
     c.bozma(g);
@@ -487,9 +489,7 @@ TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
     op::ScriptedOperator op;
     if (no_at == 1) op.Queue(Answer::kYes);
     op.Queue(Answer::kNo);
-    Ortam o = Ortami();
-    Ortam ortam{o.fs,  o.dosyalar,        o.havuz,         op, o.katalog_ac,
-                o.kok, o.veritabani_turu, o.gecici_klasor, "", {}};
+    Ortam ortam = Ortami(op, pool_);
     YilGeriAlGirdileri g = YilGirdileri();
     g.moduller = {{"Cari", true}};
     EXPECT_TRUE(YilGeriAl(ortam, g).reddedildi);
@@ -588,6 +588,299 @@ TEST_F(GeriAlTest, YearRestoreGoesOnAfterAFault) {
   EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb")->tables.size(), 0u);
   EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb")->Rows("tblNot"),
             std::vector<std::string>{"B|iki"});
+}
+
+// One table file into one live table, by the table's keys and identity column.
+TEST_F(GeriAlTest, TableImportChoosesItsPathByKeysAndIdentity) {
+  struct Case {
+    std::string tablo;  // the name the file carries
+    int anahtar;        // keys of the live table
+    bool kimlik;        // an AutoNumber column
+    std::vector<std::string> beklenen;
+  };
+  const std::string ins = "INSERT INTO tblNot (Kod, Aciklama) Values ('A','bir')";
+  const std::string add = "AddRow tblNot Kod=A Aciklama=bir";
+  const Case cases[] = {
+      {"tblNot", 1, true, {"Begin", "HasAutoNumber tblNot", "DELETE FROM tblNot", ins}},
+      {"tblNot", 1, false, {"Begin", "HasAutoNumber tblNot", "DELETE FROM tblNot", add}},
+      {"tblNot", 0, true, {"Begin", "DELETE FROM tblNot", add}},
+      {"tblNot", 2, true, {"Begin", "DELETE FROM tblNot", add}},
+      {"TBLNOT", 1, true, {"Begin"}},  // the name is compared exactly: nothing touched
+  };
+  for (const auto& c : cases) {
+    FakePool pool;
+    FakeDatabase& db = pool.Add(kCariDb);
+    auto& t = db.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5, 0, true, c.kimlik},
+                                     {"Aciklama", ado::kVarWChar, 50}});
+    t.rows.push_back({std::string("Z"), std::string("eski")});
+    if (c.anahtar >= 1) t.keys.push_back({"PrimaryKey", "Kod"});
+    t.extra_keys = c.anahtar >= 1 ? c.anahtar - 1 : 0;
+    op::ScriptedOperator op;
+    Ortam ortam = Ortami(op, pool);
+    ModulIslemi islem(ortam);
+    auto katalog = k_.Baglanti();
+    const std::string dosya = kPaket + "\\Cari\\Data\\001\\2009\\cari-tblNot.xbf";
+    ASSERT_TRUE(TabloGeriAl(ortam, islem, *katalog, "cari", c.tablo, {"Cari", 4, "004", "2010"},
+                            dosya, "Not")
+                    .ok());
+    EXPECT_EQ(db.log, c.beklenen) << c.tablo << " " << c.anahtar << " " << c.kimlik;
+    if (c.beklenen.size() == 1) {
+      EXPECT_TRUE(op.statuses.empty());
+      EXPECT_EQ(db.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
+    } else {
+      EXPECT_EQ(op.statuses, (std::vector<std::string>{"Not Okunuyor...", "Not Geri Alınıyor..."}));
+      EXPECT_EQ(op.progress, (std::vector<std::pair<int, int>>{{0, 1}, {1, 1}, {0, 1}}));
+      EXPECT_EQ(db.Rows("tblNot"), std::vector<std::string>{"A|bir"});
+    }
+    EXPECT_EQ(katalog->queries.front(),
+              "SELECT * FROM tablo_veritabani_bilgileri WHERE VeritabaniModulAdi ='Cari' AND "
+              "VeritabaniAccessAdi = 'cari.mdb' ");
+  }
+}
+
+TEST_F(GeriAlTest, TableImportEdgeFiles) {
+  FakeDatabase& db = pool_.Add(kCariDb);
+  db.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5}, {"Aciklama", ado::kVarWChar, 50}});
+  db.Find("tblNot")->rows.push_back({std::string("Z"), std::string("eski")});
+  Ortam o = Ortami();
+  ModulIslemi islem(o);
+  auto katalog = k_.Baglanti();
+  const TabloHedefi hedef{"Cari", 4, "004", "2010"};
+  // An empty file still empties the table.
+  Tablo("bos/cari-tblNot.xbf", {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)}, {});
+  ASSERT_TRUE(TabloGeriAl(o, islem, *katalog, "cari", "tblNot", hedef,
+                          kPaket + "\\bos\\cari-tblNot.xbf", "x")
+                  .ok());
+  EXPECT_TRUE(db.Rows("tblNot").empty());
+  // A file whose database is not in the catalog, and a missing file, are errors.
+  EXPECT_TRUE(TabloGeriAl(o, islem, *katalog, "", "cari-tblNot", hedef, kPaket + "\\x.xbf", "x")
+                  .IsNotFound());
+  EXPECT_FALSE(
+      TabloGeriAl(o, islem, *katalog, "cari", "tblNot", hedef, kPaket + "\\yok.xbf", "x").ok());
+  // A file named without a four-character extension stops the walk.
+  c_.Write("Yedek/Paket1/kisa/abc", "x");
+  EXPECT_TRUE(
+      ModulDosyalariniGeriAl(o, islem, *katalog, kPaket + "\\kisa", hedef).IsInvalidArgument());
+}
+
+TEST_F(GeriAlTest, ModuleFoldersCreatedFromTheTopDown) {
+  const std::pair<int, std::vector<const char*>> cases[] = {
+      {0, {}},
+      {1, {"Stok"}},
+      {2, {"Stok", "Stok/Data"}},
+      {4, {"Stok", "Stok/Data", "Stok/Data/001", "Stok/Data/001/2009"}},
+      {5, {}},
+  };
+  for (const auto& [seviye, klasorler] : cases) {
+    std::filesystem::remove_all(c_.path() / "Pergonix/Stok");
+    ASSERT_TRUE(ModulKlasorleriniHazirla(fs_, kKok, "Stok", seviye, "001", "2009").ok());
+    for (const char* k : klasorler)
+      EXPECT_TRUE(std::filesystem::is_directory(c_.path() / "Pergonix" / k)) << k;
+    EXPECT_EQ(std::filesystem::exists(c_.path() / "Pergonix/Stok"), !klasorler.empty()) << seviye;
+  }
+}
+
+TEST_F(GeriAlTest, PersonelRewriteDialectAndSwallowedErrors) {
+  struct Case {
+    std::string ayar;  // the settings' kind: which connection
+    std::string tur;   // the argument: which dialect
+    std::string fail_on;
+    std::vector<std::string> beklenen;
+  };
+  const std::string mid1 = IsyeriKeyMetni("001", "004", "Access");
+  const std::string mid2 = ParametreKeyMetni("001", "004", "Access");
+  const std::string sub1 = IsyeriKeyMetni("001", "004", "SQLServer");
+  const std::string sub2 = ParametreKeyMetni("001", "004", "SQLServer");
+  const Case cases[] = {
+      {"Access", "Access", "", {"Begin", mid1, mid2}},
+      {"Access", "SQLServer", "", {"Begin", sub1, sub2}},
+      {"Access", "Access", "UPDATE tablo_isyeri", {"Begin", mid1}},
+      {"Access", "Access", "UPDATE tablo_personel", {"Begin", mid1, mid2}},
+      {"SQLServer", "Access", "", {}},
+  };
+  for (const auto& c : cases) {
+    FakePool pool;
+    FakeDatabase& db = pool.Add(kPersonelDb);
+    db.fail_on = c.fail_on;
+    op::ScriptedOperator op;
+    Ortam ortam = Ortami(op, pool, c.ayar);
+    ModulIslemi islem(ortam);
+    PersonelIsyeriKeyDuzelt(ortam, islem, "001", "004", "2010", c.tur);
+    EXPECT_EQ(db.log, c.beklenen);
+    EXPECT_TRUE(op.boxes.empty());
+  }
+  // No Personel database: nothing shown, nothing raised.
+  FakePool bos;
+  Ortam ortam = Ortami(op_, bos, "Access");
+  ModulIslemi islem(ortam);
+  PersonelIsyeriKeyDuzelt(ortam, islem, "001", "004", "2010", "Access");
+  EXPECT_EQ(bos.log,
+            std::vector<std::string>{"Open C:\\Pergonix\\personel\\data\\004\\2010\\personel.mdb"});
+}
+
+TEST_F(GeriAlTest, ModuleTransactionSharesOneDatabasePerFileAndCopiesOnce) {
+  FakeDatabase& a = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  FakeDatabase& b = Mevcut(kDemirbasDb, "Pergonix/Demirbas/Data/004/demirbas.mdb");
+  Ortam o = Ortami();
+  o.onceki_kopya_klasoru = "C:\\Pergonix\\GeriAlOncesi\\x";
+  {
+    ModulIslemi islem(o);
+    auto d1 = islem.Ac(kCariDb);
+    auto d2 = islem.Ac("c:\\pergonix\\CARI\\Data\\004\\2010\\cari.mdb");
+    ASSERT_TRUE(d1.ok() && d2.ok());
+    EXPECT_EQ(*d1, *d2);
+    ASSERT_TRUE(islem.Ac(kDemirbasDb).ok());
+    EXPECT_TRUE(islem.Yarat(kCariDb).status().IsInvalidArgument());
+    // Commit fails on the second database: the first is in, the second rolled back.
+    b.fail_on = "Commit";
+    EXPECT_FALSE(islem.Bitir().ok());
+  }
+  EXPECT_EQ(a.log, (std::vector<std::string>{"Begin", "Commit"}));
+  EXPECT_EQ(b.log, (std::vector<std::string>{"Begin", "Commit"}));
+  EXPECT_EQ(o.alinan_kopyalar,
+            (std::vector<std::string>{
+                "C:\\Pergonix\\GeriAlOncesi\\x\\Cari\\Data\\004\\2010\\cari.mdb",
+                "C:\\Pergonix\\GeriAlOncesi\\x\\Demirbas\\Data\\004\\demirbas.mdb"}));
+  // A second module of the same run copies nothing again; destruction without Bitir rolls back.
+  b.fail_on.clear();
+  std::filesystem::remove(c_.path() / "Pergonix/GeriAlOncesi/x/Cari/Data/004/2010/cari.mdb");
+  {
+    ModulIslemi islem(o);
+    ASSERT_TRUE(islem.Ac(kCariDb).ok());
+  }
+  EXPECT_FALSE(
+      std::filesystem::exists(c_.path() / "Pergonix/GeriAlOncesi/x/Cari/Data/004/2010/cari.mdb"));
+  EXPECT_EQ(a.log.back(), "Rollback");
+  EXPECT_EQ(o.alinan_kopyalar.size(), 2u);
+}
+
+TEST_F(GeriAlTest, MissingDatabasesCreatedExistingOnesUpdated) {
+  k_.Veritabani("Cari", "bilinmez.mdb", "X", "datasirket", "Bilinmez");
+  k_.Veritabani("Cari", "ortak.mdb", "ORTAK", "Data", "Ortak");
+  k_.Tablo("Ortak", "tblOrtak");
+  k_.Saha("Ortak", "tblOrtak", "Ad", "String", "5", "", "", "1");
+  FakeDatabase& ortak =
+      Mevcut("C:\\Pergonix\\Cari\\Data\\ortak.mdb", "Pergonix/Cari/Data/ortak.mdb");
+  Ortam o = Ortami();
+  ModulIslemi islem(o);
+  auto katalog = k_.Baglanti();
+  ASSERT_TRUE(EksikAccessVeritabaniYarat(o, islem, *katalog, "Cari", "004", "2010").ok());
+  EXPECT_EQ(op_.statuses,
+            (std::vector<std::string>{"Cari Yaratılıyor...", "Bilinmez Yaratılıyor...",
+                                      "Ortak Yaratılıyor..."}));
+  EXPECT_EQ(pool_.log.front(), "Create " + kCariDb);
+  EXPECT_EQ(ortak.log,
+            (std::vector<std::string>{"Begin", "CreateTable tblOrtak",
+                                      "AppendColumn tblOrtak Ad 202 size=5 precision=0 azl"}));
+  EXPECT_EQ(katalog->queries.front(),
+            "SELECT * FROM tablo_veritabani_bilgileri WHERE VeritabaniModulAdi ='Cari'");
+  EXPECT_EQ(pool_.Get(kCariDb)->tables.size(), 2u);
+}
+
+TEST_F(GeriAlTest, YearRestoreToSqlServerShowsTheErrorAndGoesOn) {
+  YilGeriAlGirdileri g = YilGirdileri();
+  g.moduller = {{"Cari", true}, {"Demirbaş", true}};
+  g.onaysiz = true;
+  g.hedef_turu = "SQLServer";
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  GeriAlSonucu s = YilGeriAl(o, g);
+  EXPECT_TRUE(s.hata);
+  EXPECT_TRUE(s.sona_ulasti);
+  EXPECT_EQ(s.moduller,
+            (std::vector<ModulSonucu>{{"Cari", "001", "Hata"}, {"Demirbaş", "001", "Hata"}}));
+  ASSERT_EQ(op_.boxes.size(), 4u);
+  EXPECT_EQ(op_.boxes[3].text,
+            "Hata Kodu: -2147467259\r\nAçıklama: SQL Server databases cannot be restored by this "
+            "version");
+  EXPECT_TRUE(pool_.log.empty());
+}
+
+TEST_F(GeriAlTest, FilesThatDifferFromTheManifestAreListedAndStillRestored) {
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami();
+  std::vector<std::pair<std::string, int64_t>> sorulan;
+  o.dosya_denetle = [&](const std::string& yol, int64_t satir) -> std::optional<std::string> {
+    sorulan.emplace_back(yol, satir);
+    if (yol.ends_with(".pbf")) return yol + ": 2 rows, the manifest says 3";
+    return std::nullopt;
+  };
+  GeriAlSonucu s = GeriAlBaslat(o, g);
+  EXPECT_TRUE(s.sona_ulasti);
+  EXPECT_FALSE(s.hata);
+  const std::string klasor = kPaket + "\\Cari\\Data\\001\\2009\\";
+  EXPECT_EQ(sorulan, (std::vector<std::pair<std::string, int64_t>>{
+                         {klasor + "cari-tblCari.pbf", 2}, {klasor + "cari-tblNot.xbf", 1}}));
+  EXPECT_EQ(s.uyarilar,
+            std::vector<std::string>{klasor + "cari-tblCari.pbf: 2 rows, the manifest says 3"});
+  EXPECT_EQ(pool_.Get(kCariDb)->Rows("tblCari").size(), 2u);
+}
+
+TEST_F(GeriAlTest, FullDiskWhileCopyingAnExtraFileLeavesItAndTheModuleAsTheyWere) {
+  FakeDatabase& cari = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  cari.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5}, {"Aciklama", ado::kVarWChar, 50}});
+  cari.Find("tblNot")->rows.push_back({std::string("Z"), std::string("eski")});
+  c_.Write("Pergonix/Cari/Data/ayar.ini", "eski ayar");
+  c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", std::string(200000, 'y'));
+  px::testing::FailingFiles dolu({.disk_full_after = 70000});
+  HostDosyalar dosyalar(dolu);
+  GeriAlGirdileri g = Girdiler();
+  g.moduller = {{"Cari", true}};
+  g.onaysiz = true;
+  op_.Queue(Answer::kYes);
+  op_.Queue(Answer::kYes);
+  Ortam o = Ortami(op_, pool_, "Access", &dosyalar);
+  GeriAlSonucu s = GeriAlBaslat(o, g);
+  EXPECT_TRUE(s.hata);
+  ASSERT_EQ(op_.boxes.size(), 3u);
+  EXPECT_EQ(op_.boxes[2].title, "Hata");
+  EXPECT_NE(op_.boxes[2].text.find("ayar.ini"), std::string::npos) << op_.boxes[2].text;
+  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/ayar.ini"), "eski ayar");
+  EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
+  EXPECT_EQ(cari.rollbacks, 1);
+  for (const auto& e : std::filesystem::directory_iterator(c_.path() / "Pergonix/Cari/Data")) {
+    EXPECT_FALSE(e.path().filename().string().starts_with(".~")) << e.path();
+  }
+}
+
+TEST_F(GeriAlTest, DamagedCompressedFileNeverEmptiesTheTable) {
+  FakeDatabase& cari = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+  cari.AddTable("tblCari", {{"Id", ado::kInteger, 0, 0, true, true},
+                            {"Ad", ado::kVarWChar, 50},
+                            {"Tutar", ado::kCurrency}});
+  cari.Find("tblCari")->rows.push_back({int64_t{77}, std::string("eski"), Null{}});
+  const auto pbf = c_.path() / "Yedek/Paket1/Cari/Data/001/2009/cari-tblCari.pbf";
+  const std::string bayt = px::testing::ReadAll(pbf);
+  for (const std::string& bozuk : {bayt.substr(0, bayt.size() / 2), std::string("not zlib")}) {
+    c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblCari.pbf", bozuk);
+    op::ScriptedOperator op({Answer::kYes, Answer::kYes});
+    Ortam o = Ortami(op, pool_);
+    GeriAlGirdileri g = Girdiler();
+    g.moduller = {{"Cari", true}};
+    g.onaysiz = true;
+    EXPECT_TRUE(GeriAlBaslat(o, g).hata);
+    EXPECT_EQ(cari.Rows("tblCari"), std::vector<std::string>{"77|eski|<null>"});
+    EXPECT_EQ(std::count(cari.log.begin(), cari.log.end(), "DELETE FROM tblCari"), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(c_.path() / "tmp"));
+    ASSERT_EQ(op.boxes.size(), 3u);
+    EXPECT_NE(op.boxes[2].text.find("cari-tblCari"), std::string::npos) << op.boxes[2].text;
+  }
+}
+
+TEST_F(GeriAlTest, CompaniesInTheOrderOfFirstAppearanceModuleByModule) {
+  std::filesystem::remove_all(c_.path() / "Yedek/Paket1");
+  for (const char* k : {"Servis/Data/007", "Cek/Data/001", "Cek/Data/005", "Cari/Data/005",
+                        "Demirbas/Data/003", "Demirbas/Data/001"}) {
+    c_.Mkdir(std::string("Yedek/Paket1/") + k);
+  }
+  c_.Write("Yedek/Paket1/Cari/Data/dosya.xbf", "a file is no company");
+  EXPECT_EQ(PaketSirketleri(dosyalar_, kPaket),
+            (std::vector<std::string>{"005", "001", "003", "007"}));
 }
 
 }  // namespace

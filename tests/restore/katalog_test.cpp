@@ -210,5 +210,51 @@ TEST(SqlTablolari, CreateAndAlterStatements) {
   EXPECT_EQ(sent.size(), 1u);
 }
 
+TEST(SqlVeritabaniYarat, ExistingSkippedFailureIsFalse) {
+  struct Case {
+    const char* konum;
+    int surum;
+    bool var;
+    bool basarili;
+    bool sonuc;
+    const char* ad;  // the name asked about
+  };
+  const Case cases[] = {
+      {"DataSirketYil", 9, false, true, true, "X2009001"},
+      {"DataSirket", 8, false, true, true, "X001"},
+      {"Data", 10, true, true, false, "X"},
+      {"DataSirketYil", 9, false, false, false, "X2009001"},
+      {"DataSirketYil", 11, false, true, true, "X2009001"},  // 0 or 11: the version probe gives 0
+  };
+  for (const auto& c : cases) {
+    std::vector<std::string> sorulan, sent;
+    const bool r = SqlVeritabaniYarat(
+        "X", "001", "2009", c.konum, c.surum == 11 ? SurumNumarasi("11.0") : c.surum, "D:\\",
+        [&](const std::string& ad) {
+          sorulan.push_back(ad);
+          return c.var;
+        },
+        [&](const std::string& sql) {
+          sent.push_back(sql);
+          return c.basarili ? Status::Ok() : Status::IOError("CREATE DATABASE failed");
+        });
+    EXPECT_EQ(r, c.sonuc) << c.konum;
+    EXPECT_EQ(sorulan, std::vector<std::string>{c.ad});
+    EXPECT_EQ(sent.size(), c.var ? 0u : 1u);
+    if (!sent.empty()) {
+      EXPECT_TRUE(sent[0].starts_with(std::string("CREATE DATABASE ") + c.ad + " ON PRIMARY"));
+    }
+  }
+  // An unknown version sends the empty command, whose failure is a false.
+  std::vector<std::string> sent;
+  EXPECT_FALSE(SqlVeritabaniYarat(
+      "X", "001", "2009", "Data", 7, "D:\\", [](const std::string&) { return false; },
+      [&](const std::string& sql) {
+        sent.push_back(sql);
+        return sql.empty() ? Status::InvalidArgument("empty command") : Status::Ok();
+      }));
+  EXPECT_EQ(sent, std::vector<std::string>{""});
+}
+
 }  // namespace
 }  // namespace px::restore

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "core/value_text.h"
+#include "xbf/xbf_types.h"
 #include "xbf_test_util.h"
 
 namespace px::xbf {
@@ -259,6 +260,42 @@ TEST(XbfRoundTrip, ReplacedFileAppearsOnlyWhenComplete) {
   ASSERT_TRUE(WriteRecordsetFile(good, target).ok());
   EXPECT_NE(testing::ReadAll(target).find("D='1'"), std::string::npos);
   std::filesystem::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace px::xbf
+
+namespace px::xbf {
+namespace {
+
+TEST(XbfPadding, FixedTextIsPaddedAsAdoCountsIt) {
+  auto field = [](int type, int64_t size) {
+    FieldInfo f;
+    f.name = "k";
+    f.ado_type = type;
+    f.size = size;
+    f.attributes = fld::kFixed;
+    return f;
+  };
+  struct {
+    int type;
+    int64_t size;
+    std::string in;
+    std::string out;
+  } const cases[] = {
+      {ado::kWChar, 5, "ab", "ab   "},
+      {ado::kWChar, 5, "ığ", "ığ   "},                              // two units, four bytes
+      {ado::kWChar, 5, "a\xF0\x9F\x98\x80", "a\xF0\x9F\x98\x80  "},  // U+1F600: two units
+      {ado::kWChar, 2, "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},      // already full
+      {ado::kWChar, 3, "abcd", "abcd"},                              // never cut
+      {ado::kChar, 4, "Şı", "Şı  "},  // one byte a character in Windows-1254
+      {ado::kVarWChar, 5, "ab", "ab"},
+  };
+  for (const auto& c : cases) {
+    auto v = FormatValue(field(c.type, c.size), Value(c.in));
+    ASSERT_TRUE(v.ok()) << c.in;
+    EXPECT_EQ(*v, c.out) << c.type << " " << c.in;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,193 @@
+#include "xbf/parallel_deflate.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace px::xbf {
+namespace {
+
+constexpr size_t kDictionary = size_t{32} << 10;
+
+struct Job {
+  std::string dictionary;
+  std::string input;
+  bool last = false;
+  // Filled by the worker.
+  std::string output;
+  Status status;
+  bool done = false;
+};
+
+// Raw deflate of one block with a preset dictionary; sync-flushed unless last.
+Status DeflateBlock(Job& job, int level) {
+  z_stream z{};
+  if (deflateInit2(&z, level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+    return Status::InvalidArgument("cannot start zlib");
+  }
+  if (!job.dictionary.empty()) {
+    deflateSetDictionary(&z, reinterpret_cast<const Bytef*>(job.dictionary.data()),
+                         uInt(job.dictionary.size()));
+  }
+  job.output.resize(deflateBound(&z, uLong(job.input.size())) + 16);
+  z.next_in = reinterpret_cast<Bytef*>(job.input.data());
+  z.avail_in = uInt(job.input.size());
+  z.next_out = reinterpret_cast<Bytef*>(job.output.data());
+  z.avail_out = uInt(job.output.size());
+  const int rc = deflate(&z, job.last ? Z_FINISH : Z_SYNC_FLUSH);
+  const bool ok = job.last ? rc == Z_STREAM_END : (rc == Z_OK && z.avail_in == 0);
+  job.output.resize(job.output.size() - z.avail_out);
+  deflateEnd(&z);
+  return ok ? Status::Ok() : Status::IOError("zlib could not compress a block");
+}
+
+}  // namespace
+
+struct ParallelDeflateSink::State {
+  ByteSink* out = nullptr;
+  int level = 5;
+  std::string block;  // input gathered for the next job
+  std::string tail;   // the last 32 KB of input handed out
+  uLong adler = adler32(0, nullptr, 0);
+  size_t max_in_flight = 4;
+  bool header_written = false;
+  bool finished = false;
+  Status error;
+
+  std::mutex mu;
+  std::condition_variable work_ready;
+  std::condition_variable job_done;
+  std::deque<std::shared_ptr<Job>> queue;      // waiting for a worker
+  std::deque<std::shared_ptr<Job>> in_flight;  // in input order, until written
+  bool stopping = false;
+  std::vector<std::thread> workers;
+
+  void Work() {
+    for (;;) {
+      std::shared_ptr<Job> job;
+      {
+        std::unique_lock lock(mu);
+        work_ready.wait(lock, [&] { return stopping || !queue.empty(); });
+        if (queue.empty()) return;
+        job = queue.front();
+        queue.pop_front();
+      }
+      Status st = DeflateBlock(*job, level);
+      {
+        std::lock_guard lock(mu);
+        job->status = std::move(st);
+        job->done = true;
+      }
+      job_done.notify_all();
+    }
+  }
+
+  void Stop() {
+    {
+      std::lock_guard lock(mu);
+      stopping = true;
+    }
+    work_ready.notify_all();
+    for (auto& t : workers) t.join();
+    workers.clear();
+  }
+};
+
+ParallelDeflateSink::ParallelDeflateSink(std::unique_ptr<State> s) : s_(std::move(s)) {}
+
+ParallelDeflateSink::~ParallelDeflateSink() {
+  s_->Stop();
+}
+
+Result<std::unique_ptr<ParallelDeflateSink>> ParallelDeflateSink::Create(ByteSink& out, int level,
+                                                                         unsigned threads) {
+  if (level < 0 || level > 9) return Status::InvalidArgument("zlib level out of range");
+  if (threads == 0) threads = std::max(2u, std::thread::hardware_concurrency());
+  auto s = std::make_unique<State>();
+  s->out = &out;
+  s->level = level;
+  s->max_in_flight = 2 * size_t(threads);
+  s->block.reserve(kBlockSize);
+  State* raw = s.get();
+  for (unsigned i = 0; i < threads; ++i) s->workers.emplace_back([raw] { raw->Work(); });
+  return std::unique_ptr<ParallelDeflateSink>(new ParallelDeflateSink(std::move(s)));
+}
+
+Status ParallelDeflateSink::WriteOldest() {
+  std::shared_ptr<Job> job;
+  {
+    std::unique_lock lock(s_->mu);
+    job = s_->in_flight.front();
+    s_->job_done.wait(lock, [&] { return job->done; });
+    s_->in_flight.pop_front();
+  }
+  if (!job->status.ok()) return job->status;
+  return s_->out->Write(job->output);
+}
+
+Status ParallelDeflateSink::Submit(bool last) {
+  if (!s_->header_written) {
+    // CMF 0x78 (deflate, 32 KB window); FLG with the level class zlib writes for 2 to 5.
+    static constexpr char kHeader[2] = {0x78, 0x5E};
+    PX_RETURN_IF_ERROR(s_->out->Write(std::string_view(kHeader, 2)));
+    s_->header_written = true;
+  }
+  auto job = std::make_shared<Job>();
+  job->dictionary = s_->tail;
+  job->last = last;
+  s_->adler =
+      adler32(s_->adler, reinterpret_cast<const Bytef*>(s_->block.data()), uInt(s_->block.size()));
+  if (s_->block.size() >= kDictionary) {
+    s_->tail.assign(s_->block, s_->block.size() - kDictionary, kDictionary);
+  } else {
+    s_->tail.append(s_->block);
+    if (s_->tail.size() > kDictionary) s_->tail.erase(0, s_->tail.size() - kDictionary);
+  }
+  job->input.swap(s_->block);
+  s_->block.clear();
+  s_->block.reserve(kBlockSize);
+  while (s_->in_flight.size() >= s_->max_in_flight) PX_RETURN_IF_ERROR(WriteOldest());
+  {
+    std::lock_guard lock(s_->mu);
+    s_->queue.push_back(job);
+    s_->in_flight.push_back(job);
+  }
+  s_->work_ready.notify_one();
+  return Status::Ok();
+}
+
+Status ParallelDeflateSink::Write(std::string_view bytes) {
+  PX_RETURN_IF_ERROR(s_->error);
+  if (s_->finished) return Status::InvalidArgument("write after the end of the zlib stream");
+  while (!bytes.empty()) {
+    const size_t take = std::min(bytes.size(), kBlockSize - s_->block.size());
+    s_->block.append(bytes.substr(0, take));
+    bytes.remove_prefix(take);
+    if (s_->block.size() == kBlockSize) {
+      s_->error = Submit(false);
+      PX_RETURN_IF_ERROR(s_->error);
+    }
+  }
+  return Status::Ok();
+}
+
+Status ParallelDeflateSink::Finish() {
+  PX_RETURN_IF_ERROR(s_->error);
+  if (s_->finished) return Status::Ok();
+  s_->finished = true;
+  s_->error = Submit(true);
+  while (s_->error.ok() && !s_->in_flight.empty()) s_->error = WriteOldest();
+  PX_RETURN_IF_ERROR(s_->error);
+  const uLong a = s_->adler;
+  const char trailer[4] = {char(a >> 24), char(a >> 16), char(a >> 8), char(a)};
+  s_->error = s_->out->Write(std::string_view(trailer, 4));
+  s_->Stop();
+  return s_->error;
+}
+
+}  // namespace px::xbf

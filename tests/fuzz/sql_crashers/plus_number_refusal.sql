@@ -1,0 +1,1 @@
+UPDATE t SET n = M+ 'SUBSTRING(1.12.2023',y = '007'

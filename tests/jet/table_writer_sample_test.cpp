@@ -1,0 +1,177 @@
+// Every user table of every Access-written sample emptied and refilled with its own rows
+// (AutoNumber values given, long values, Jet 3 and Jet 4), then every row updated to
+// itself: the file must pass our integrity check (rows, each index against the keys Access
+// makes, AutoNumber counters, page map) and read back the same rows.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "core/value_text.h"
+#include "jet/database.h"
+#include "jet/integrity.h"
+#include "jet/table_writer.h"
+#include "memory_pages.h"
+
+namespace px::jet {
+namespace {
+
+using testing::MemoryPages;
+
+std::string RowText(const Row& row) {
+  std::string s;
+  for (const Value& v : row) {
+    s += std::to_string(v.index()) + ":";
+    if (auto* t = std::get_if<std::string>(&v)) s += *t;
+    if (auto* i = std::get_if<int64_t>(&v)) s += std::to_string(*i);
+    if (auto* b = std::get_if<bool>(&v)) s += *b ? "T" : "F";
+    if (auto* d = std::get_if<double>(&v)) s += std::to_string(*d);
+    if (auto* o = std::get_if<OleDate>(&v)) s += std::to_string(o->days);
+    if (auto* c = std::get_if<Currency>(&v)) s += std::to_string(c->scaled);
+    if (auto* b = std::get_if<Binary>(&v)) s += HexLower(b->bytes);
+    if (auto* g = std::get_if<Guid>(&v)) s += GuidToText(*g);
+    if (auto* d = std::get_if<Decimal>(&v)) s += DecimalToPlain(*d);
+    s += "|";
+  }
+  return s;
+}
+
+// Rows of a table in definition order, as text, sorted.
+std::vector<std::string> TableRows(Database& db, const std::string& table,
+                                   const TableSchema& schema, size_t columns) {
+  std::vector<std::string> out;
+  auto reader = db.OpenTable(table);
+  EXPECT_TRUE(reader.ok()) << reader.status().ToString();
+  if (!reader.ok()) return out;
+  Row row;
+  while ((*reader)->Next(row)) {
+    Row by_def(columns, Null{});
+    for (size_t k = 0; k < schema.columns.size(); ++k) by_def[schema.columns[k]] = row[k];
+    out.push_back(RowText(by_def));
+  }
+  EXPECT_TRUE((*reader)->status().ok()) << (*reader)->status().ToString();
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+TEST(TableWriterSamples, EveryTableEmptiedRefilledAndUpdatedInPlace) {
+  const auto dir = std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb";
+  if (!std::filesystem::exists(dir)) GTEST_SKIP() << "samples not found under " << dir;
+  size_t tables_done = 0, rows_done = 0;
+  std::vector<std::string> refused_tables;
+  for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+    const std::string name = entry.path().filename().string();
+    SCOPED_TRACE(name);
+    auto bytes = MemoryPages::ReadFile(entry.path());
+    auto db = Database::OpenMemory(bytes, name);
+    ASSERT_TRUE(db.ok()) << db.status().ToString();
+    const JetFormat& f = (*db)->format();
+    MemoryPages pages(f, bytes, name);
+    std::vector<std::pair<std::string, std::vector<std::string>>> expected;
+    bool touched = false;
+    for (const std::string& table : (*db)->UserTableNames()) {
+      const CatalogEntry* t = (*db)->FindTable(table);
+      auto def = (*db)->ReadDefinition(*t);
+      auto schema = (*db)->ReadSchema(*t);
+      ASSERT_TRUE(def.ok() && schema.ok());
+      // The rows as they are, in definition order.
+      std::vector<Row> rows;
+      auto reader = (*db)->OpenTable(table);
+      ASSERT_TRUE(reader.ok());
+      Row row;
+      while ((*reader)->Next(row)) {
+        Row by_def(def->columns.size(), Null{});
+        for (size_t k = 0; k < schema->columns.size(); ++k) by_def[schema->columns[k]] = row[k];
+        rows.push_back(by_def);
+      }
+      ASSERT_TRUE((*reader)->status().ok());
+      auto writer = TableWriter::Open(pages, f, *def, table,
+                                      {(*db)->text_code_page(), AccessIndexKeys(f, table)});
+      ASSERT_TRUE(writer.ok()) << writer.status().ToString();
+      const auto before = pages.bytes();
+      auto deleted = (*writer)->DeleteAll();
+      if (!deleted.ok() && deleted.status().code() == StatusCode::kNotSupported) {
+        ADD_FAILURE() << table << ": " << deleted.status().ToString();
+        continue;
+      }
+      ASSERT_TRUE(deleted.ok()) << table << ": " << deleted.status().ToString();
+      EXPECT_EQ(*deleted, rows.size()) << table;
+      bool refused = false;
+      for (const Row& r : rows) {
+        Status st = (*writer)->Insert(r);
+        if (st.code() == StatusCode::kNotSupported) {  // a key Access's tables do not cover
+          refused = true;
+          break;
+        }
+        ASSERT_TRUE(st.ok()) << table << ": " << st.ToString();
+      }
+      if (refused) {  // leave this table as it was
+        refused_tables.push_back(name + ":" + table);
+        pages.Reset(before);
+        continue;
+      }
+      auto updated = (*writer)->Update([](std::vector<Value>&) -> Result<bool> { return true; });
+      ASSERT_TRUE(updated.ok()) << table << ": " << updated.status().ToString();
+      EXPECT_EQ(*updated, rows.size());
+      // Rows that grow: a '+' after every text value with room for it (keys stay distinct).
+      const TableDef grown_def = (*writer)->definition();
+      auto grow = [&grown_def, &f](std::vector<Value>& v) {
+        bool any = false;
+        for (size_t i = 0; i < v.size(); ++i) {
+          const ColumnDef& c = grown_def.columns[i];
+          auto* text = std::get_if<std::string>(&v[i]);
+          const size_t room = f.text_is_unicode ? c.length / 2 : c.length;
+          if (c.type != coltype::kText || text == nullptr || text->size() + 1 >= room) continue;
+          *text += "+";
+          any = true;
+        }
+        return any;
+      };
+      auto grown =
+          (*writer)->Update([&](std::vector<Value>& v) -> Result<bool> { return grow(v); });
+      ASSERT_TRUE(grown.ok()) << table << ": " << grown.status().ToString();
+      std::vector<std::string> want;
+      for (Row r : rows) {
+        grow(r);
+        want.push_back(RowText(r));
+      }
+      std::sort(want.begin(), want.end());
+      expected.emplace_back(table, want);
+      ++tables_done;
+      rows_done += rows.size();
+      touched = true;
+    }
+    if (!touched) continue;
+    auto after = Database::OpenMemory(pages.bytes(), name);
+    ASSERT_TRUE(after.ok()) << after.status().ToString();
+    IntegrityReport report = CheckDatabase(**after);
+    for (const auto& finding : report.findings) ADD_FAILURE() << finding;
+    for (const auto& [table, want] : expected) {
+      // The distinct-key counts come out as Access had them for the same rows.
+      auto old_def = (*db)->ReadDefinition(*(*db)->FindTable(table));
+      auto new_def = (*after)->ReadDefinition(*(*after)->FindTable(table));
+      // Except where Access left its count stale: delColTestV2000's Table1 holds 2 rows of
+      // distinct ids against a stored 1, indexTestV2000's 4 distinct keys against a stored 7.
+      for (size_t r = 0; r < old_def->real_indexes.size(); ++r) {
+        const bool stale = (name == "delColTestV2000.mdb" && r == 1) ||
+                           (name == "indexTestV2000.mdb" && table == "Table1" && r < 2);
+        if (stale) continue;
+        EXPECT_EQ(new_def->real_indexes[r].unique_entry_count,
+                  old_def->real_indexes[r].unique_entry_count)
+            << table << " index " << r;
+      }
+      auto schema = (*after)->ReadSchema(table);
+      ASSERT_TRUE(schema.ok());
+      auto def = (*after)->ReadDefinition(*(*after)->FindTable(table));
+      EXPECT_EQ(TableRows(**after, table, *schema, def->columns.size()), want) << table;
+    }
+  }
+  EXPECT_GT(tables_done, 20u);
+  EXPECT_GT(rows_done, 1000u);
+  std::printf("%zu tables, %zu rows rewritten; refused:", tables_done, rows_done);
+  for (const auto& r : refused_tables) std::printf(" %s", r.c_str());
+  std::printf("\n");
+}
+
+}  // namespace
+}  // namespace px::jet
