@@ -655,7 +655,7 @@ class WriterImpl final : public Writer {
                                        reader->last_row_place() + ")");
       }
       if (!seen) ++index.unique_entry_count;
-      PX_RETURN_IF_ERROR(writer.Insert(LeafEntry(key, reader->last_row_pointer())));
+      PX_RETURN_IF_ERROR(writer.Insert(LeafEntry(key, reader->last_row_pointer())).status());
     }
     return reader->status();
   }
