@@ -260,7 +260,7 @@ TEST_F(WriterTest, IndependentReadersAcceptTheFile) {
   for (int i = 0; i < 20; ++i) {
     std::vector<Value> row;
     for (const TypeCase& t : TypeCases()) row.push_back(t.value);
-    row.push_back(Null{});
+    row.resize(row.size() + 1);  // the AutoNumber column takes the next value
     ASSERT_TRUE(w().InsertRow("Turler", row).ok());
   }
   writer_.reset();

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/host_path.h"
-#include "support/run_program.h"
+#include "support/process.h"
 #include "support/temp_folder.h"
 
 namespace px::restore {
@@ -25,30 +25,32 @@ class KomutTest : public ::testing::Test {
 };
 
 TEST_F(KomutTest, PackagesAndWhatEachCompanyAndYearHolds) {
-  auto o = px::testing::RunProgram("paket listele --kaynak 'C:\\Yedek'");
-  EXPECT_EQ(o.exit_code, 0) << o.text;
-  EXPECT_EQ(o.text, "P1\nP2\n");
-  o = px::testing::RunProgram("paket listele --kaynak 'C:\\Yedek' --paket P1");
-  EXPECT_EQ(o.exit_code, 0) << o.text;
-  EXPECT_EQ(o.text,
+  auto o = px::testing::RunProgram({"paket", "listele", "--kaynak", "C:\\Yedek"});
+  EXPECT_TRUE(o.ExitedWith(0)) << o.Describe();
+  EXPECT_EQ(o.out, "P1\nP2\n");
+  o = px::testing::RunProgram({"paket", "listele", "--kaynak", "C:\\Yedek", "--paket", "P1"});
+  EXPECT_TRUE(o.ExitedWith(0)) << o.Describe();
+  EXPECT_EQ(o.out,
             "P1\n"
             "  001 2009: Cari, Demirbaş, Beyanname\n"
             "  002 2010: Cari, Beyanname\n");
 }
 
 TEST_F(KomutTest, ExitCodes) {
-  const std::pair<const char*, int> cases[] = {
-      {"paket listele --kaynak 'C:\\Yok'", 1},
-      {"paket listele --kaynak 'C:\\Yedek' --paket P9", 1},
-      {"geri-al --kaynak 'C:\\Yedek' --paket P1 --sirket 001 --yil 2009 --modul Yok", 2},
-      {"geri-al --kaynak 'C:\\Yedek' --paket P1 --sirket 001", 2},
-      {"yil-geri-al --kaynak 'C:\\Yedek' --paket P1 --kaynak-yil 2009 --hedef-yil 2010 "
-       "--veritabani-turu Oracle",
+  const std::pair<std::vector<std::string>, int> cases[] = {
+      {{"paket", "listele", "--kaynak", "C:\\Yok"}, 1},
+      {{"paket", "listele", "--kaynak", "C:\\Yedek", "--paket", "P9"}, 1},
+      {{"geri-al", "--kaynak", "C:\\Yedek", "--paket", "P1", "--sirket", "001", "--yil", "2009",
+        "--modul", "Yok"},
+       2},
+      {{"geri-al", "--kaynak", "C:\\Yedek", "--paket", "P1", "--sirket", "001"}, 2},
+      {{"yil-geri-al", "--kaynak", "C:\\Yedek", "--paket", "P1", "--kaynak-yil", "2009",
+        "--hedef-yil", "2010", "--veritabani-turu", "Oracle"},
        2},
   };
   for (const auto& [args, kod] : cases) {
     auto o = px::testing::RunProgram(args);
-    EXPECT_EQ(o.exit_code, kod) << args << "\n" << o.text;
+    EXPECT_TRUE(o.ExitedWith(kod)) << args[0] << " " << args[1] << "\n" << o.Describe();
   }
 }
 
