@@ -1,4 +1,5 @@
 #include "backup/manifest.h"
+#include "platform/clock.h"
 
 #include <chrono>
 #include <ctime>
@@ -28,8 +29,7 @@ std::string Duzgun(std::string_view yol) {
 
 std::string SimdiUtc() {
   const std::time_t t = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-  std::tm tm{};
-  gmtime_r(&t, &tm);
+  const std::tm tm = platform::UtcParts(t);
   char buf[32];
   std::strftime(buf, sizeof buf, "%Y-%m-%dT%H:%M:%SZ", &tm);
   return buf;

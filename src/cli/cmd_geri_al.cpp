@@ -11,6 +11,7 @@
 #include "cli/commands.h"
 #include "db/jet_connection.h"
 #include "modules/moduller.h"
+#include "platform/clock.h"
 #include "platform/temp_path.h"
 #include "restore/geri_al.h"
 #include "settings/baglanti_acici.h"
@@ -109,12 +110,7 @@ void PaketListele(const std::string& kaynak, const std::string& paket) {
 
 [[maybe_unused]] std::string Damga() {
   const std::time_t t = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-  std::tm tm{};
-#ifdef _WIN32
-  localtime_s(&tm, &t);
-#else
-  localtime_r(&t, &tm);
-#endif
+  const std::tm tm = platform::LocalParts(t);
   char buf[32];
   std::strftime(buf, sizeof buf, "%Y%m%d-%H%M%S", &tm);
   return buf;

@@ -1,4 +1,5 @@
 #include "jet/new_database.h"
+#include "platform/clock.h"
 
 #include <chrono>
 #include <cmath>
@@ -260,8 +261,7 @@ struct AceRow {
 
 double OleNow() {
   const std::time_t t = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&t, &local);
+  const std::tm local = platform::LocalParts(t);
   // Days from 1899-12-30 to the local date, plus the time of day.
   auto ymd = std::chrono::year_month_day{std::chrono::year{local.tm_year + 1900},
                                          std::chrono::month{unsigned(local.tm_mon + 1)},

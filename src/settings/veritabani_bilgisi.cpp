@@ -1,4 +1,5 @@
 #include "settings/veritabani_bilgisi.h"
+#include "platform/clock.h"
 
 #include <ctime>
 
@@ -19,12 +20,7 @@ constexpr size_t kPergoKayitUzunlugu = 120;
 
 int SistemYili() {
   std::time_t now = std::time(nullptr);
-  std::tm parts{};
-#ifdef _WIN32
-  localtime_s(&parts, &now);
-#else
-  localtime_r(&now, &parts);
-#endif
+  const std::tm parts = platform::LocalParts(now);
   return parts.tm_year + 1900;
 }
 
