@@ -269,8 +269,9 @@ Status PageStore::MarkGlobal(uint32_t number, bool free) {
       if (free) return Status::Ok();  // outside the window pages count as free
       // Move the window so that it ends just past `number`; pages below it count as free
       // but are never handed out again by this store.
+      // A whole byte of the window at a time, rounded up so that `number` stays inside.
       uint32_t new_first = number + 1 > bits ? uint32_t(number + 1 - bits) : 0;
-      new_first -= new_first % 8;
+      new_first = (new_first + 7) / 8 * 8;
       std::memset(row + 5, 0xFF, row_len - 5);
       StoreLe32(row + 1, new_first);
       for (uint32_t pg = new_first; pg < page_count_ && pg < new_first + bits; ++pg) {
@@ -280,6 +281,10 @@ Status PageStore::MarkGlobal(uint32_t number, bool free) {
       first = new_first;
     }
     const uint32_t bit = number - first;
+    if (bit >= bits) {
+      return Status::Corruption(Where(kGlobalMapPage) + ": page " + std::to_string(number) +
+                                " lies outside the global usage map");
+    }
     if (free) {
       row[5 + bit / 8] |= uint8_t(1u << (bit % 8));
     } else {
