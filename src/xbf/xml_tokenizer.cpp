@@ -11,8 +11,8 @@ class XmlTokenizer::Chars {
 
   // The next byte (0..255), -1 at the end of the input, -2 after an input error.
   int Peek() {
+    if (!error_.ok()) return -2;  // a byte left unconsumed by an error is never offered again
     if (pos_ < out_.size()) return static_cast<unsigned char>(out_[pos_]);
-    if (!error_.ok()) return -2;
     if (eof_) return EndOfInput();
     Refill();
     if (!error_.ok()) return -2;
