@@ -2,7 +2,7 @@
 # Backs up one large table to a compressed package with "pergonix-yedek yedekle" and
 # exports the same table to CSV with mdbtools' mdb-export; prints wall, CPU and peak memory
 # of each, RUNS times.
-#   jet-oracle gen /tmp/gen1m.mdb 1000000          (once, outside the repository)
+#   a 1,000,000-row table Hareket in /tmp/gen1m.mdb (made once, outside the repository)
 #   bench/backup_vs_mdbexport.sh [BINARY] [FILE] [RUNS]
 # The table goes into a scratch suite (the sample suite's catalog and settings) as the
 # Siparis module's module-wide database, so the run is the real backup flow: export to the
@@ -15,7 +15,7 @@ runs="${3:-3}"
 suite="$here/../shared/samples/suite/Pergonix"
 command -v mdb-export >/dev/null || { echo "mdb-export (mdbtools) is not installed" >&2; exit 2; }
 [ -x "$bin" ] || { echo "no program at $bin (build it first)" >&2; exit 2; }
-[ -f "$file" ] || { echo "no file $file (make it with: jet-oracle gen $file 1000000)" >&2; exit 2; }
+[ -f "$file" ] || { echo "no file $file (a database with a 1,000,000-row table Hareket)" >&2; exit 2; }
 [ -d "$suite" ] || { echo "no sample suite at $suite" >&2; exit 2; }
 
 work="$(mktemp -d)"

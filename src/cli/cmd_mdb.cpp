@@ -164,18 +164,18 @@ Status CopyDefinition(jet::Database& from, const jet::CatalogEntry& table, jet::
     const jet::LogicalIndex& l = *li;
     if (l.type == jet::kLogicalIndexForeign) continue;
     const jet::RealIndex& r = def.real_indexes[l.real_index];
-    jet::IndexSpec spec;
-    spec.name = l.name;
-    spec.primary = l.type == jet::kLogicalIndexPrimary;
-    spec.unique = r.unique();
-    spec.ignore_nulls = (r.flags & jet::idxflag::kIgnoreNulls) != 0;
-    spec.required = (r.flags & jet::idxflag::kRequired) != 0;
+    jet::IndexSpec index;
+    index.name = l.name;
+    index.primary = l.type == jet::kLogicalIndexPrimary;
+    index.unique = r.unique();
+    index.ignore_nulls = (r.flags & jet::idxflag::kIgnoreNulls) != 0;
+    index.required = (r.flags & jet::idxflag::kRequired) != 0;
     for (const jet::IndexColumn& ic : r.columns) {
       const int at = def.ColumnByNumber(ic.column_number);
       if (at < 0) return Status::Corruption(from.file_name() + ": index " + l.name);
-      spec.columns.emplace_back(def.columns[size_t(at)].name, ic.ascending);
+      index.columns.emplace_back(def.columns[size_t(at)].name, ic.ascending);
     }
-    PX_RETURN_IF_ERROR(to.AddIndex(table.name, spec));
+    PX_RETURN_IF_ERROR(to.AddIndex(table.name, index));
   }
   return Status::Ok();
 }

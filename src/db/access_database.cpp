@@ -12,14 +12,14 @@ namespace px::db {
 namespace {
 
 jet::ColumnSpec SpecOf(const NewColumn& c) {
-  jet::ColumnSpec spec;
-  spec.name = c.name;
-  spec.ado_type = c.ado_type;
-  spec.defined_size = c.defined_size;
-  spec.precision = c.precision;
-  spec.allow_zero_length = c.allow_zero_length;
-  spec.autoincrement = c.autoincrement;
-  return spec;
+  jet::ColumnSpec column_spec;
+  column_spec.name = c.name;
+  column_spec.ado_type = c.ado_type;
+  column_spec.defined_size = c.defined_size;
+  column_spec.precision = c.precision;
+  column_spec.allow_zero_length = c.allow_zero_length;
+  column_spec.autoincrement = c.autoincrement;
+  return column_spec;
 }
 
 class AccessDatabase final : public Database, private TableStore {

@@ -6,14 +6,6 @@
 #include "platform/console.h"
 #include "platform/text_case.h"
 
-#ifdef _WIN32
-#include <io.h>
-#define PX_ISATTY _isatty
-#else
-#include <unistd.h>
-#define PX_ISATTY isatty
-#endif
-
 namespace px::op {
 namespace {
 
@@ -141,7 +133,7 @@ void ConsoleOperator::SetModuleState(std::string_view module, std::string_view s
 }
 
 bool StandardStreamsAreTerminal() {
-  return PX_ISATTY(0) && PX_ISATTY(2);
+  return StandardInputAndErrorAreTerminal();
 }
 
 }  // namespace px::op

@@ -10,6 +10,8 @@
 #include <cstdio>
 
 #include "platform/win_text.h"
+#else
+#include <unistd.h>
 #endif
 
 namespace px {
@@ -57,5 +59,13 @@ std::string InputLineToUtf8(std::string_view line) {
 }
 
 #endif
+
+bool StandardInputAndErrorAreTerminal() {
+#ifdef _WIN32
+  return _isatty(0) && _isatty(2);
+#else
+  return isatty(0) && isatty(2);
+#endif
+}
 
 }  // namespace px

@@ -20,4 +20,7 @@ void PrepareStandardStreams();
 // console's input code page; everywhere else it is taken as UTF-8 already.
 std::string InputLineToUtf8(std::string_view line);
 
+// Whether standard input and standard error are both a terminal (questions can be asked).
+bool StandardInputAndErrorAreTerminal();
+
 }  // namespace px
