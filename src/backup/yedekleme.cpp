@@ -12,6 +12,7 @@
 #include "platform/text_case.h"
 #include "xbf/parallel_deflate.h"
 #include "xbf/pbf.h"
+#include "xbf/read_ahead.h"
 #include "xbf/xbf_writer.h"
 
 namespace px::backup {
@@ -241,7 +242,8 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
     const std::string hedef_yol =
         SikistirmaSecili ? hedef + ad
                          : Birlestir(VeriKlasoru(hedef, modul, konum, sirket, yil), ad + ".xbf");
-    RowSource& kaynak = **satirlar;
+    // The table's pages are decoded on a thread of their own while this one writes XML.
+    xbf::ReadAheadRows kaynak(**satirlar);
     Row satir;
     if (!kaynak.Next(satir)) {
       if (!kaynak.status().ok()) return kaynak.status().WithContext(yol + ": table " + t.name);

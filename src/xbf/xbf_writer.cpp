@@ -4,6 +4,7 @@
 
 #include "xbf/parallel_deflate.h"
 #include "xbf/pbf.h"
+#include "xbf/read_ahead.h"
 #include "xbf/xbf_types.h"
 
 namespace px::xbf {
@@ -346,9 +347,10 @@ Status XbfWriter::Flush() {
 Status WriteRecordset(RowSource& rows, ByteSink& sink, const RowsetOptions& options) {
   XbfWriter w(sink, options);
   PX_RETURN_IF_ERROR(w.Begin(rows.fields()));
+  ReadAheadRows ahead(rows);
   Row row;
-  while (rows.Next(row)) PX_RETURN_IF_ERROR(w.WriteRow(row));
-  PX_RETURN_IF_ERROR(rows.status());
+  while (ahead.Next(row)) PX_RETURN_IF_ERROR(w.WriteRow(row));
+  PX_RETURN_IF_ERROR(ahead.status());
   return w.Finish();
 }
 

@@ -73,7 +73,8 @@ class XbfWriter {
   Status error_;
 };
 
-// Writes every row of `rows` to `sink` as one recordset file.
+// Writes every row of `rows` to `sink` as one recordset file; the rows are read on a thread
+// of their own (ReadAheadRows), so nothing else may use `rows` meanwhile.
 Status WriteRecordset(RowSource& rows, ByteSink& sink, const RowsetOptions& options = {});
 // Same into the file `path`, which is replaced only once the whole file is written. When the
 // name ends in "pbf" the file is compressed as a package file (zlib, level 5).
