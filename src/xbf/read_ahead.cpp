@@ -21,6 +21,7 @@ struct ReadAheadRows::State {
   // The caller's current batch.
   std::vector<Row> batch;
   size_t next = 0;
+  bool finished = false;  // Next() has answered false
 
   void Read() {
     for (;;) {
@@ -78,7 +79,10 @@ bool ReadAheadRows::Next(Row& row) {
     s.batch.clear();
     s.next = 0;
     s.changed.wait(lock, [&] { return !s.full.empty() || s.ended; });
-    if (s.full.empty()) return false;
+    if (s.full.empty()) {
+      s.finished = true;
+      return false;
+    }
     s.batch = std::move(s.full.front());
     s.full.pop_front();
   }
@@ -88,7 +92,7 @@ bool ReadAheadRows::Next(Row& row) {
 
 Status ReadAheadRows::status() const {
   std::lock_guard lock(s_->mu);
-  return s_->ended && s_->full.empty() && s_->next == s_->batch.size() ? s_->status : Status::Ok();
+  return s_->finished ? s_->status : Status::Ok();
 }
 
 }  // namespace px::xbf

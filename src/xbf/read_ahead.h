@@ -24,7 +24,7 @@ class ReadAheadRows final : public RowSource {
 
   const std::vector<FieldInfo>& fields() const override { return fields_; }
   bool Next(Row& row) override;
-  // The inner source's error, once every row read before it has been handed out.
+  // OK until Next() has answered false; then the inner source's status.
   Status status() const override;
 
  private:
