@@ -188,7 +188,9 @@ TEST_F(DemoSuite, EveryLiveTableHasTheColumnsOfItsCatalogRows) {
       EXPECT_EQ(f.name, cat[i][2]);
       EXPECT_EQ(cat[i][7], std::to_string(i + 1));
       EXPECT_EQ(f.ado_type, kAdo.at(cat[i][5])) << f.name;
-      if (cat[i][5] == "String") EXPECT_EQ(std::to_string(f.size), cat[i][3]) << f.name;
+      if (cat[i][5] == "String") {
+        EXPECT_EQ(std::to_string(f.size), cat[i][3]) << f.name;
+      }
       EXPECT_EQ(f.autonumber, cat[i][4] == "E") << f.name;
     }
   }
