@@ -28,8 +28,8 @@ baslik() { printf '\n=== %s\n' "$*"; }
 calistir() {
   local log="$demo/logs/$1.log"
   shift
-  local rc=0
-  "$bin" "$@" 2>"$log" || rc=$?
+  "$bin" "$@" 2>"$log" | sed 's/^/  /'
+  local rc=${PIPESTATUS[0]}
   if [ -s "$log" ]; then
     echo "  ($(wc -l <"$log") lines of messages in ${log#"$PWD"/}; the last ones:)"
     tail -n 3 "$log" | sed 's/^/  | /'
@@ -65,7 +65,8 @@ klasor_ozeti() {
 # the module-wide databases (the restore puts their tables back too), by `mdb satirlar`.
 satir_sayilari() {
   local sirket=$1 yil=$2 db tablo
-  find "$suite" -regex ".*/Data/\($sirket/\($yil/\)?\)?[^/]*\.mdb" -not -regex '.*/Genel/Data/[^/]*\.mdb' |
+  find "$suite" -regex ".*/Data/\($sirket/\($yil/\)?\)?[^/]*\.mdb" -not -regex '.*/Genel/Data/[^/]*\.mdb' \
+    -not -path '*/GeriAlOncesi/*' |
     LC_ALL=C sort | while IFS= read -r db; do
     "$bin" mdb tablolar "$db" | while IFS= read -r tablo; do
       printf '%s %s %s\n' "${db#"$suite"/}" "$tablo" "$("$bin" mdb satirlar "$db" "$tablo" | wc -l)"
@@ -121,6 +122,32 @@ awk -v once="$demo/logs/once.txt" -v kaynak="$demo/logs/kaynak.txt" '
     printf "  %-44s %-30s %8s %8s %8s\n", $1, $2, (key in k) ? k[key] : "-", (key in o) ? o[key] : "-", $3 }
 ' "$demo/logs/sonra.txt"
 
+# "name type size" of each column of a table, in the table's order.
+sutunlar() {
+  "$bin" mdb sema "$1" "$2" | grep -o '"name":"[^"]*","ado_type":[0-9]*,"size":[0-9]*' |
+    sed 's/"name":"\([^"]*\)","ado_type":\([0-9]*\),"size":\([0-9]*\)/\1 \2 \3/'
+}
+
+baslik "CariKart as the suite made it (001/2009) and as the catalog made it (004/2010)"
+echo "  (catalog positions are text, so \"10\" comes before \"2\"; the catalog's \"Memo\" and"
+echo "  \"Date\" have no ADOX type and become ADOX's default column, text of 255)"
+paste <(sutunlar 'C:\Pergonix\Cari\Data\001\2009\cari.mdb' CariKart) \
+  <(sutunlar 'C:\Pergonix\Cari\Data\004\2010\cari.mdb' CariKart) |
+  awk -F'\t' 'BEGIN {printf "  %-14s %-16s %-14s %s\n", "001/2009", "ADO type(size)", "004/2010", "ADO type(size)"}
+    {split($1, a, " "); split($2, b, " ");
+     printf "  %-14s %-16s %-14s %s\n", a[1], a[2] "(" a[3] ")", b[1], b[2] "(" b[3] ")"}'
+
+baslik "Rows with an apostrophe: tables with an AutoNumber key go back through INSERT text"
+echo "  (each ' becomes \", as the suite's restore always did; the other tables keep it)"
+kaynak_cari='C:\Pergonix\Cari\Data\001\2009\cari.mdb'
+hedef_cari='C:\Pergonix\Cari\Data\004\2010\cari.mdb'
+"$bin" mdb satirlar "$kaynak_cari" CariHareket >"$demo/logs/CariHareket.jsonl"
+no=$(grep -m1 "'" "$demo/logs/CariHareket.jsonl" | grep -o '"HareketNo":[0-9]*' | cut -d: -f2)
+for db in "$kaynak_cari" "$hedef_cari"; do
+  "$bin" mdb sql "$db" "SELECT HareketNo, CariKod, Aciklama FROM CariHareket WHERE HareketNo = '$no'" |
+    sed 's/^/  /'
+done
+
 baslik "Personel keys of 004 / 2010 after the key rewrite"
 personel='C:\Pergonix\Personel\Data\004\2010\personel.mdb'
 "$bin" mdb sql "$personel" "SELECT strIsyeriKey, strIsyeriKodu, strIsyeriAdi FROM tablo_isyeri_bilgileri" |
@@ -137,7 +164,7 @@ fi
 
 baslik "Every database of company 004 passes mdb kontrol"
 find "$suite" -path '*/Data/004/*' -name '*.mdb' | LC_ALL=C sort | while IFS= read -r db; do
-  "$bin" mdb kontrol "$db" | sed 's/^/  /'
+  "$bin" mdb kontrol "$db" | sed "s|^$suite/|  |"
 done
 echo
 echo "Demo finished; everything is in ${demo#"$PWD"/}."
