@@ -1,6 +1,7 @@
 #include "satir_uretici.h"
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 
 namespace px::demo {
@@ -116,7 +117,7 @@ Result<Value> TurDegeri(std::string_view tur, std::string_view metin) {
   }
   if (tur == "Single") return Value(float(d));
   if (tur == "Double") return Value(d);
-  if (tur == "Currency") return Value(Currency{int64_t(d * 10000)});
+  if (tur == "Currency") return Value(Currency{std::llround(d * 10000)});
   return Value(int64_t(d));
 }
 
@@ -175,6 +176,10 @@ Result<Value> SatirUretici::Deger(const Saha& saha, int sira) {
     case Uret::kOndalik:
       return Value(double(r.Aralik(saha.alt, saha.ust)) / 10000.0);
     case Uret::kTarih: {
+      if (saha.alt == 0 && baglam_.yil.empty()) {
+        return Status::InvalidArgument(std::string(tablo_.ad) + "." + std::string(saha.ad) +
+                                       ": a date needs a year range above the year level");
+      }
       const int yil = saha.alt != 0 ? int(r.Aralik(saha.alt, saha.ust)) : std::stoi(baglam_.yil);
       return Value(GunOf(yil, int(r.Aralik(0, 364))));
     }

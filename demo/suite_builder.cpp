@@ -55,7 +55,7 @@ Result<jet::ColumnSpec> Sutun(const Saha& saha) {
   return c;
 }
 
-// "C/Pergonix/Genel/Data/x.mdb" -> "C:\\Pergonix\\Genel\\Data\\x.mdb", the name messages use.
+// "C/Pergonix/Genel/Data/x.mdb" -> "C:\Pergonix\Genel\Data\x.mdb", the name messages use.
 std::string WindowsYolu(std::string yol) {
   for (char& c : yol) {
     if (c == '/') c = '\\';

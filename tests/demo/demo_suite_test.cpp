@@ -13,7 +13,9 @@
 
 #include "db/text_of.h"
 #include "jet/database.h"
+#include "jet/format.h"
 #include "jet/integrity.h"
+#include "jet/tabledef.h"
 #include "modules/moduller.h"
 #include "platform/files.h"
 #include "platform/utf8_path.h"
@@ -56,6 +58,23 @@ std::vector<std::vector<std::string>> TextRows(jet::Database& db, const std::str
   }
   EXPECT_TRUE((*reader)->status().ok()) << (*reader)->status().ToString();
   return rows;
+}
+
+// "PrimaryKey(Id)": the primary key's name and columns; empty when the table has none.
+std::string PrimaryKey(jet::Database& db, const std::string& table) {
+  const jet::CatalogEntry* entry = db.FindTable(table);
+  if (entry == nullptr) return "no table";
+  auto def = db.ReadDefinition(*entry);
+  if (!def.ok()) return def.status().ToString();
+  for (const jet::LogicalIndex& l : def->logical_indexes) {
+    if (l.type != jet::kLogicalIndexPrimary) continue;
+    std::string out = l.name + "(";
+    for (const jet::IndexColumn& c : def->real_indexes[l.real_index].columns) {
+      out += def->columns[size_t(def->ColumnByNumber(c.column_number))].name;
+    }
+    return out + ")";
+  }
+  return "";
 }
 
 class DemoSuite : public ::testing::Test {
@@ -183,7 +202,9 @@ TEST_F(DemoSuite, EveryLiveTableHasTheColumnsOfItsCatalogRows) {
     ASSERT_TRUE(schema.ok()) << schema.status().ToString();
     const auto& cat = columns[{r[1], r[0]}];
     ASSERT_EQ(schema->fields.size(), cat.size());
+    std::string key;
     for (size_t i = 0; i < cat.size(); ++i) {
+      if (cat[i][6] == "E") key = "PrimaryKey(" + cat[i][2] + ")";
       const FieldInfo& f = schema->fields[i];
       EXPECT_EQ(f.name, cat[i][2]);
       EXPECT_EQ(cat[i][7], std::to_string(i + 1));
@@ -193,6 +214,7 @@ TEST_F(DemoSuite, EveryLiveTableHasTheColumnsOfItsCatalogRows) {
       }
       EXPECT_EQ(f.autonumber, cat[i][4] == "E") << f.name;
     }
+    EXPECT_EQ(PrimaryKey(*live, r[0]), key);
   }
   EXPECT_EQ(tables_listed.size(), columns.size());
 }
