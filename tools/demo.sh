@@ -23,16 +23,20 @@ suite="$demo/C/Pergonix"
 
 baslik() { printf '\n=== %s\n' "$*"; }
 
-# Runs the program, keeps its standard error in logs/$1.log and shows its last lines; stops
-# the demo when the exit code is not 0.
+# Runs the program, keeps its standard error (message boxes and status texts) in
+# logs/$1.log and shows each box as one line (title, first line, answer) and the last status
+# text; stops the demo when the exit code is not 0.
 calistir() {
   local log="$demo/logs/$1.log"
   shift
   "$bin" "$@" 2>"$log" | sed 's/^/  /'
   local rc=${PIPESTATUS[0]}
   if [ -s "$log" ]; then
-    echo "  ($(wc -l <"$log") lines of messages in ${log#"$PWD"/}; the last ones:)"
-    tail -n 3 "$log" | sed 's/^/  | /'
+    echo "  $(wc -l <"$log") lines of messages in ${log#"$PWD"/}; the boxes:"
+    awk '/^== .* ==$/ {kutu = 1; baslik = $0; metin = ""; next}
+         kutu && /^-> / {printf "  | %s %s %s\n", baslik, metin, $0; kutu = 0; next}
+         kutu && metin == "" && NF {metin = $0}' "$log"
+    echo "  | last status: $(grep -v -e '^$' -e '^-> ' "$log" | tail -n 1)"
   fi
   if [ "$rc" -ne 0 ]; then
     echo "pergonix-yedek $* ended with exit code $rc" >&2
@@ -86,6 +90,8 @@ calistir yedekle-001-2009 --evet yedekle --paket Demo2009 --sirket 001 --yil 200
 baslik "Backup: every company / 2009, uncompressed, into D:\\Yedek\\Tumu2009"
 calistir yedekle-tumu-2009 --evet yedekle --paket Tumu2009 --sirket 001 --yil 2009 \
   --hedef 'D:\Yedek' --tum-sirketler --sikistirma-yok
+echo "  (the module-wide modules are backed up for every company, so companies 002 and 003"
+echo "  find the copy made for 001 as an old backup and are asked to delete it)"
 
 baslik "dogrula: both packages against their manifests"
 calistir dogrula-Demo2009 dogrula 'D:\Yedek\Demo2009'
