@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 
 namespace px::demo {
 namespace {
@@ -48,9 +47,9 @@ std::string Basamaklar(Rastgele& r, int kac) {
 }
 
 std::string Numara(std::string_view onek, int64_t n) {
-  char buf[24];
-  std::snprintf(buf, sizeof buf, "%05lld", static_cast<long long>(n));
-  return std::string(onek) + buf;
+  std::string rakamlar = std::to_string(n);
+  if (rakamlar.size() < 5) rakamlar.insert(0, 5 - rakamlar.size(), '0');
+  return std::string(onek) + rakamlar;
 }
 
 std::string Aciklama(Rastgele& r) {
