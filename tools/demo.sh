@@ -29,8 +29,8 @@ baslik() { printf '\n=== %s\n' "$*"; }
 calistir() {
   local log="$demo/logs/$1.log"
   shift
-  "$bin" "$@" 2>"$log" | sed 's/^/  /'
-  local rc=${PIPESTATUS[0]}
+  local rc=0
+  "$bin" "$@" 2>"$log" | sed 's/^/  /' || rc=$?
   if [ -s "$log" ]; then
     echo "  $(wc -l <"$log") lines of messages in ${log#"$PWD"/}; the boxes:"
     awk '/^== .* ==$/ {kutu = 1; baslik = $0; metin = ""; next}
