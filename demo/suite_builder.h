@@ -9,8 +9,8 @@
 //   C/Pergonix/<module>/Data[/<company>[/<year>]]/<database>.mdb, and the extra files
 //
 // Every value comes from generators seeded by database, table, company and year, so two
-// builds hold the same rows (the files differ only in the creation times Jet records). Each database is written in one transaction: a failed build
-// leaves whole files only.
+// builds hold the same rows (the files differ only in the creation times Jet records). Each
+// database is written in one transaction: a failed build leaves whole files only.
 
 #include <cstdint>
 #include <string>
