@@ -3,12 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <map>
 
 #include "jet/catalog.h"
 #include "jet/database.h"
+#include "jet/index_reader.h"
 #include "jet/writer.h"
 #include "platform/files.h"
 #include "platform/text_case.h"
+#include "support/samples.h"
 #include "support/temp_folder.h"
 
 namespace px::jet {
@@ -88,6 +92,47 @@ TEST(CatalogOrder, ADatabaseListsItsTablesInNameIndexOrder) {
   ASSERT_TRUE(db.ok()) << db.status().ToString();
   EXPECT_EQ(UserTables(**db), kJetOrder);
   EXPECT_EQ((*db)->UserTableNames(), kJetOrder);
+}
+
+// Files Access and ADOX made carry the order in their own (ParentId, Name) index of
+// MSysObjects: within each ADOX type our order must be the index's.
+TEST(CatalogOrder, SamplesListTablesInTheOrderOfTheirOwnNameIndex) {
+  int checked = 0;
+  for (const char* file :
+       {"adox_jet4.mdb", "empty2003.mdb", "indexTestV2000.mdb", "bigIndexTestV2000.mdb",
+        "testV2000.mdb", "testV1997.mdb", "indexTestV1997.mdb", "overflowTestV1997.mdb"}) {
+    const std::string path = testing::SamplePath(std::string("mdb/") + file);
+    if (!std::filesystem::exists(path)) continue;
+    auto db = Database::Open(path);
+    ASSERT_TRUE(db.ok()) << db.status().ToString();
+    const CatalogEntry* objects = (*db)->FindTable("MSysObjects");
+    ASSERT_NE(objects, nullptr) << file;
+    auto def = (*db)->ReadDefinition(*objects);
+    ASSERT_TRUE(def.ok()) << def.status().ToString();
+    const LogicalIndex* by_name = nullptr;
+    for (const LogicalIndex& li : def->logical_indexes) {
+      if (li.name == "ParentIdName") by_name = &li;
+    }
+    ASSERT_NE(by_name, nullptr) << file;
+    auto cursor = IndexEntryCursor::Open((*db)->pager(), (*db)->format(), def->page,
+                                         def->real_indexes[by_name->real_index], file);
+    ASSERT_TRUE(cursor.ok()) << cursor.status().ToString();
+    // Index order, then grouped by type as ADOX groups them.
+    std::map<std::string, std::vector<std::string>> from_index, ours;
+    IndexLeafEntry entry;
+    for (;;) {
+      auto more = cursor->Next(entry);
+      ASSERT_TRUE(more.ok()) << more.status().ToString();
+      if (!*more) break;
+      for (const CatalogEntry& e : (*db)->tables()) {
+        if (e.location == entry.row) from_index[e.adox_type].push_back(e.name);
+      }
+    }
+    for (const CatalogEntry& e : (*db)->tables()) ours[e.adox_type].push_back(e.name);
+    EXPECT_EQ(ours, from_index) << file;
+    ++checked;
+  }
+  if (checked == 0) GTEST_SKIP() << "no sample databases under " PX_SHARED_DIR;
 }
 
 }  // namespace
