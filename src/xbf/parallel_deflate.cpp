@@ -2,6 +2,10 @@
 
 #include <zlib.h>
 
+#if PX_HAVE_LIBDEFLATE
+#include <libdeflate.h>
+#endif
+
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
@@ -24,7 +28,79 @@ struct Job {
   bool done = false;
 };
 
-// Raw deflate of one block with a preset dictionary; sync-flushed unless last.
+#if PX_HAVE_LIBDEFLATE
+// libdeflate compresses a whole buffer about half again as fast as zlib at the same level,
+// but only into a complete deflate stream and without a preset dictionary. Each block is
+// therefore compressed on its own and then made to continue: zlib's inflate walks the
+// block headers (Z_BLOCK) to find the final block, whose "last" bit is cleared, and an empty
+// stored block (3 zero header bits, padding, 00 00 FF FF) takes the stream to a byte
+// boundary, as a sync flush does. The last job of the file stays final.
+struct BlockPosition {
+  size_t byte = 0;
+  int bit = 0;  // 0 = least significant
+};
+
+Status MakeContinuable(std::string& out) {
+  z_stream z{};
+  if (inflateInit2(&z, -15) != Z_OK) return Status::IOError("cannot start zlib");
+  std::string sink(size_t{64} << 10, '\0');
+  z.next_in = reinterpret_cast<Bytef*>(out.data());
+  z.avail_in = uInt(out.size());
+  BlockPosition last_header;  // the first block starts at bit 0 of byte 0
+  int unused_at_end = 0;
+  int rc = Z_OK;
+  while (rc == Z_OK) {
+    z.next_out = reinterpret_cast<Bytef*>(sink.data());
+    z.avail_out = uInt(sink.size());
+    rc = inflate(&z, Z_BLOCK);
+    const size_t used = out.size() - z.avail_in;
+    if (rc == Z_OK && (z.data_type & 128)) {
+      // At a block boundary. After the final block: the unused bits of the last byte are
+      // padding. Otherwise the next header starts after them.
+      const int unused = z.data_type & 7;
+      if (z.data_type & 64) {
+        unused_at_end = unused;
+      } else {
+        last_header = unused ? BlockPosition{used - 1, 8 - unused} : BlockPosition{used, 0};
+      }
+    }
+  }
+  const bool whole = rc == Z_STREAM_END && z.avail_in == 0;
+  inflateEnd(&z);
+  if (!whole || last_header.byte >= out.size()) {
+    return Status::IOError("a compressed block does not read back");
+  }
+  out[last_header.byte] = char(out[last_header.byte] & ~(1 << last_header.bit));
+  // The end: unused high bits of the last byte are zero; the stored block's header takes 3.
+  out.back() = char(out.back() & ((1 << (8 - unused_at_end)) - 1));
+  if (unused_at_end < 3) out += '\0';
+  out.append("\0\0\xFF\xFF", 4);
+  return Status::Ok();
+}
+
+Status DeflateBlock(Job& job, int level) {
+  struct Compressor {
+    libdeflate_compressor* c = nullptr;
+    int level = -1;
+    ~Compressor() { libdeflate_free_compressor(c); }
+  };
+  thread_local Compressor compressor;
+  if (compressor.level != level) {
+    libdeflate_free_compressor(compressor.c);
+    compressor.c = libdeflate_alloc_compressor(level);
+    compressor.level = level;
+  }
+  if (!compressor.c) return Status::IOError("cannot start libdeflate");
+  job.output.resize(libdeflate_deflate_compress_bound(compressor.c, job.input.size()));
+  const size_t n = libdeflate_deflate_compress(compressor.c, job.input.data(), job.input.size(),
+                                               job.output.data(), job.output.size());
+  if (n == 0) return Status::IOError("libdeflate could not compress a block");
+  job.output.resize(n);
+  return job.last ? Status::Ok() : MakeContinuable(job.output);
+}
+#else
+// Raw deflate of one block with the 32 KB before it as preset dictionary; sync-flushed
+// unless last.
 Status DeflateBlock(Job& job, int level) {
   z_stream z{};
   if (deflateInit2(&z, level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
@@ -45,6 +121,7 @@ Status DeflateBlock(Job& job, int level) {
   deflateEnd(&z);
   return ok ? Status::Ok() : Status::IOError("zlib could not compress a block");
 }
+#endif
 
 }  // namespace
 

@@ -1,11 +1,12 @@
 #pragma once
 // A package-file compressor that runs deflate on several threads yet writes ONE zlib stream
-// (RFC 1950), as pigz does: the input is cut into blocks; each block is deflated on a worker
-// with the 32 KB before it as preset dictionary and ends with a sync flush (the last with the
-// final block), so the raw outputs concatenate into one deflate stream; the caller's thread
-// adds the zlib header and the Adler-32 of the whole input, and writes the blocks in order.
-// Any zlib inflater reads the result. Memory is bounded: at most 2 × threads blocks of input
-// and their outputs are in flight, whatever the size of the file.
+// (RFC 1950), as pigz does: the input is cut into blocks, each deflated on a worker so that
+// the raw outputs concatenate into one deflate stream (every block but the file's last ends
+// on a byte boundary without the "last block" mark); the caller's thread adds the zlib
+// header and the Adler-32 of the whole input, and writes the blocks in order. With libdeflate
+// a block is compressed on its own; with zlib alone, with the 32 KB before it as preset
+// dictionary and a sync flush. Any zlib inflater reads the result. Memory is bounded: at
+// most 2 x threads blocks of input and their outputs are in flight, whatever the file size.
 
 #include <memory>
 
@@ -16,7 +17,7 @@ namespace px::xbf {
 
 class ParallelDeflateSink : public ByteSink {
  public:
-  static constexpr size_t kBlockSize = size_t{128} << 10;
+  static constexpr size_t kBlockSize = size_t{512} << 10;
 
   // `threads` 0: the hardware's count (at least 2). `out` must outlive the sink and is only
   // written from the thread that calls Write() and Finish().
