@@ -184,7 +184,7 @@ ParallelDeflateSink::~ParallelDeflateSink() {
 Result<std::unique_ptr<ParallelDeflateSink>> ParallelDeflateSink::Create(ByteSink& out, int level,
                                                                          unsigned threads) {
   if (level < 0 || level > 9) return Status::InvalidArgument("zlib level out of range");
-  if (threads == 0) threads = std::max(2u, std::thread::hardware_concurrency());
+  if (threads == 0) threads = std::max(4u, std::thread::hardware_concurrency());
   auto s = std::make_unique<State>();
   s->out = &out;
   s->level = level;

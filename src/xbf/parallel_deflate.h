@@ -19,7 +19,8 @@ class ParallelDeflateSink : public ByteSink {
  public:
   static constexpr size_t kBlockSize = size_t{512} << 10;
 
-  // `threads` 0: the hardware's count (at least 2). `out` must outlive the sink and is only
+  // `threads` 0: the hardware's count, at least 4 (on a busy machine more workers get more
+  // of it; on an idle one they cost next to nothing). `out` must outlive the sink and is only
   // written from the thread that calls Write() and Finish().
   static Result<std::unique_ptr<ParallelDeflateSink>> Create(ByteSink& out, int level,
                                                              unsigned threads = 0);
