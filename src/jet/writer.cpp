@@ -383,7 +383,7 @@ class WriterImpl final : public Writer {
     }
     def.owned_map = {maps_page, 0};
     def.free_map = {maps_page, 1};
-    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def, db_->text_code_page()));
     const double now = OleNow();
     PX_ASSIGN_OR_RETURN(TableDef objects, Definition(kMSysObjectsPage, "MSysObjects"));
     PX_RETURN_IF_ERROR(
@@ -486,7 +486,7 @@ class WriterImpl final : public Writer {
     def.columns.push_back(std::move(c));
     writers_.erase(def.page);
     field_columns_.erase(def.page);
-    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def, db_->text_code_page()));
     if (spec.autoincrement && jt.type == coltype::kLong && def.row_count > 0) {
       PX_RETURN_IF_ERROR(NumberExistingRows(*e, def.columns.back().number));
     }
@@ -513,7 +513,7 @@ class WriterImpl final : public Writer {
     writers_.erase(e.tdef_page());
     PX_ASSIGN_OR_RETURN(TableDef def, Definition(e.tdef_page(), e.name));
     def.autonumber_last = uint32_t(std::max<int64_t>(next, int32_t(def.autonumber_last)));
-    return StoreTableDef(*store_, def);
+    return StoreTableDef(*store_, def, db_->text_code_page());
   }
 
   // Sets properties of one column in the table's property blob (MSysObjects.LvProp),
@@ -618,7 +618,7 @@ class WriterImpl final : public Writer {
     if (def.row_count > 0) PX_RETURN_IF_ERROR(FillIndex(*e, def, def.real_indexes.size() - 1));
     writers_.erase(def.page);
     field_columns_.erase(def.page);
-    return StoreTableDef(*store_, def);
+    return StoreTableDef(*store_, def, db_->text_code_page());
   }
 
   // Enters every row of the table in a new, empty index; a unique index refuses a value
