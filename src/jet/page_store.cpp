@@ -28,6 +28,11 @@ std::string SpillFileBeside(const std::string& host_path) {
   return temp.substr(0, temp.size() - 4) + ".pages.tmp";
 }
 
+std::string ScratchFileBeside(const std::string& host_path) {
+  std::string temp = platform::TempNameBeside(host_path);
+  return temp.substr(0, temp.size() - 4) + ".runs.tmp";
+}
+
 std::string LdbPathOf(const std::string& host_path) {
   const std::string name = FileNameOf(host_path);
   const size_t dot = name.find_last_of('.');
@@ -75,10 +80,48 @@ PageStore::PageStore(platform::FileLayer& files, std::string path, std::string d
 
 PageStore::~PageStore() {
   pager_->SetOverlay(nullptr);
+  DropTemporaries();
+}
+
+void PageStore::DropTemporaries() {
   if (spill_ != nullptr) {
     spill_.reset();
     (void)files_.Remove(SpillFileBeside(path_));
   }
+  spill_end_ = 0;
+  if (scratch_ != nullptr) {
+    scratch_.reset();
+    (void)files_.Remove(ScratchFileBeside(path_));
+  }
+  scratch_end_ = 0;
+}
+
+Result<uint64_t> PageStore::AppendScratch(Bytes bytes) {
+  if (scratch_ == nullptr) {
+    auto file = files_.Open(ScratchFileBeside(path_), platform::OpenMode::kCreateAlways);
+    if (!file.ok()) {
+      return file.status().WithContext(display_name_ + ": cannot set index entries aside");
+    }
+    scratch_ = std::move(*file);
+    scratch_end_ = 0;
+  }
+  Status st = scratch_->WriteAt(scratch_end_, bytes);
+  if (!st.ok()) return st.WithContext(display_name_ + ": cannot set index entries aside");
+  const uint64_t at = scratch_end_;
+  scratch_end_ += bytes.size();
+  return at;
+}
+
+Status PageStore::ReadScratch(uint64_t offset, MutableBytes out) {
+  if (scratch_ == nullptr || offset + out.size() > scratch_end_) {
+    return Status::Corruption(display_name_ + ": index entries set aside end before offset " +
+                              std::to_string(offset + out.size()));
+  }
+  PX_ASSIGN_OR_RETURN(size_t n, scratch_->ReadAt(offset, out));
+  if (n != out.size()) {
+    return Status::IOError(scratch_->path() + ": ends at offset " + std::to_string(offset + n));
+  }
+  return Status::Ok();
 }
 
 Status PageStore::LockAndOpenBase() {
@@ -415,11 +458,7 @@ Status PageStore::Commit() {
   overlay_.clear();
   resident_order_.clear();
   resident_ = 0;
-  if (spill_ != nullptr) {
-    spill_.reset();
-    (void)files_.Remove(SpillFileBeside(path_));
-  }
-  spill_end_ = 0;
+  DropTemporaries();
   committed_freed_ = freed_;
   // The committed file is the new base; taking its lock can race only with a program that
   // opens it in the instant after the rename.
@@ -431,11 +470,7 @@ void PageStore::Rollback() {
   overlay_.clear();
   resident_order_.clear();
   resident_ = 0;
-  if (spill_ != nullptr) {
-    spill_.reset();
-    (void)files_.Remove(SpillFileBeside(path_));
-  }
-  spill_end_ = 0;
+  DropTemporaries();
   page_count_ = committed_page_count_;
   freed_ = committed_freed_;
   pager_->Refresh();

@@ -109,6 +109,11 @@ class PageStore final : public PageOverlay {
   // PageOverlay
   Result<PageData> Lookup(uint32_t number) override;
 
+  // Scratch space for sorted index entries (writable_pages.h): ".~NAME.runs.tmp" beside
+  // the database, made at the first append and removed when the transaction ends.
+  Result<uint64_t> AppendScratch(Bytes bytes);
+  Status ReadScratch(uint64_t offset, MutableBytes out);
+
   // Pages of the overlay in memory and spilled (tests and benchmarks).
   size_t resident_pages() const { return resident_; }
   size_t spilled_pages() const;
@@ -128,6 +133,7 @@ class PageStore final : public PageOverlay {
   Status MarkGlobal(uint32_t number, bool free);
   Status WriteNewFile(const std::string& temp);
   Status ReadBase(uint32_t number, MutableBytes out);
+  void DropTemporaries();
   std::string Where(uint32_t number) const;
 
   platform::FileLayer& files_;
@@ -145,6 +151,8 @@ class PageStore final : public PageOverlay {
   size_t resident_ = 0;
   std::unique_ptr<platform::File> spill_;
   uint64_t spill_end_ = 0;
+  std::unique_ptr<platform::File> scratch_;
+  uint64_t scratch_end_ = 0;
   std::vector<uint32_t> freed_;  // freed in this store's lifetime, reusable
   std::vector<uint32_t> committed_freed_;
 };
@@ -160,6 +168,11 @@ class PageStorePages final : public WritablePages {
   Result<MutableBytes> Modify(uint32_t page) override;
   Result<uint32_t> Allocate() override;
   Status Free(uint32_t page) override { return store_.Free(page); }
+  bool has_scratch() const override { return true; }
+  Result<uint64_t> AppendScratch(Bytes bytes) override { return store_.AppendScratch(bytes); }
+  Status ReadScratch(uint64_t offset, MutableBytes out) override {
+    return store_.ReadScratch(offset, out);
+  }
 
  private:
   PageStore& store_;
@@ -169,6 +182,8 @@ class PageStorePages final : public WritablePages {
 
 // The spill file of a database at `host_path`: ".~NAME.pages.tmp" beside it.
 std::string SpillFileBeside(const std::string& host_path);
+// The scratch file of a database at `host_path`: ".~NAME.runs.tmp" beside it.
+std::string ScratchFileBeside(const std::string& host_path);
 // Jet's lock file of a database: the same name with ".ldb" for its extension.
 std::string LdbPathOf(const std::string& host_path);
 
