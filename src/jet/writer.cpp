@@ -217,6 +217,7 @@ class WriterImpl final : public Writer {
   template <typename F>
   Status Step(F&& change, bool catalog = true) {
     if (catalog) {
+      insert_target_ = {};
       Status flushed = FlushIndexes();
       if (!flushed.ok()) {
         if (!in_transaction_) (void)Discard();
@@ -247,6 +248,7 @@ class WriterImpl final : public Writer {
   }
 
   Status Discard() {
+    insert_target_ = {};
     store_->Rollback();
     append_.clear();
     writers_.clear();
@@ -701,18 +703,25 @@ class WriterImpl final : public Writer {
   }
 
   Status DoInsert(const std::string& table, std::span<const Value> values) {
-    PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
-    auto cached = field_columns_.find(e->tdef_page());
-    if (cached == field_columns_.end()) {
-      PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
-      cached = field_columns_.emplace(e->tdef_page(), std::move(schema.columns)).first;
+    // Rows inserted one after another name the same table: its writer and field order are
+    // kept until the catalog changes.
+    if (insert_target_.writer == nullptr || insert_target_.table != table) {
+      PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
+      auto cached = field_columns_.find(e->tdef_page());
+      if (cached == field_columns_.end()) {
+        PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
+        cached = field_columns_.emplace(e->tdef_page(), std::move(schema.columns)).first;
+      }
+      PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+      insert_target_ = {table, e->name, w, &cached->second};
     }
-    const std::vector<int>& columns = cached->second;
+    const std::vector<int>& columns = *insert_target_.columns;
     if (values.size() != columns.size()) {
-      return Status::InvalidArgument(Where(e->name) + ": " + std::to_string(values.size()) +
-                                     " values for " + std::to_string(columns.size()) + " fields");
+      return Status::InvalidArgument(Where(insert_target_.name) + ": " +
+                                     std::to_string(values.size()) + " values for " +
+                                     std::to_string(columns.size()) + " fields");
     }
-    PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+    TableWriter* w = insert_target_.writer;
     by_column_.assign(w->definition().columns.size(), Value(Null{}));
     std::vector<Value>& by_column = by_column_;
     for (size_t i = 0; i < columns.size(); ++i) by_column[size_t(columns[i])] = values[i];
@@ -730,6 +739,12 @@ class WriterImpl final : public Writer {
   std::set<uint32_t> verified_tables_;
   std::map<uint32_t, std::vector<int>> field_columns_;  // field order of each table
   std::vector<Value> by_column_;
+  struct InsertTarget {
+    std::string table;                          // as the caller named it
+    std::string name;                           // as the catalog spells it
+    TableWriter* writer = nullptr;              // in writers_
+    const std::vector<int>* columns = nullptr;  // in field_columns_
+  } insert_target_;
   VerifiedCharacters verified_;
   bool in_transaction_ = false;
   std::map<uint32_t, AppendState> append_;
