@@ -21,21 +21,22 @@ int Compare(Bytes a, Bytes b) {
   return a.size() < b.size() ? -1 : (a.size() > b.size() ? 1 : 0);
 }
 
-// The sorted buffer of an EntryRuns.
+// The sorted buffer of an EntryRuns: (offset, length) slots into its bytes.
+template <typename Slot>
 class SlotStream final : public EntryStream {
  public:
-  SlotStream(const std::vector<uint8_t>& buffer, std::vector<std::pair<uint32_t, uint16_t>> slots)
-      : buffer_(buffer), slots_(std::move(slots)) {}
+  SlotStream(const std::vector<uint8_t>& buffer, const std::vector<Slot>& slots)
+      : buffer_(buffer), slots_(slots) {}
   Result<bool> Next(Bytes& entry) override {
     if (next_ >= slots_.size()) return false;
-    entry = Bytes(buffer_.data() + slots_[next_].first, slots_[next_].second);
+    entry = Bytes(buffer_.data() + slots_[next_].at, slots_[next_].length);
     ++next_;
     return true;
   }
 
  private:
   const std::vector<uint8_t>& buffer_;
-  std::vector<std::pair<uint32_t, uint16_t>> slots_;
+  const std::vector<Slot>& slots_;
   size_t next_ = 0;
 };
 
@@ -168,16 +169,28 @@ void EntryRuns::SortBuffer() {
 
 Status EntryRuns::WriteRun() {
   SortBuffer();
+  const bool scratch = pages_->has_scratch();
+  // To the scratch file a chunk at a time (its appends follow one another).
   std::vector<uint8_t> run;
-  run.reserve(buffer_.size() + kLengthSize * slots_.size());
+  uint64_t start = 0;
+  uint64_t total = 0;
+  auto write_out = [&]() -> Status {
+    if (run.empty()) return Status::Ok();
+    PX_ASSIGN_OR_RETURN(uint64_t at, pages_->AppendScratch(run));
+    if (total == 0) start = at;
+    total += run.size();
+    run.clear();
+    return Status::Ok();
+  };
   for (const Slot& s : slots_) {
     const uint8_t length[2] = {uint8_t(s.length), uint8_t(s.length >> 8)};
     run.insert(run.end(), length, length + 2);
     run.insert(run.end(), buffer_.begin() + s.at, buffer_.begin() + s.at + s.length);
+    if (scratch && run.size() >= kRunChunk) PX_RETURN_IF_ERROR(write_out());
   }
-  if (pages_->has_scratch()) {
-    PX_ASSIGN_OR_RETURN(uint64_t at, pages_->AppendScratch(run));
-    runs_.push_back({at, run.size(), false});
+  if (scratch) {
+    PX_RETURN_IF_ERROR(write_out());
+    runs_.push_back({start, total, false});
   } else {
     runs_.push_back({0, run.size(), true});
     memory_runs_.push_back(std::move(run));
@@ -195,10 +208,7 @@ Result<std::unique_ptr<EntryStream>> EntryRuns::Sorted() {
     const uint8_t* memory = r.in_memory ? memory_runs_[memory_run++].data() : nullptr;
     inputs.push_back(std::make_unique<RunStream>(*pages_, r.offset, r.bytes, memory));
   }
-  std::vector<std::pair<uint32_t, uint16_t>> slots;
-  slots.reserve(slots_.size());
-  for (const Slot& s : slots_) slots.emplace_back(s.at, s.length);
-  inputs.push_back(std::make_unique<SlotStream>(buffer_, std::move(slots)));
+  inputs.push_back(std::make_unique<SlotStream<Slot>>(buffer_, slots_));
   return MergeStreams(std::move(inputs));
 }
 

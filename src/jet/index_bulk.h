@@ -39,7 +39,7 @@ class EntryStream {
 class EntryRuns {
  public:
   // Buffer bytes held before a run is written out.
-  static constexpr size_t kDefaultBufferBytes = size_t{4} << 20;
+  static constexpr size_t kDefaultBufferBytes = size_t{2} << 20;
 
   explicit EntryRuns(WritablePages& pages, size_t buffer_bytes = kDefaultBufferBytes)
       : pages_(&pages), buffer_bytes_(buffer_bytes) {}
