@@ -231,5 +231,33 @@ TEST_F(BulkIndexTest, UniqueAndRequiredViolationsAreRefused) {
   ExpectSound(path_, 400);
 }
 
+// A Jet 3 file Access wrote (its index pages take one-byte prefixes): rows that go between
+// and after the 512 there are merged into its indexes.
+TEST(BulkIndexJet3, RowsMergeIntoAnAccessWrittenIndex) {
+  const std::filesystem::path sample =
+      std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb" / "compIndexTestV1997.mdb";
+  if (!std::filesystem::exists(sample)) GTEST_SKIP() << "no sample " << sample;
+  TempFolder dir;
+  const std::string path = dir.str() + "/jet3.mdb";
+  std::filesystem::copy_file(sample, path);
+  {
+    auto w = Writer::Open(platform::SystemFiles(), path);
+    ASSERT_TRUE(w.ok()) << w.status().ToString();
+    ASSERT_TRUE((*w)->Begin().ok());
+    for (int64_t i = 0; i < 600; ++i) {
+      std::vector<Value> row = {i * 7 % 1000, "kod " + std::to_string(i), std::string("abc")};
+      Status st = (*w)->InsertRow("Table1", row);
+      ASSERT_TRUE(st.ok()) << st.ToString();
+    }
+    Status st = (*w)->Commit();
+    ASSERT_TRUE(st.ok()) << st.ToString();
+  }
+  auto db = Database::Open(path);
+  ASSERT_TRUE(db.ok()) << db.status().ToString();
+  IntegrityReport report = CheckDatabase(**db);
+  EXPECT_TRUE(report.ok()) << report.findings.front();
+  EXPECT_GE(report.index_entries, 1112u);
+}
+
 }  // namespace
 }  // namespace px::jet
