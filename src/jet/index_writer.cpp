@@ -335,7 +335,9 @@ class LeafStream final : public EntryStream {
   Result<bool> Next(Bytes& entry) override {
     while (at_ >= page_.entries.size()) {
       if (next_page_ == 0) return false;
-      if (++visited_ > kMaxIndexPages) return Status::Corruption(where_ + ": leaf chain loops");
+      if (++visited_ > pages_.page_count()) {
+        return Status::Corruption(pages_.file_name() + ": " + where_ + ": leaf chain loops");
+      }
       const uint32_t number = next_page_;
       PX_ASSIGN_OR_RETURN(Bytes b, pages_.Read(number));
       const std::string where =
@@ -402,6 +404,12 @@ Result<IndexWriter::Merged> IndexWriter::Rebuild(EntryStream& news,
                           std::equal(key.begin(), key.end(), previous.begin());
     if (same_key && std::equal(entry.begin(), entry.end(), previous.begin())) {
       return Corrupt(index_.root_page, "entry is in the index already");
+    }
+    // The leaves of a damaged index may be out of order: the new pages would hide it.
+    if (!first && !same_key &&
+        !std::lexicographical_compare(previous.begin(), previous.end(), entry.begin(),
+                                      entry.end())) {
+      return Corrupt(index_.root_page, "index entries out of key order");
     }
     if (same_key && held_once(key)) {
       out.duplicate = EntryBytes(entry.begin(), entry.end());
