@@ -10,23 +10,6 @@ namespace px::jet {
 
 namespace {
 
-// Jet 4's compressed form of UTF-16LE text (FF FE, then one byte per character) when every
-// character is below U+0100 and none is U+0000; otherwise the text as it is.
-std::vector<uint8_t> CompressedUnicode(std::vector<uint8_t> plain, bool compress) {
-  const size_t chars = plain.size() / 2;
-  bool compressible = compress && chars > 2;
-  for (size_t k = 0; compressible && k < chars; ++k) {
-    compressible = plain[2 * k + 1] == 0 && plain[2 * k] != 0;
-  }
-  if (!compressible) return plain;
-  std::vector<uint8_t> out;
-  out.reserve(2 + chars);
-  out.push_back(0xFF);
-  out.push_back(0xFE);
-  for (size_t k = 0; k < chars; ++k) out.push_back(plain[2 * k]);
-  return out;
-}
-
 constexpr uint8_t kNumericNegative = 0x80;
 constexpr uint8_t kMaxNumericDigits = 28;
 constexpr int64_t kCurrencyScale = 10000;
@@ -192,7 +175,7 @@ Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, 
     }
     const bool compress = (c.extra_flags & kColExtraCompressedUnicode) != 0 &&
                           (!memo || units <= kMaxCompressedMemoChars);
-    return CompressedUnicode(std::move(*plain), compress);
+    return CompressJet4Text(std::move(*plain), compress);
   }
   const int cp = IsSupportedCodePage(c.code_page) ? c.code_page : code_page;
   auto bytes = EncodeCodePage(cp, *s);
