@@ -3,23 +3,24 @@
 //
 // Insert: AutoNumber columns take the next counter value when Null (a given value is
 // stored as given and the counter moves past it); values are encoded, the index keys made
-// and checked (a required index refuses Null, a unique one refuses a key it holds already)
-// before anything is written. Long values go inline when small and the row has room,
-// otherwise into LVAL rows (long_value_writer.h). The row goes to the first page of the
+// and checked (a required index refuses Null; a unique one a key it holds already, see
+// below for when) before anything is written. Long values go inline when small and the row has
+// room, otherwise into LVAL rows (long_value_writer.h). The row goes to the first page of the
 // table's free-space map that takes it, else to a new page entered in the owned and
 // free-space maps; a page that cannot take a row leaves the free-space map. The table
 // definition gains its row count and AutoNumber counter.
 //
 // With TableWriterOptions::defer_index_entries, index entries of inserted rows wait in a
-// sorted buffer per index (EntryRuns, spilling to
-// the scratch file beside the database) until FlushIndexes(), which the writer calls before
-// a commit and which every other change here calls first. A few entries against a large
-// index go in one B-tree insert at a time; otherwise the index is merged with them and laid
-// out anew (IndexWriter::Rebuild). Unique keys of inserted rows are therefore checked at the
-// flush, not at Insert: a violation (against a row already there or among the new rows)
-// fails the flush naming the table, the index and the value, and leaves the index half
-// changed, so the transaction must be rolled back; the file itself never sees it. The
-// flush also sets the indexes' distinct-key counts.
+// sorted buffer per index (EntryRuns, spilling to the scratch file beside the database)
+// until FlushIndexes(), which the writer calls before a commit and which Update calls
+// first (DeleteAll drops them with their rows). A few entries against a large index go in
+// one B-tree insert at a time; otherwise the index is merged with them and laid out anew
+// (IndexWriter::Rebuild). Unique keys of inserted rows are therefore checked at the flush,
+// not at Insert: a violation (against a row already there or among the new rows) fails the
+// flush naming the table, the index and the value, and leaves the index half changed, so
+// the transaction must be rolled back; the file itself never sees it. The flush also sets
+// the indexes' distinct-key counts. Without the option each entry goes into its B-tree at
+// once and Insert refuses a unique key itself.
 //
 // DeleteAll: every row of the owned pages is dropped with its long values (an LVAL page
 // left without live rows is freed); the table's data pages are emptied and kept, listed in
