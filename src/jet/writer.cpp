@@ -125,6 +125,14 @@ class WriterImpl final : public Writer {
     if (!in_transaction_) {
       return Status::InvalidArgument(store_->name() + ": no transaction is open");
     }
+    // A unique key held twice shows when the indexes take their waiting entries; the
+    // transaction cannot be saved then and is rolled back, leaving the file as it was.
+    Status flushed = FlushIndexes();
+    if (!flushed.ok()) {
+      in_transaction_ = false;
+      (void)Discard();
+      return flushed;
+    }
     PX_RETURN_IF_ERROR(store_->Commit());
     in_transaction_ = false;
     return Status::Ok();
@@ -209,10 +217,21 @@ class WriterImpl final : public Writer {
   // One change: on its own it commits, in a transaction it waits for Commit(). A failure
   // outside a transaction leaves nothing behind; inside one it spoils the transaction.
   // `catalog`: the change may alter the catalog, which is read again after it.
+  // Changes of tables and columns read definitions and indexes: the indexes take their
+  // waiting entries first.
   template <typename F>
   Status Step(F&& change, bool catalog = true) {
+    if (catalog) {
+      insert_target_ = {};
+      Status flushed = FlushIndexes();
+      if (!flushed.ok()) {
+        if (!in_transaction_) (void)Discard();
+        return flushed;
+      }
+    }
     if (!in_transaction_) {
       Status st = change();
+      if (st.ok()) st = FlushIndexes();
       if (st.ok()) st = store_->Commit();
       if (!st.ok()) {
         (void)Discard();
@@ -225,7 +244,16 @@ class WriterImpl final : public Writer {
     return catalog ? db_->ReloadCatalog() : Status::Ok();
   }
 
+  Status FlushIndexes() {
+    for (auto& [page, w] : writers_) {
+      Status st = w->FlushIndexes();
+      if (!st.ok()) return st;
+    }
+    return Status::Ok();
+  }
+
   Status Discard() {
+    insert_target_ = {};
     store_->Rollback();
     append_.clear();
     writers_.clear();
@@ -336,6 +364,7 @@ class WriterImpl final : public Writer {
     PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
     TableWriterOptions options;
     options.code_page = db_->text_code_page();
+    options.defer_index_entries = true;
     const JetFormat& f = store_->format();
     options.index_key = [this, &f, name = e->name](
                             const TableDef& d, const RealIndex& index,
@@ -635,8 +664,9 @@ class WriterImpl final : public Writer {
     return StoreTableDef(*store_, def, db_->text_code_page());
   }
 
-  // Enters every row of the table in a new, empty index; a unique index refuses a value
-  // twice and a required one a Null, naming the table, the index and the value.
+  // Enters every row of the table in a new, empty index, sorted and laid out in one pass; a
+  // unique index refuses a value twice and a required one a Null, naming the table and
+  // the index.
   Status FillIndex(const CatalogEntry& e, TableDef& def, size_t real) {
     const JetFormat& f = store_->format();
     RealIndex& index = def.real_indexes[real];
@@ -645,6 +675,7 @@ class WriterImpl final : public Writer {
     IndexWriter writer(pages_, f, def.page, index, "index " + labels.index + " of table " + e.name);
     std::vector<int> all(def.columns.size());
     for (size_t i = 0; i < all.size(); ++i) all[i] = int(i);
+    EntryRuns entries(pages_);
     PX_ASSIGN_OR_RETURN(auto reader, TableReader::Open(store_->pager(), f, db_->text_code_page(),
                                                        def, e.name, all, {}));
     Row row;
@@ -663,30 +694,48 @@ class WriterImpl final : public Writer {
       if (all_null && (index.flags & idxflag::kIgnoreNulls)) continue;
       PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, def, index, row, labels));
       PX_ASSIGN_OR_RETURN(std::vector<uint8_t> key, EncodeIndexKey(f, def, index, row, labels));
-      PX_ASSIGN_OR_RETURN(bool seen, writer.ContainsKey(key));
-      if (seen && index.unique()) {
-        return Status::InvalidArgument(what + ": the rows hold a value twice (" +
-                                       reader->last_row_place() + ")");
-      }
-      if (!seen) ++index.unique_entry_count;
-      PX_RETURN_IF_ERROR(writer.Insert(LeafEntry(key, reader->last_row_pointer())).status());
+      PX_RETURN_IF_ERROR(entries.Add(key, reader->last_row_pointer()));
     }
-    return reader->status();
+    PX_RETURN_IF_ERROR(reader->status());
+    // A unique index takes any number of keys whose columns are all Null.
+    std::vector<Value> nulls(def.columns.size(), Value(Null{}));
+    auto null_key = EncodeIndexKey(f, def, index, nulls, labels);
+    auto held_once = [&](Bytes key) {
+      return index.unique() && !(null_key.ok() && std::equal(key.begin(), key.end(),
+                                                             null_key->begin(), null_key->end()));
+    };
+    PX_ASSIGN_OR_RETURN(auto sorted, entries.Sorted());
+    PX_ASSIGN_OR_RETURN(IndexWriter::Merged merged, writer.Rebuild(*sorted, held_once));
+    if (merged.duplicate) {
+      const RowPointer at = EntryRowPointer(*merged.duplicate, true);
+      return Status::InvalidArgument(what + ": the rows hold a value twice (page " +
+                                     std::to_string(at.page) + " row " + std::to_string(at.row) +
+                                     ")");
+    }
+    index.unique_entry_count = merged.distinct_keys;
+    return Status::Ok();
   }
 
   Status DoInsert(const std::string& table, std::span<const Value> values) {
-    PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
-    auto cached = field_columns_.find(e->tdef_page());
-    if (cached == field_columns_.end()) {
-      PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
-      cached = field_columns_.emplace(e->tdef_page(), std::move(schema.columns)).first;
+    // Rows inserted one after another name the same table: its writer and field order are
+    // kept until the catalog changes.
+    if (insert_target_.writer == nullptr || insert_target_.table != table) {
+      PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
+      auto cached = field_columns_.find(e->tdef_page());
+      if (cached == field_columns_.end()) {
+        PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
+        cached = field_columns_.emplace(e->tdef_page(), std::move(schema.columns)).first;
+      }
+      PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+      insert_target_ = {table, e->name, w, &cached->second};
     }
-    const std::vector<int>& columns = cached->second;
+    const std::vector<int>& columns = *insert_target_.columns;
     if (values.size() != columns.size()) {
-      return Status::InvalidArgument(Where(e->name) + ": " + std::to_string(values.size()) +
-                                     " values for " + std::to_string(columns.size()) + " fields");
+      return Status::InvalidArgument(Where(insert_target_.name) + ": " +
+                                     std::to_string(values.size()) + " values for " +
+                                     std::to_string(columns.size()) + " fields");
     }
-    PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
+    TableWriter* w = insert_target_.writer;
     by_column_.assign(w->definition().columns.size(), Value(Null{}));
     std::vector<Value>& by_column = by_column_;
     for (size_t i = 0; i < columns.size(); ++i) by_column[size_t(columns[i])] = values[i];
@@ -704,6 +753,12 @@ class WriterImpl final : public Writer {
   std::set<uint32_t> verified_tables_;
   std::map<uint32_t, std::vector<int>> field_columns_;  // field order of each table
   std::vector<Value> by_column_;
+  struct InsertTarget {
+    std::string table;                          // as the caller named it
+    std::string name;                           // as the catalog spells it
+    TableWriter* writer = nullptr;              // in writers_
+    const std::vector<int>* columns = nullptr;  // in field_columns_
+  } insert_target_;
   VerifiedCharacters verified_;
   bool in_transaction_ = false;
   std::map<uint32_t, AppendState> append_;
