@@ -530,10 +530,20 @@ class WriterImpl final : public Writer {
     if (lv_prop < 0) return Status::Corruption(store_->name() + ": MSysObjects has no LvProp");
     std::vector<RowPart> parts(objects.columns.size());
     std::vector<uint8_t> old_descriptor;
+    // A catalog row that once grew (Jackcess writes such files) is found through its
+    // overflow pointer; its moved copy is the one rewritten.
+    RowPointer at = e.location;
+    for (int hop = 0; hop < 8; ++hop) {
+      PX_ASSIGN_OR_RETURN(Page page, store_->Get(at.page));
+      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, at.row, store_->name()));
+      if (!slot.lookup || slot.data.size() < 4) break;
+      at = DecodeRowPointer(LoadLe32(slot.data.data()));
+    }
+    const bool moved = at.page != e.location.page || at.row != e.location.row;
     {
-      PX_ASSIGN_OR_RETURN(Page page, store_->Get(e.location.page));
-      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, e.location.row, store_->name()));
-      if (slot.deleted || slot.lookup) {
+      PX_ASSIGN_OR_RETURN(Page page, store_->Get(at.page));
+      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, at.row, store_->name()));
+      if ((slot.deleted && !moved) || slot.lookup || slot.data.empty()) {
         return Status::NotSupported(what + ": the catalog row (" + e.place +
                                     ") has been moved; not supported yet");
       }
@@ -556,11 +566,11 @@ class WriterImpl final : public Writer {
           DeleteRowOnPage(*store_, DecodeRowPointer(LoadLe32(old_descriptor.data() + 4))));
     }
     parts[size_t(lv_prop)] = RowPart{true, false, std::move(descriptor)};
-    PX_ASSIGN_OR_RETURN(bool fits, ReplaceRowOnPage(*store_, e.location.page, e.location.row,
-                                                    AssembleRow(objects, parts)));
+    PX_ASSIGN_OR_RETURN(bool fits,
+                        ReplaceRowOnPage(*store_, at.page, at.row, AssembleRow(objects, parts)));
     if (!fits) {
       return Status::NotSupported(what + ": no room on the catalog page " +
-                                  std::to_string(e.location.page) + "; not supported yet");
+                                  std::to_string(at.page) + "; not supported yet");
     }
     return Status::Ok();
   }
