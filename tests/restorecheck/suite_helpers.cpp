@@ -185,10 +185,11 @@ std::vector<fs::path> Suit::Veritabanlari(const std::string& sirket, const std::
 
 std::vector<fs::path> Suit::ArtikGeciciler() const {
   std::vector<fs::path> out;
-  for (const fs::path& klasor : {kok_.path() / "C", Gecici()}) {
-    for (const auto& e : fs::recursive_directory_iterator(klasor)) {
-      if (e.path().filename().string().starts_with(".~")) out.push_back(e.path());
-    }
+  for (const auto& e : fs::recursive_directory_iterator(kok_.path() / "C")) {
+    if (e.path().filename().string().starts_with(".~")) out.push_back(e.path());
+  }
+  for (const auto& e : fs::directory_iterator(Gecici())) {
+    if (e.is_regular_file()) out.push_back(e.path());
   }
   return out;
 }

@@ -61,7 +61,8 @@ class Suit {
   fs::path Gecici() const { return kok_.path() / "tmp"; }
   // The module databases of one company and year below C:\Pergonix (module-wide ones too).
   std::vector<fs::path> Veritabanlari(const std::string& sirket, const std::string& yil) const;
-  // Files named ".~..." (temporaries of a write) anywhere below C: and in the staging folder.
+  // Files named ".~..." (temporaries of a write) anywhere below C:, and files left in the
+  // staging folder.
   std::vector<fs::path> ArtikGeciciler() const;
   // The files' bytes, by path.
   static std::map<fs::path, std::string> Baytlar(const std::vector<fs::path>& dosyalar);
