@@ -567,12 +567,22 @@ class WriterImpl final : public Writer {
       if (objects.columns[i].name == "LvProp") lv_prop = int(i);
     }
     if (lv_prop < 0) return Status::Corruption(store_->name() + ": MSysObjects has no LvProp");
-    // The row is copied out of its page: the page changes before the row is written back.
+    // A catalog row that once grew (Jackcess writes such files) is found through its
+    // overflow pointer; its moved copy is the one rewritten. The row is copied out of its
+    // page: the page changes before the row is written back.
+    RowPointer at = e.location;
+    for (int hop = 0; hop < 8; ++hop) {
+      PX_ASSIGN_OR_RETURN(Page page, store_->Get(at.page));
+      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, at.row, store_->name()));
+      if (!slot.lookup || slot.data.size() < 4) break;
+      at = DecodeRowPointer(LoadLe32(slot.data.data()));
+    }
+    const bool moved = at.page != e.location.page || at.row != e.location.row;
     std::vector<uint8_t> old_row;
     {
-      PX_ASSIGN_OR_RETURN(Page page, store_->Get(e.location.page));
-      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, e.location.row, store_->name()));
-      if (slot.deleted || slot.lookup) {
+      PX_ASSIGN_OR_RETURN(Page page, store_->Get(at.page));
+      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, at.row, store_->name()));
+      if ((slot.deleted && !moved) || slot.lookup || slot.data.empty()) {
         return Status::NotSupported(what + ": the catalog row (" + e.place +
                                     ") has been moved; not supported yet");
       }
@@ -599,10 +609,10 @@ class WriterImpl final : public Writer {
     cracked[size_t(lv_prop)] = ColumnData{false, false, descriptor};
     PX_ASSIGN_OR_RETURN(std::vector<uint8_t> row,
                         EncodeRow(f, objects, cracked, store_->name() + ": MSysObjects"));
-    PX_ASSIGN_OR_RETURN(bool fits, ReplaceRowOnPage(*store_, e.location.page, e.location.row, row));
+    PX_ASSIGN_OR_RETURN(bool fits, ReplaceRowOnPage(*store_, at.page, at.row, row));
     if (!fits) {
       return Status::NotSupported(what + ": no room on the catalog page " +
-                                  std::to_string(e.location.page) + "; not supported yet");
+                                  std::to_string(at.page) + "; not supported yet");
     }
     return Status::Ok();
   }
