@@ -398,7 +398,7 @@ TEST_F(WriterTest, RollbackLeavesTheFileIdenticalAndCommitKeepsEverything) {
   ASSERT_TRUE(w().Commit().ok());
   auto db = Database::Open(path_);
   ASSERT_TRUE(db.ok());
-  EXPECT_EQ((*db)->UserTableNames(), (std::vector<std::string>{"Kalici", "Gecici"}));
+  EXPECT_EQ((*db)->UserTableNames(), (std::vector<std::string>{"Gecici", "Kalici"}));
   EXPECT_FALSE(w().Commit().ok());
   EXPECT_FALSE(w().Rollback().ok());
 }
