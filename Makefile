@@ -69,7 +69,8 @@ test-wine: windows
 	$(WINE_ENV) tools/compare-wine.sh build/pergonix-yedek build-win/pergonix-yedek.exe
 
 demo: build
-	tools/demo.sh build/pergonix-yedek
+	cmake --build build -j $(JOBS) --target pergonix-demo-suite
+	tools/demo.sh build/pergonix-yedek build/pergonix-demo-suite
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')

@@ -67,13 +67,7 @@ class Parser {
       PX_ASSIGN_OR_RETURN(cond.column, Identifier());
       if (!in_.IsSymbol("=")) return in_.Error("only column = value conditions are supported");
       PX_RETURN_IF_ERROR(in_.Advance());
-      const Token& t = in_.current();
-      if (t.kind != TokenKind::kQuoted && t.kind != TokenKind::kNumber) {
-        return in_.Error("expected a literal");
-      }
-      cond.quoted = t.kind == TokenKind::kQuoted;
-      cond.literal = t.text;
-      PX_RETURN_IF_ERROR(in_.Advance());
+      PX_RETURN_IF_ERROR(in_.TakeLiteral(cond.literal, cond.quoted, "expected a literal"));
       out.push_back(std::move(cond));
       if (!in_.IsKeyword("AND")) return Status::Ok();
       PX_RETURN_IF_ERROR(in_.Advance());

@@ -126,4 +126,13 @@ Status TokenCursor::ExpectSymbol(std::string_view symbol) {
   return Advance();
 }
 
+Status TokenCursor::TakeLiteral(std::string& text, bool& quoted, const std::string& what) {
+  if (current_.kind != TokenKind::kQuoted && current_.kind != TokenKind::kNumber) {
+    return Error(what);
+  }
+  quoted = current_.kind == TokenKind::kQuoted;
+  text = current_.text;
+  return Advance();
+}
+
 }  // namespace px::db

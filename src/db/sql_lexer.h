@@ -53,6 +53,9 @@ class TokenCursor {
   bool AtEnd() const { return current_.kind == TokenKind::kEnd; }
   Status ExpectKeyword(std::string_view word);
   Status ExpectSymbol(std::string_view symbol);
+  // The text or number literal at the cursor (quotes removed), then advances past it;
+  // `what` is the error when something else stands there.
+  Status TakeLiteral(std::string& text, bool& quoted, const std::string& what);
 
   Status Error(const std::string& what) const { return lexer_.Error(what); }
 

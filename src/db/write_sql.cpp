@@ -119,13 +119,7 @@ class Parser {
     }
     if (!in_.IsSymbol("=")) return in_.Error("only = conditions are supported");
     PX_RETURN_IF_ERROR(in_.Advance());
-    const Token& t = in_.current();
-    if (t.kind != TokenKind::kQuoted && t.kind != TokenKind::kNumber) {
-      return in_.Error("expected a text or number after =");
-    }
-    c.quoted = t.kind == TokenKind::kQuoted;
-    c.literal = t.text;
-    PX_RETURN_IF_ERROR(in_.Advance());
+    PX_RETURN_IF_ERROR(in_.TakeLiteral(c.literal, c.quoted, "expected a text or number after ="));
     return c;
   }
 
