@@ -124,7 +124,7 @@ class GeriAlTest : public ::testing::Test {
                  },
                  kKok,
                  std::move(tur),
-                 (c_.path() / "tmp").string() + "/",
+                 "C:\\tmp\\",  // the staging folder, on the mapped drive
                  "",
                  {},
                  nullptr,
