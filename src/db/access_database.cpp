@@ -48,18 +48,18 @@ class AccessDatabase final : public Database, private TableStore {
   }
 
   Status CreateTable(std::string_view table) override {
-    fields_.clear();
+    ForgetFields();
     return writer_->CreateTable(table);
   }
 
   Status AppendColumn(std::string_view table, const NewColumn& column) override {
-    fields_.clear();
+    ForgetFields();
     return writer_->AddColumn(table, SpecOf(column));
   }
 
   Status AppendPrimaryKey(std::string_view table, std::string_view key_name,
                           std::string_view column) override {
-    fields_.clear();
+    ForgetFields();
     return writer_->AddPrimaryKey(table, key_name, column);
   }
 
@@ -90,7 +90,7 @@ class AccessDatabase final : public Database, private TableStore {
   Status Begin() override { return writer_->Begin(); }
   Status Commit() override { return writer_->Commit(); }
   Status Rollback() override {
-    fields_.clear();  // tables and columns made in the transaction are gone
+    ForgetFields();  // tables and columns made in the transaction are gone
     return writer_->Rollback();
   }
 
@@ -98,9 +98,11 @@ class AccessDatabase final : public Database, private TableStore {
   jet::Database& db() { return writer_->db(); }
 
   Result<const TableFields*> Fields(std::string_view table) override {
+    // Rows added one after another name the same table.
+    if (last_fields_ != nullptr && last_name_ == table) return last_fields_;
     std::string key = FoldCase(table);
     auto it = fields_.find(key);
-    if (it != fields_.end()) return &it->second;
+    if (it != fields_.end()) return Remember(table, &it->second);
     const jet::CatalogEntry* entry = db().FindTable(table);
     if (!entry) {
       return Status::NotFound("table " + std::string(table) + " not found in " + db().file_name());
@@ -108,7 +110,18 @@ class AccessDatabase final : public Database, private TableStore {
     PX_ASSIGN_OR_RETURN(jet::TableSchema schema, db().ReadSchema(*entry));
     auto [pos, added] =
         fields_.emplace(std::move(key), TableFields{schema.name, std::move(schema.fields)});
-    return &pos->second;
+    return Remember(table, &pos->second);
+  }
+
+  void ForgetFields() {
+    fields_.clear();
+    last_fields_ = nullptr;
+  }
+
+  const TableFields* Remember(std::string_view name, const TableFields* fields) {
+    last_name_ = std::string(name);
+    last_fields_ = fields;
+    return fields;
   }
 
   Status InsertRow(const std::string& table, std::span<const Value> values) override {
@@ -127,6 +140,8 @@ class AccessDatabase final : public Database, private TableStore {
   std::unique_ptr<jet::Writer> writer_;
   // Fields of the tables statements have named, until the next change of tables or columns.
   std::map<std::string, TableFields> fields_;
+  std::string last_name_;
+  const TableFields* last_fields_ = nullptr;  // in fields_, named last_name_
 };
 
 }  // namespace

@@ -297,16 +297,31 @@ Status InsertByFieldName(TableStore& store, std::string_view table_name,
     return Status::InvalidArgument("table " + table->name + ": " + std::to_string(fields.size()) +
                                    " fields but " + std::to_string(values.size()) + " values");
   }
+  // A restore names the same fields row after row: their places are looked up once. A
+  // remembered place counts only where the table still has the field by that exact name.
+  static thread_local std::vector<size_t> places;
+  bool known = places.size() == fields.size();
+  for (size_t k = 0; known && k < fields.size(); ++k) {
+    known = places[k] < table->fields.size() && table->fields[places[k]].name == fields[k].name;
+  }
+  if (!known) {
+    places.clear();
+    for (const FieldInfo& f : fields) {
+      auto i = FindField(table->fields, f.name, table->name);
+      if (!i.ok()) {
+        places.clear();
+        return Status::InvalidArgument("table " + table->name + " has no field " + f.name);
+      }
+      places.push_back(*i);
+    }
+  }
   Row row(table->fields.size(), Value(Null{}));
   for (size_t k = 0; k < fields.size(); ++k) {
-    auto i = FindField(table->fields, fields[k].name, table->name);
-    if (!i.ok()) {
-      return Status::InvalidArgument("table " + table->name + " has no field " + fields[k].name);
-    }
-    const FieldInfo& field = table->fields[*i];
+    const size_t i = places[k];
+    const FieldInfo& field = table->fields[i];
     auto v = CoerceToColumn(field, values[k]);
     if (!v.ok()) return ColumnError(table->name, field, v.status());
-    row[*i] = std::move(*v);
+    row[i] = std::move(*v);
   }
   for (size_t i = 0; i < row.size(); ++i) {
     PX_RETURN_IF_ERROR(CheckColumnValue(table->name, table->fields[i], row[i]));

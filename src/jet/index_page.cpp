@@ -14,14 +14,16 @@ size_t MaxPrefix(const JetFormat& f) {
 
 // Entries are in ascending order, so the first entry shares least with the last one; and
 // a later entry, being larger, always keeps at least one byte of its own.
-size_t CommonPrefix(const JetFormat& f, const std::vector<EntryBytes>& entries) {
-  if (entries.size() < 2) return 0;
-  const EntryBytes& first = entries.front();
-  const EntryBytes& last = entries.back();
+size_t CommonPrefix(const JetFormat& f, Bytes first, Bytes last) {
   const size_t n = std::min({first.size(), last.size() - 1, MaxPrefix(f)});
   size_t k = 0;
   while (k < n && first[k] == last[k]) ++k;
   return k;
+}
+
+size_t CommonPrefix(const JetFormat& f, const std::vector<EntryBytes>& entries) {
+  if (entries.size() < 2) return 0;
+  return CommonPrefix(f, entries.front(), entries.back());
 }
 
 size_t EntryArea(const JetFormat& f) {
@@ -30,12 +32,21 @@ size_t EntryArea(const JetFormat& f) {
 
 }  // namespace
 
+size_t IndexEntryArea(const JetFormat& f) {
+  return EntryArea(f);
+}
+
+size_t IndexEntriesBytes(const JetFormat& f, Bytes first, Bytes last, size_t total, size_t count) {
+  if (count < 2) return total;
+  return total - CommonPrefix(f, first, last) * (count - 1);
+}
+
 bool IndexPageFits(const JetFormat& f, const std::vector<EntryBytes>& entries) {
+  if (entries.empty()) return true;
   size_t total = 0;
   for (const auto& e : entries) total += e.size();
-  const size_t prefix = CommonPrefix(f, entries);
-  if (!entries.empty()) total -= prefix * (entries.size() - 1);
-  return total <= EntryArea(f);
+  return IndexEntriesBytes(f, entries.front(), entries.back(), total, entries.size()) <=
+         EntryArea(f);
 }
 
 Result<IndexPage> DecodeIndexPage(const JetFormat& f, Bytes page, const std::string& where) {

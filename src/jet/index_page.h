@@ -39,6 +39,11 @@ Result<IndexPage> DecodeIndexPage(const JetFormat& f, Bytes page, const std::str
 
 // True when the entries fit one page.
 bool IndexPageFits(const JetFormat& f, const std::vector<EntryBytes>& entries);
+// Bytes that `count` ascending entries of `total` bytes take on a page once the prefix
+// they share is stored once; `first` and `last` are the first and last of them.
+size_t IndexEntriesBytes(const JetFormat& f, Bytes first, Bytes last, size_t total, size_t count);
+// Room for entries on an index page.
+size_t IndexEntryArea(const JetFormat& f);
 
 // Lays the page out over `out` (page_size bytes); InvalidArgument when it does not fit.
 Status EncodeIndexPage(const JetFormat& f, const IndexPage& page, uint32_t owner, MutableBytes out);

@@ -32,8 +32,9 @@ class VerifiedCharacters {
   // character has a key; in another order when, in addition, every character occurred in a
   // verified key. NotSupported names the order and the first unproven character.
   Status MayEncode(TextOrder order, std::string_view utf8) const;
-  // MayEncode for every text column of `index` in a row (values indexed like def.columns);
-  // errors name the table and index.
+  // MayEncode for every text column of `index` in a row (values indexed like def.columns),
+  // General orders left to EncodeIndexKey, which refuses the same characters; errors name
+  // the table and index. Callers encode the key next.
   Status MayEncodeKey(const JetFormat& f, const TableDef& def, const RealIndex& index,
                       std::span<const Value> by_column, const KeyLabels& labels) const;
 

@@ -297,24 +297,133 @@ Status IndexWriter::Remove(const EntryBytes& entry) {
   return Status::Ok();
 }
 
-Status IndexWriter::Clear() {
-  cache_.clear();
+Result<std::vector<uint32_t>> IndexWriter::PagesBelowRoot() {
+  std::vector<uint32_t> out;
   std::vector<uint32_t> level = {index_.root_page};
-  size_t seen = 0;
-  while (!level.empty()) {
-    std::vector<uint32_t> below;
+  std::vector<uint32_t> below;
+  for (size_t depth = 0; !level.empty(); ++depth) {
+    if (depth > kMaxIndexDepth) return Corrupt(index_.root_page, "index deeper than its bound");
+    below.clear();
     for (uint32_t page : level) {
-      if (++seen > kMaxIndexPages) return Corrupt(page, "index has too many pages");
+      if (page != index_.root_page) out.push_back(page);
+      if (out.size() > kMaxIndexPages) return Corrupt(page, "index has too many pages");
+      PX_ASSIGN_OR_RETURN(Bytes b, pages_.Read(page));
+      if (b[0] == page_type::kIndexLeaf) continue;
       PX_ASSIGN_OR_RETURN(IndexPage * content, Load(page));
-      if (!content->leaf) {
-        for (const auto& e : content->entries) below.push_back(EntryChild(e));
-        if (content->tail != 0) below.push_back(content->tail);
-      }
-      if (page != index_.root_page) PX_RETURN_IF_ERROR(DropPage(page));
+      for (const auto& e : content->entries) below.push_back(EntryChild(e));
+      if (content->tail != 0) below.push_back(content->tail);
     }
-    level = std::move(below);
+    std::swap(level, below);
   }
+  return out;
+}
+
+Status IndexWriter::Clear() {
+  PX_ASSIGN_OR_RETURN(std::vector<uint32_t> pages, PagesBelowRoot());
+  for (uint32_t page : pages) PX_RETURN_IF_ERROR(DropPage(page));
+  cache_.clear();
   return Store(index_.root_page, IndexPage{});
+}
+
+namespace {
+
+// The entries of an index's leaves, first to last, a page at a time.
+class LeafStream final : public EntryStream {
+ public:
+  LeafStream(WritablePages& pages, const JetFormat& f, uint32_t first_leaf, std::string where)
+      : pages_(pages), f_(f), next_page_(first_leaf), where_(std::move(where)) {}
+  Result<bool> Next(Bytes& entry) override {
+    while (at_ >= page_.entries.size()) {
+      if (next_page_ == 0) return false;
+      if (++visited_ > pages_.page_count()) {
+        return Status::Corruption(pages_.file_name() + ": " + where_ + ": leaf chain loops");
+      }
+      const uint32_t number = next_page_;
+      PX_ASSIGN_OR_RETURN(Bytes b, pages_.Read(number));
+      const std::string where =
+          pages_.file_name() + ": page " + std::to_string(number) + ": " + where_;
+      if (b[0] != page_type::kIndexLeaf) return Status::Corruption(where + ": not a leaf page");
+      PX_ASSIGN_OR_RETURN(page_, DecodeIndexPage(f_, b, where));
+      next_page_ = page_.next;
+      at_ = 0;
+    }
+    entry = page_.entries[at_++];
+    return true;
+  }
+
+ private:
+  WritablePages& pages_;
+  const JetFormat& f_;
+  uint32_t next_page_;
+  std::string where_;
+  IndexPage page_;
+  size_t at_ = 0;
+  size_t visited_ = 0;
+};
+
+Bytes KeyOf(Bytes leaf_entry) {
+  return leaf_entry.first(leaf_entry.size() - kIndexRowPointerSize);
+}
+
+}  // namespace
+
+Result<IndexWriter::Merged> IndexWriter::Rebuild(EntryStream& news,
+                                                 const std::function<bool(Bytes key)>& held_once) {
+  PX_ASSIGN_OR_RETURN(std::vector<uint32_t> old_pages, PagesBelowRoot());
+  // The leftmost leaf: first children down from the root.
+  uint32_t first_leaf = index_.root_page;
+  for (size_t depth = 0;; ++depth) {
+    if (depth > kMaxIndexDepth) return Corrupt(first_leaf, "index deeper than its bound");
+    PX_ASSIGN_OR_RETURN(IndexPage * content, Load(first_leaf));
+    if (content->leaf) break;
+    const uint32_t child =
+        content->entries.empty() ? content->tail : EntryChild(content->entries.front());
+    if (child == 0 || child == first_leaf) return Corrupt(first_leaf, "node names no child page");
+    first_leaf = child;
+  }
+  cache_.clear();
+  std::vector<std::unique_ptr<EntryStream>> inputs;
+  inputs.push_back(std::make_unique<LeafStream>(pages_, f_, first_leaf, what_));
+  struct Borrowed final : EntryStream {
+    explicit Borrowed(EntryStream& s) : s(s) {}
+    Result<bool> Next(Bytes& entry) override { return s.Next(entry); }
+    EntryStream& s;
+  };
+  inputs.push_back(std::make_unique<Borrowed>(news));
+  auto merged = MergeStreams(std::move(inputs));
+  IndexPageBuilder builder(pages_, f_, table_page_, index_, what_);
+  Merged out;
+  EntryBytes previous;
+  bool first = true;
+  Bytes entry;
+  while (true) {
+    PX_ASSIGN_OR_RETURN(bool more, merged->Next(entry));
+    if (!more) break;
+    const Bytes key = KeyOf(entry);
+    const bool same_key = !first && previous.size() == entry.size() &&
+                          std::equal(key.begin(), key.end(), previous.begin());
+    if (same_key && std::equal(entry.begin(), entry.end(), previous.begin())) {
+      return Corrupt(index_.root_page, "entry is in the index already");
+    }
+    // The leaves of a damaged index may be out of order: the new pages would hide it.
+    if (!first && !same_key &&
+        !std::lexicographical_compare(previous.begin(), previous.end(), entry.begin(),
+                                      entry.end())) {
+      return Corrupt(index_.root_page, "index entries out of key order");
+    }
+    if (same_key && held_once(key)) {
+      out.duplicate = EntryBytes(entry.begin(), entry.end());
+      return out;
+    }
+    if (!same_key) ++out.distinct_keys;
+    PX_RETURN_IF_ERROR(builder.Add(entry));
+    previous.assign(entry.begin(), entry.end());
+    first = false;
+  }
+  PX_RETURN_IF_ERROR(builder.Finish());
+  for (uint32_t page : old_pages) PX_RETURN_IF_ERROR(DropPage(page));
+  cache_.clear();
+  return out;
 }
 
 }  // namespace px::jet

@@ -16,16 +16,21 @@
 // parent's entry for it is lowered to the new last entry.
 //
 // Every page added is entered in the index's used-pages map, every page freed leaves it.
+// Rebuild merges a sorted stream of new entries into the index in one pass.
+//
 // Memory: up to 256 decoded pages (the writer assumes it alone changes the index while it
 // lives; after a rollback of the store, make a new one).
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "core/result.h"
 #include "jet/format.h"
+#include "jet/index_bulk.h"
 #include "jet/index_page.h"
 #include "jet/tabledef.h"
 #include "jet/writable_pages.h"
@@ -51,6 +56,17 @@ class IndexWriter {
   // Every entry gone: the root becomes an empty leaf, every other page is freed.
   Status Clear();
 
+  // Merges `news` (ascending, none of them in the index) with the entries the index holds
+  // and lays the index out anew, bottom-up (index_bulk.h): the root stays where it is, the
+  // other old pages are freed once the new ones are written. `held_once(key)` tells the
+  // keys that may occur only once; the first one met twice stops the merge, with the index
+  // half rebuilt: the caller's transaction must be rolled back then.
+  struct Merged {
+    uint32_t distinct_keys = 0;
+    std::optional<EntryBytes> duplicate;  // a leaf entry whose key was met before
+  };
+  Result<Merged> Rebuild(EntryStream& news, const std::function<bool(Bytes key)>& held_once);
+
   const RealIndex& index() const { return index_; }
 
  private:
@@ -74,6 +90,8 @@ class IndexWriter {
   Result<uint32_t> NewPage();
   Status DropPage(uint32_t page);
   Status RemoveChild(std::vector<Step>& path, size_t level);
+  // Every page of the index but the root, read from the nodes.
+  Result<std::vector<uint32_t>> PagesBelowRoot();
   Status Corrupt(uint32_t page, const std::string& what) const;
 
   WritablePages& pages_;

@@ -28,6 +28,11 @@ std::string SpillFileBeside(const std::string& host_path) {
   return temp.substr(0, temp.size() - 4) + ".pages.tmp";
 }
 
+std::string ScratchFileBeside(const std::string& host_path) {
+  std::string temp = platform::TempNameBeside(host_path);
+  return temp.substr(0, temp.size() - 4) + ".runs.tmp";
+}
+
 std::string LdbPathOf(const std::string& host_path) {
   const std::string name = FileNameOf(host_path);
   const size_t dot = name.find_last_of('.');
@@ -75,10 +80,51 @@ PageStore::PageStore(platform::FileLayer& files, std::string path, std::string d
 
 PageStore::~PageStore() {
   pager_->SetOverlay(nullptr);
+  DropTemporaries();
+}
+
+void PageStore::DropTemporaries() {
+  resident_.clear();
+  resident_order_.clear();
+  spilled_.clear();
+  spilled_count_ = 0;
   if (spill_ != nullptr) {
     spill_.reset();
     (void)files_.Remove(SpillFileBeside(path_));
   }
+  if (scratch_ != nullptr) {
+    scratch_.reset();
+    (void)files_.Remove(ScratchFileBeside(path_));
+  }
+  scratch_end_ = 0;
+}
+
+Result<uint64_t> PageStore::AppendScratch(Bytes bytes) {
+  if (scratch_ == nullptr) {
+    auto file = files_.Open(ScratchFileBeside(path_), platform::OpenMode::kCreateAlways);
+    if (!file.ok()) {
+      return file.status().WithContext(display_name_ + ": cannot set index entries aside");
+    }
+    scratch_ = std::move(*file);
+    scratch_end_ = 0;
+  }
+  Status st = scratch_->WriteAt(scratch_end_, bytes);
+  if (!st.ok()) return st.WithContext(display_name_ + ": cannot set index entries aside");
+  const uint64_t at = scratch_end_;
+  scratch_end_ += bytes.size();
+  return at;
+}
+
+Status PageStore::ReadScratch(uint64_t offset, MutableBytes out) {
+  if (scratch_ == nullptr || offset + out.size() > scratch_end_) {
+    return Status::Corruption(display_name_ + ": index entries set aside end before offset " +
+                              std::to_string(offset + out.size()));
+  }
+  PX_ASSIGN_OR_RETURN(size_t n, scratch_->ReadAt(offset, out));
+  if (n != out.size()) {
+    return Status::IOError(scratch_->path() + ": ends at offset " + std::to_string(offset + n));
+  }
+  return Status::Ok();
 }
 
 Status PageStore::LockAndOpenBase() {
@@ -149,7 +195,7 @@ std::string PageStore::Where(uint32_t number) const {
 
 size_t PageStore::spilled_pages() const {
   size_t n = 0;
-  for (const auto& [number, slot] : overlay_) n += slot.mem == nullptr ? 1 : 0;
+  for (uint32_t p = 0; p < spilled_.size(); ++p) n += spilled_[p] && !resident_.count(p) ? 1 : 0;
   return n;
 }
 
@@ -165,57 +211,58 @@ Status PageStore::ReadBase(uint32_t number, MutableBytes out) {
   return Status::Ok();
 }
 
-Result<PageStore::Slot*> PageStore::Resident(uint32_t number) {
-  auto it = overlay_.find(number);
-  if (it == overlay_.end()) return nullptr;
-  Slot& slot = it->second;
-  if (slot.mem == nullptr) {
-    auto buf = std::make_shared<std::vector<uint8_t>>(page_size());
-    PX_ASSIGN_OR_RETURN(size_t n, spill_->ReadAt(uint64_t(slot.spill_offset), *buf));
-    if (n != buf->size()) {
-      return Status::IOError(Where(number) + ": the spill file " + spill_->path() +
-                             " ends inside the page");
-    }
-    slot.mem = std::move(buf);
-    ++resident_;
-    resident_order_.push_back(number);
-    PX_RETURN_IF_ERROR(SpillSome());
+Status PageStore::OpenSpill() {
+  if (spill_ != nullptr) return Status::Ok();
+  auto spill = files_.Open(SpillFileBeside(path_), platform::OpenMode::kCreateAlways);
+  if (!spill.ok()) {
+    return spill.status().WithContext(display_name_ + ": cannot set changed pages aside");
   }
-  return &slot;
+  spill_ = std::move(*spill);
+  return Status::Ok();
+}
+
+Result<PageStore::Slot*> PageStore::Resident(uint32_t number) {
+  if (auto it = resident_.find(number); it != resident_.end()) return &it->second;
+  if (!Spilled(number)) return nullptr;
+  auto buf = std::make_shared<std::vector<uint8_t>>(page_size());
+  PX_ASSIGN_OR_RETURN(size_t n, spill_->ReadAt(uint64_t(number) * page_size(), *buf));
+  if (n != buf->size()) {
+    return Status::IOError(Where(number) + ": the spill file " + spill_->path() +
+                           " ends inside the page");
+  }
+  Slot& slot = resident_[number];
+  slot.mem = std::move(buf);
+  resident_order_.push_back(number);
+  const std::shared_ptr<std::vector<uint8_t>> held = slot.mem;  // not spilled right away
+  PX_RETURN_IF_ERROR(SpillSome());
+  return &resident_.at(number);
 }
 
 Status PageStore::SpillSome() {
   const size_t limit = std::max<size_t>(options_.memory_bytes / page_size(), 8);
   // Each listed page is looked at once per call: held pages go to the back.
   size_t budget = resident_order_.size();
-  while (resident_ > limit && budget-- > 0) {
+  while (resident_.size() > limit && budget-- > 0) {
     const uint32_t number = resident_order_.front();
     resident_order_.pop_front();
-    auto it = overlay_.find(number);
-    if (it == overlay_.end() || it->second.mem == nullptr) continue;
+    auto it = resident_.find(number);
+    if (it == resident_.end()) continue;
     Slot& slot = it->second;
     if (slot.mem.use_count() > 1) {
       resident_order_.push_back(number);
       continue;
     }
-    if (spill_ == nullptr) {
-      auto spill = files_.Open(SpillFileBeside(path_), platform::OpenMode::kCreateAlways);
-      if (!spill.ok()) {
-        return spill.status().WithContext(display_name_ + ": cannot set changed pages aside");
+    if (slot.dirty || !Spilled(number)) {
+      PX_RETURN_IF_ERROR(OpenSpill());
+      Status written = spill_->WriteAt(uint64_t(number) * page_size(), *slot.mem);
+      if (!written.ok()) {
+        return written.WithContext(display_name_ + ": cannot set changed pages aside");
       }
-      spill_ = std::move(*spill);
-      spill_end_ = 0;
+      if (spilled_.size() <= number) spilled_.resize(size_t(number) + 1, false);
+      if (!spilled_[number]) ++spilled_count_;
+      spilled_[number] = true;
     }
-    if (slot.spill_offset < 0) {
-      slot.spill_offset = int64_t(spill_end_);
-      spill_end_ += page_size();
-    }
-    Status written = spill_->WriteAt(uint64_t(slot.spill_offset), *slot.mem);
-    if (!written.ok()) {
-      return written.WithContext(display_name_ + ": cannot set changed pages aside");
-    }
-    slot.mem.reset();
-    --resident_;
+    resident_.erase(it);
   }
   return Status::Ok();
 }
@@ -235,15 +282,15 @@ Result<MutablePage> PageStore::Modify(uint32_t number) {
   if (slot == nullptr) {
     auto buf = std::make_shared<std::vector<uint8_t>>(page_size());
     PX_RETURN_IF_ERROR(ReadBase(number, *buf));
-    Slot& added = overlay_[number];
+    Slot& added = resident_[number];
     added.mem = std::move(buf);
-    ++resident_;
+    added.dirty = true;
     resident_order_.push_back(number);
-    slot = &added;
-    MutablePage page(number, slot->mem);  // held: not spilled by the call below
+    MutablePage page(number, added.mem);  // held: not spilled by the call below
     PX_RETURN_IF_ERROR(SpillSome());
     return page;
   }
+  slot->dirty = true;
   return MutablePage(number, slot->mem);
 }
 
@@ -355,71 +402,71 @@ Status PageStore::Free(uint32_t number) {
   return Status::Ok();
 }
 
-Status PageStore::WriteNewFile(const std::string& temp) {
-  PX_ASSIGN_OR_RETURN(auto out, files_.Open(temp, platform::OpenMode::kCreateAlways));
+Status PageStore::CompleteSpill() {
+  PX_RETURN_IF_ERROR(OpenSpill());
+  // Runs of pages not in the spill file yet go out together.
   std::vector<uint8_t> chunk;
   chunk.reserve(kCopyChunkPages * page_size());
   uint64_t chunk_start = 0;
   auto flush = [&]() -> Status {
-    if (chunk.empty()) return Status::Ok();
-    PX_RETURN_IF_ERROR(out->WriteAt(chunk_start, chunk));
-    chunk_start += chunk.size();
+    if (!chunk.empty()) PX_RETURN_IF_ERROR(spill_->WriteAt(chunk_start, chunk));
     chunk.clear();
     return Status::Ok();
   };
   std::vector<uint8_t> page(page_size());
   for (uint32_t n = 0; n < page_count_; ++n) {
-    auto it = overlay_.find(n);
-    if (it == overlay_.end()) {
-      PX_RETURN_IF_ERROR(ReadBase(n, page));
-    } else if (it->second.mem != nullptr) {
-      std::memcpy(page.data(), it->second.mem->data(), page_size());
-    } else {
-      PX_ASSIGN_OR_RETURN(size_t got, spill_->ReadAt(uint64_t(it->second.spill_offset), page));
-      if (got != page.size()) {
-        return Status::IOError(Where(n) + ": the spill file ends inside the page");
-      }
+    auto it = resident_.find(n);
+    if (it == resident_.end() && Spilled(n)) {
+      PX_RETURN_IF_ERROR(flush());
+      continue;
     }
+    if (it == resident_.end()) {
+      PX_RETURN_IF_ERROR(ReadBase(n, page));
+    } else {
+      std::memcpy(page.data(), it->second.mem->data(), page_size());
+    }
+    if (chunk.empty()) chunk_start = uint64_t(n) * page_size();
     chunk.insert(chunk.end(), page.begin(), page.end());
     if (chunk.size() >= kCopyChunkPages * page_size()) PX_RETURN_IF_ERROR(flush());
   }
   PX_RETURN_IF_ERROR(flush());
-  return out->Sync();
+  PX_ASSIGN_OR_RETURN(uint64_t size, spill_->Size());
+  if (size > uint64_t(page_count_) * page_size()) {
+    PX_RETURN_IF_ERROR(spill_->Truncate(uint64_t(page_count_) * page_size()));
+  }
+  return spill_->Sync();
 }
 
 Status PageStore::Commit() {
   if (!changed()) return Status::Ok();
-  const std::string temp = platform::TempNameBeside(path_);
-  Status st = WriteNewFile(temp);
+  const std::string spill_path = SpillFileBeside(path_);
+  Status st = CompleteSpill();
   if (st.ok() && base_ == nullptr && files_.Exists(path_)) {
     st = Status::InvalidArgument(display_name_ + ": the file already exists");
   }
-  if (st.ok()) {
-    // The old file goes: let go of it (Windows cannot rename over an open file).
-    base_.reset();
-    lock_.reset();
-    st = files_.Rename(temp, path_);
-    if (!st.ok()) {
-      (void)files_.Remove(temp);
-      // The original is still in place: take it back.
-      if (committed_page_count_ > 0) {
-        Status back = LockAndOpenBase();
-        if (!back.ok()) return st.WithContext(back.message());
+  if (!st.ok()) return st.WithContext(display_name_ + ": the changes were not saved");
+  // The old file goes: let go of it (Windows cannot rename over an open file), and of the
+  // spill file, which becomes the database.
+  base_.reset();
+  lock_.reset();
+  spill_.reset();
+  st = files_.Rename(spill_path, path_);
+  if (!st.ok()) {
+    // The original is still in place: take it back, and the spill file with it.
+    Status back = Status::Ok();
+    if (committed_page_count_ > 0) back = LockAndOpenBase();
+    if (back.ok()) {
+      auto spill = files_.Open(spill_path, platform::OpenMode::kReadWrite);
+      if (spill.ok()) {
+        spill_ = std::move(*spill);
+      } else {
+        back = spill.status();
       }
-      return st.WithContext(display_name_ + ": the changes were not saved");
     }
-  } else {
-    (void)files_.Remove(temp);
+    if (!back.ok()) return st.WithContext(back.message());
     return st.WithContext(display_name_ + ": the changes were not saved");
   }
-  overlay_.clear();
-  resident_order_.clear();
-  resident_ = 0;
-  if (spill_ != nullptr) {
-    spill_.reset();
-    (void)files_.Remove(SpillFileBeside(path_));
-  }
-  spill_end_ = 0;
+  DropTemporaries();
   committed_freed_ = freed_;
   // The committed file is the new base; taking its lock can race only with a program that
   // opens it in the instant after the rename.
@@ -428,14 +475,7 @@ Status PageStore::Commit() {
 }
 
 void PageStore::Rollback() {
-  overlay_.clear();
-  resident_order_.clear();
-  resident_ = 0;
-  if (spill_ != nullptr) {
-    spill_.reset();
-    (void)files_.Remove(SpillFileBeside(path_));
-  }
-  spill_end_ = 0;
+  DropTemporaries();
   page_count_ = committed_page_count_;
   freed_ = committed_freed_;
   pager_->Refresh();

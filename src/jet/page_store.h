@@ -3,14 +3,16 @@
 //
 // Unchanged pages are read from the file; a page changed in the open transaction lives in
 // the overlay: in memory up to a bound, beyond it in a spill file beside the database
-// (".~NAME.pages.tmp", removed when the store closes). Readers see the overlay: the
-// store's Pager reads through it, so a Database built on pager() sees every uncommitted
-// change.
+// (".~NAME.pages.tmp", removed when the store closes). A spilled page goes to the place it
+// has in the database, so the spill file grows into the new file: pages appended in order
+// and spilled are written once. The overlay costs one bit per page of the database beside
+// the pages in memory. Readers see the overlay: the store's Pager reads through it, so a
+// Database built on pager() sees every uncommitted change.
 //
-// Commit() writes the whole new file beside the original (".~NAME.tmp": unchanged pages
-// copied, changed pages from the overlay), flushes it, renames it over the original and
-// flushes the folder. Until the rename the original is untouched; the rename is atomic. A
-// failure leaves the original as it was and the transaction open (Rollback() drops it).
+// Commit() completes the spill file (unchanged pages copied from the original, pages in
+// memory written), flushes it, renames it over the original and flushes the folder. Until
+// the rename the original is untouched; the rename is atomic. A failure leaves the original
+// as it was and the transaction open (Rollback() drops it).
 //
 // The file is locked for the store's lifetime (platform::FileLayer::LockExclusive), and a
 // file with Jet's ".ldb" lock file beside it is refused.
@@ -99,7 +101,9 @@ class PageStore final : public PageOverlay {
   Status Free(uint32_t number);
 
   // True when the open transaction has changed anything.
-  bool changed() const { return !overlay_.empty() || page_count_ != committed_page_count_; }
+  bool changed() const {
+    return !resident_.empty() || spilled_count_ != 0 || page_count_ != committed_page_count_;
+  }
   Status Commit();
   void Rollback();
 
@@ -109,25 +113,36 @@ class PageStore final : public PageOverlay {
   // PageOverlay
   Result<PageData> Lookup(uint32_t number) override;
 
+  // Scratch space for sorted index entries (writable_pages.h): ".~NAME.runs.tmp" beside
+  // the database, made at the first append and removed when the transaction ends.
+  Result<uint64_t> AppendScratch(Bytes bytes);
+  Status ReadScratch(uint64_t offset, MutableBytes out);
+
   // Pages of the overlay in memory and spilled (tests and benchmarks).
-  size_t resident_pages() const { return resident_; }
+  size_t resident_pages() const { return resident_.size(); }
   size_t spilled_pages() const;
 
  private:
   struct Slot {
-    std::shared_ptr<std::vector<uint8_t>> mem;  // null while spilled
-    int64_t spill_offset = -1;
+    std::shared_ptr<std::vector<uint8_t>> mem;
+    bool dirty = false;  // changed since it was last spilled (or never spilled)
   };
   class StoreSource;
 
   PageStore(platform::FileLayer& files, std::string path, std::string display_name,
             const JetFormat& format, PageStoreOptions options);
   Status LockAndOpenBase();
+  // The page in memory when the overlay has it (read back from the spill file if need be),
+  // else null.
   Result<Slot*> Resident(uint32_t number);
+  bool Spilled(uint32_t number) const { return number < spilled_.size() && spilled_[number]; }
+  Status OpenSpill();
   Status SpillSome();
   Status MarkGlobal(uint32_t number, bool free);
-  Status WriteNewFile(const std::string& temp);
+  // Writes every page the spill file lacks into it: the new database, flushed.
+  Status CompleteSpill();
   Status ReadBase(uint32_t number, MutableBytes out);
+  void DropTemporaries();
   std::string Where(uint32_t number) const;
 
   platform::FileLayer& files_;
@@ -140,11 +155,13 @@ class PageStore final : public PageOverlay {
   std::unique_ptr<Pager> pager_;
   uint32_t page_count_ = 0;
   uint32_t committed_page_count_ = 0;
-  std::unordered_map<uint32_t, Slot> overlay_;
-  std::list<uint32_t> resident_order_;  // oldest first; may list pages no longer resident
-  size_t resident_ = 0;
+  std::unordered_map<uint32_t, Slot> resident_;  // overlay pages in memory
+  std::list<uint32_t> resident_order_;           // oldest first; may list pages no longer resident
+  std::vector<bool> spilled_;                    // by page number: a copy sits in the spill file
+  size_t spilled_count_ = 0;
   std::unique_ptr<platform::File> spill_;
-  uint64_t spill_end_ = 0;
+  std::unique_ptr<platform::File> scratch_;
+  uint64_t scratch_end_ = 0;
   std::vector<uint32_t> freed_;  // freed in this store's lifetime, reusable
   std::vector<uint32_t> committed_freed_;
 };
@@ -160,6 +177,11 @@ class PageStorePages final : public WritablePages {
   Result<MutableBytes> Modify(uint32_t page) override;
   Result<uint32_t> Allocate() override;
   Status Free(uint32_t page) override { return store_.Free(page); }
+  bool has_scratch() const override { return true; }
+  Result<uint64_t> AppendScratch(Bytes bytes) override { return store_.AppendScratch(bytes); }
+  Status ReadScratch(uint64_t offset, MutableBytes out) override {
+    return store_.ReadScratch(offset, out);
+  }
 
  private:
   PageStore& store_;
@@ -169,6 +191,8 @@ class PageStorePages final : public WritablePages {
 
 // The spill file of a database at `host_path`: ".~NAME.pages.tmp" beside it.
 std::string SpillFileBeside(const std::string& host_path);
+// The scratch file of a database at `host_path`: ".~NAME.runs.tmp" beside it.
+std::string ScratchFileBeside(const std::string& host_path);
 // Jet's lock file of a database: the same name with ".ldb" for its extension.
 std::string LdbPathOf(const std::string& host_path);
 

@@ -19,6 +19,8 @@ namespace {
 
 constexpr size_t kOverflowPointerSize = 4;
 constexpr size_t kMaxChainRows = size_t(kLongValueLengthMask) / 64 + 2;
+// Waiting entries that always go into an index one B-tree insert at a time.
+constexpr uint64_t kFewEntries = 16;
 
 // Stops a ForEachMappedPage walk once the page looked for is found.
 Status Found() {
@@ -63,10 +65,12 @@ TableWriter::TableWriter(WritablePages& pages, const JetFormat& f, TableDef def,
       f_(f),
       def_(std::move(def)),
       name_(std::move(table_name)),
-      options_(std::move(options)) {
+      options_(std::move(options)),
+      direct_(!options_.defer_index_entries) {
   for (size_t i = 0; i < def_.real_indexes.size(); ++i) {
     indexes_.emplace_back(pages_, f_, def_.page, def_.real_indexes[i],
                           "index " + IndexName(i) + " of table " + name_);
+    pending_.emplace_back(pages_);
   }
 }
 
@@ -374,6 +378,10 @@ Result<RowPointer> TableWriter::PlaceRow(Bytes row, uint16_t flags) {
 Status TableWriter::AddIndexEntries(const Keys& keys, RowPointer row) {
   for (size_t r = 0; r < indexes_.size(); ++r) {
     if (keys.skip[r]) continue;
+    if (!direct_) {
+      PX_RETURN_IF_ERROR(pending_[r].Add(keys.key[r], row));
+      continue;
+    }
     PX_ASSIGN_OR_RETURN(bool distinct, indexes_[r].Insert(LeafEntry(keys.key[r], row)));
     if (distinct) ++def_.real_indexes[r].unique_entry_count;
   }
@@ -419,7 +427,8 @@ Status TableWriter::Insert(std::span<const Value> in) {
     const std::string where = "table " + name_;
     auto keys = MakeKeys(values, where);
     if (!keys.ok()) st = keys.status();
-    if (st.ok()) st = CheckUnique(*keys, values, nullptr);
+    // Waiting entries have their unique keys checked by FlushIndexes().
+    if (st.ok() && !options_.defer_index_entries) st = CheckUnique(*keys, values, nullptr);
     if (st.ok()) {
       // From here on the file changes; an error leaves it to the transaction to undo.
       PX_ASSIGN_OR_RETURN(auto row, BuildRow(values, where, {}));
@@ -536,10 +545,30 @@ Result<std::vector<Value>> TableWriter::DecodeRow(Bytes row, const std::string& 
   return values;
 }
 
-Result<uint64_t> TableWriter::DeleteAll() {
-  uint64_t deleted = 0;
-  std::vector<ColumnData> cracked;
-  Status st = ForEachMappedPage(
+Status TableWriter::ReadPlace(Bytes page, RowPointer id, uint16_t raw, Place& out) {
+  out.id = out.at = id;
+  out.lookup = (raw & kRowLookupFlag) != 0;
+  PX_ASSIGN_OR_RETURN(auto bounds, DataRowBounds(f_, page, id.row, Where(id.page)));
+  out.slot.assign(page.begin() + bounds.first, page.begin() + bounds.second);
+  if (!out.lookup) {
+    out.row = out.slot;
+    return Status::Ok();
+  }
+  if (out.slot.size() < kOverflowPointerSize) {
+    return Status::Corruption(Where(id.page) + ": overflow row " + std::to_string(id.row) +
+                              " is too short");
+  }
+  out.at = DecodeRowPointer(LoadLe32(out.slot.data()));
+  PX_ASSIGN_OR_RETURN(Bytes target, pages_.Read(out.at.page));
+  PX_ASSIGN_OR_RETURN(auto tb, DataRowBounds(f_, target, out.at.row, Where(out.at.page)));
+  out.row.assign(target.begin() + tb.first, target.begin() + tb.second);
+  return Status::Ok();
+}
+
+Status TableWriter::ForEachRow(const std::function<Status(Place&)>& visit,
+                               const std::function<Status(uint32_t page)>& page_done) {
+  Place place;
+  return ForEachMappedPage(
       pages_, f_, def_.owned_map, "owned pages of table " + name_, [&](uint32_t p) -> Status {
         PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(p));
         if (page[0] != page_type::kData || LoadLe32(&page[f_.data_owner]) != def_.page) {
@@ -550,38 +579,108 @@ Result<uint64_t> TableWriter::DeleteAll() {
           PX_ASSIGN_OR_RETURN(page, pages_.Read(p));
           const uint16_t raw = LoadLe16(&page[f_.data_row_table + 2 * size_t(r)]);
           if (raw & kRowDeletedFlag) continue;
-          RowPointer at{p, uint8_t(r)};
-          PX_ASSIGN_OR_RETURN(auto bounds, DataRowBounds(f_, page, r, Where(p)));
-          std::vector<uint8_t> row(page.begin() + bounds.first, page.begin() + bounds.second);
-          if (raw & kRowLookupFlag) {
-            if (row.size() < kOverflowPointerSize) {
-              return Status::Corruption(Where(p) + ": overflow row " + std::to_string(r) +
-                                        " is too short");
-            }
-            at = DecodeRowPointer(LoadLe32(row.data()));
-            PX_ASSIGN_OR_RETURN(Bytes target, pages_.Read(at.page));
-            PX_ASSIGN_OR_RETURN(auto tb, DataRowBounds(f_, target, at.row, Where(at.page)));
-            row.assign(target.begin() + tb.first, target.begin() + tb.second);
-          }
-          const std::string where = Where(at.page) + " row " + std::to_string(at.row);
-          PX_RETURN_IF_ERROR(CrackRow(f_, def_, row, cracked, where));
-          for (size_t i = 0; i < def_.columns.size(); ++i) {
-            if (IsLongValue(def_.columns[i]) && !cracked[i].null) {
-              PX_RETURN_IF_ERROR(
-                  FreeLongValue(i, cracked[i].bytes, where + " column " + def_.columns[i].name));
-            }
-          }
-          ++deleted;
+          PX_RETURN_IF_ERROR(ReadPlace(page, RowPointer{p, uint8_t(r)}, raw, place));
+          PX_RETURN_IF_ERROR(visit(place));
         }
-        PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(p));
-        InitDataPage(f_, out, def_.page);
-        if (def_.free_map.page != 0) {
-          PX_RETURN_IF_ERROR(UsageMapSet(pages_, f_, def_.free_map, p, true,
-                                         "free-space pages of table " + name_));
-        }
-        return Status::Ok();
+        return page_done ? page_done(p) : Status::Ok();
       });
-  PX_RETURN_IF_ERROR(st);
+}
+
+Status TableWriter::Duplicate(size_t real, Bytes leaf_entry) {
+  const std::string where = pages_.file_name() + ": table " + name_;
+  const RowPointer id = EntryRowPointer(EntryBytes(leaf_entry.begin(), leaf_entry.end()), true);
+  std::string value = "?";
+  auto page = pages_.Read(id.page);
+  if (page.ok() && page->size() > f_.data_row_table + 2 * size_t(id.row)) {
+    Place place;
+    const uint16_t raw = LoadLe16(&(*page)[f_.data_row_table + 2 * size_t(id.row)]);
+    if (ReadPlace(*page, id, raw, place).ok()) {
+      auto values = DecodeRow(place.row, where);
+      if (values.ok()) value = KeyText(real, *values);
+    }
+  }
+  return Status::InvalidArgument(where + ": index " + IndexName(real) +
+                                 " already holds the value " + value);
+}
+
+Status TableWriter::FlushIndex(size_t r) {
+  EntryRuns& pending = pending_[r];
+  IndexWriter& index = indexes_[r];
+  const RealIndex& def = def_.real_indexes[r];
+  // A unique index takes any number of keys whose columns are all Null.
+  std::vector<uint8_t> null_key;
+  bool has_null_key = false;
+  if (def.unique()) {
+    std::vector<Value> nulls(def_.columns.size(), Value(Null{}));
+    auto key = options_.index_key(def_, def, nulls);
+    if (key.ok()) {
+      null_key = std::move(*key);
+      has_null_key = true;
+    }
+  }
+  auto held_once = [&](Bytes key) {
+    return def.unique() &&
+           !(has_null_key && std::equal(key.begin(), key.end(), null_key.begin(), null_key.end()));
+  };
+  PX_ASSIGN_OR_RETURN(std::unique_ptr<EntryStream> news, pending.Sorted());
+  uint32_t& distinct = def_.real_indexes[r].unique_entry_count;
+  // A few entries against a large index: one B-tree insert each costs less than a rebuild.
+  const bool few = pending.size() <= kFewEntries || pending.size() * 64 < def_.row_count;
+  if (few) {
+    Bytes entry;
+    while (true) {
+      PX_ASSIGN_OR_RETURN(bool more, news->Next(entry));
+      if (!more) break;
+      const Bytes key = entry.first(entry.size() - kIndexRowPointerSize);
+      if (held_once(key)) {
+        PX_ASSIGN_OR_RETURN(bool taken, index.ContainsKey(key));
+        if (taken) return Duplicate(r, entry);
+      }
+      PX_ASSIGN_OR_RETURN(bool fresh, index.Insert(EntryBytes(entry.begin(), entry.end())));
+      if (fresh) ++distinct;
+    }
+  } else {
+    PX_ASSIGN_OR_RETURN(IndexWriter::Merged merged, index.Rebuild(*news, held_once));
+    if (merged.duplicate) return Duplicate(r, *merged.duplicate);
+    distinct = merged.distinct_keys;
+  }
+  pending.Clear();
+  return Status::Ok();
+}
+
+Status TableWriter::FlushIndexes() {
+  bool any = false;
+  for (size_t r = 0; r < indexes_.size(); ++r) {
+    if (pending_[r].empty()) continue;
+    PX_RETURN_IF_ERROR(FlushIndex(r));
+    any = true;
+  }
+  return any ? WriteCounters() : Status::Ok();
+}
+
+Result<uint64_t> TableWriter::DeleteAll() {
+  for (EntryRuns& pending : pending_) pending.Clear();  // their rows go too
+  uint64_t deleted = 0;
+  std::vector<ColumnData> cracked;
+  auto drop = [&](Place& place) -> Status {
+    const std::string where = Where(place.at.page) + " row " + std::to_string(place.at.row);
+    PX_RETURN_IF_ERROR(CrackRow(f_, def_, place.row, cracked, where));
+    for (size_t i = 0; i < def_.columns.size(); ++i) {
+      if (IsLongValue(def_.columns[i]) && !cracked[i].null) {
+        PX_RETURN_IF_ERROR(
+            FreeLongValue(i, cracked[i].bytes, where + " column " + def_.columns[i].name));
+      }
+    }
+    ++deleted;
+    return Status::Ok();
+  };
+  auto empty_page = [&](uint32_t p) -> Status {
+    PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(p));
+    InitDataPage(f_, out, def_.page);
+    if (def_.free_map.page == 0) return Status::Ok();
+    return UsageMapSet(pages_, f_, def_.free_map, p, true, "free-space pages of table " + name_);
+  };
+  PX_RETURN_IF_ERROR(ForEachRow(drop, empty_page));
   insert_page_ = 0;
   for (size_t r = 0; r < indexes_.size(); ++r) {
     PX_RETURN_IF_ERROR(indexes_[r].Clear());
@@ -594,96 +693,81 @@ Result<uint64_t> TableWriter::DeleteAll() {
 
 Result<uint64_t> TableWriter::Update(
     const std::function<Result<bool>(std::vector<Value>& values)>& change) {
+  PX_RETURN_IF_ERROR(FlushIndexes());
+  // Each rewritten row checks its unique keys against the index at once.
+  struct Direct {
+    bool& flag;
+    bool was;
+    ~Direct() { flag = was; }
+  } direct{direct_, direct_};
+  direct_ = true;
   uint64_t changed = 0;
   std::vector<ColumnData> cracked;
-  Status st = ForEachMappedPage(
-      pages_, f_, def_.owned_map, "owned pages of table " + name_, [&](uint32_t p) -> Status {
-        PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(p));
-        if (page[0] != page_type::kData || LoadLe32(&page[f_.data_owner]) != def_.page) {
-          return Status::Corruption(Where(p) + ": owned page is not one of its data pages");
-        }
-        const uint16_t count = LoadLe16(&page[f_.data_row_count]);
-        for (uint16_t r = 0; r < count; ++r) {
-          PX_ASSIGN_OR_RETURN(page, pages_.Read(p));
-          const uint16_t raw = LoadLe16(&page[f_.data_row_table + 2 * size_t(r)]);
-          if (raw & kRowDeletedFlag) continue;
-          const RowPointer id{p, uint8_t(r)};
-          RowPointer at = id;
-          PX_ASSIGN_OR_RETURN(auto bounds, DataRowBounds(f_, page, r, Where(p)));
-          std::vector<uint8_t> slot(page.begin() + bounds.first, page.begin() + bounds.second);
-          std::vector<uint8_t> old_row = slot;
-          const bool lookup = (raw & kRowLookupFlag) != 0;
-          if (lookup) {
-            if (slot.size() < kOverflowPointerSize) {
-              return Status::Corruption(Where(p) + ": overflow row " + std::to_string(r) +
-                                        " is too short");
-            }
-            at = DecodeRowPointer(LoadLe32(slot.data()));
-            PX_ASSIGN_OR_RETURN(Bytes target, pages_.Read(at.page));
-            PX_ASSIGN_OR_RETURN(auto tb, DataRowBounds(f_, target, at.row, Where(at.page)));
-            old_row.assign(target.begin() + tb.first, target.begin() + tb.second);
-          }
-          const std::string where = Where(p) + " row " + std::to_string(r);
-          PX_ASSIGN_OR_RETURN(std::vector<Value> old_values, DecodeRow(old_row, where));
-          std::vector<Value> values = old_values;
-          PX_ASSIGN_OR_RETURN(bool rewrite, change(values));
-          if (!rewrite) continue;
-          if (values.size() != def_.columns.size()) {
-            return Status::InvalidArgument(where + ": update changed the number of values");
-          }
-          PX_ASSIGN_OR_RETURN(Keys old_keys, MakeKeys(old_values, where));
-          PX_ASSIGN_OR_RETURN(Keys keys, MakeKeys(values, where));
-          PX_RETURN_IF_ERROR(CheckUnique(keys, values, &old_keys));
-          // Long values that did not change keep their storage; the others are replaced.
-          PX_RETURN_IF_ERROR(CrackRow(f_, def_, old_row, cracked, where));
-          std::vector<ColumnData> keep(def_.columns.size());
-          for (size_t i = 0; i < def_.columns.size(); ++i) {
-            if (!IsLongValue(def_.columns[i]) || cracked[i].null) continue;
-            if (values[i] == old_values[i]) {
-              keep[i] = cracked[i];
-            } else {
-              PX_RETURN_IF_ERROR(FreeLongValue(i, cracked[i].bytes, where));
-            }
-          }
-          std::vector<std::vector<uint8_t>> kept_bytes(keep.size());
-          for (size_t i = 0; i < keep.size(); ++i) {
-            kept_bytes[i].assign(keep[i].bytes.begin(), keep[i].bytes.end());
-            keep[i].bytes = kept_bytes[i];
-          }
-          PX_ASSIGN_OR_RETURN(auto row, BuildRow(values, where, keep));
-          const bool pad = f_.row_count_size == 2 && row.size() < old_row.size();
-          if (row.size() == old_row.size() || pad) {
-            if (pad) {
-              std::vector<ColumnData> data;
-              PX_RETURN_IF_ERROR(CrackRow(f_, def_, row, data, where));
-              PX_ASSIGN_OR_RETURN(row, EncodeRow(f_, def_, data, where, old_row.size()));
-            }
-            PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(at.page));
-            PX_RETURN_IF_ERROR(OverwriteDataRow(f_, out, at.row, row, Where(at.page)));
-          } else {
-            if (slot.size() < kOverflowPointerSize) {
-              return Status::NotSupported(where + ": row of " + std::to_string(slot.size()) +
-                                          " bytes is too short to point to its new place");
-            }
-            PX_ASSIGN_OR_RETURN(RowPointer moved, PlaceRow(row, kRowDeletedFlag));
-            StoreLe32(slot.data(), EncodeRowPointer(moved));
-            PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(p));
-            PX_RETURN_IF_ERROR(OverwriteDataRow(f_, out, r, slot, Where(p)));
-            uint8_t* entry = &out[f_.data_row_table + 2 * size_t(r)];
-            StoreLe16(entry, uint16_t(LoadLe16(entry) | kRowLookupFlag));
-          }
-          for (size_t k = 0; k < indexes_.size(); ++k) {
-            if (old_keys.skip[k] == keys.skip[k] && old_keys.key[k] == keys.key[k]) {
-              old_keys.skip[k] = keys.skip[k] = true;  // unchanged: neither removed nor added
-            }
-          }
-          PX_RETURN_IF_ERROR(RemoveIndexEntries(old_keys, id));
-          PX_RETURN_IF_ERROR(AddIndexEntries(keys, id));
-          ++changed;
-        }
-        return Status::Ok();
-      });
-  PX_RETURN_IF_ERROR(st);
+  auto rewrite_row = [&](Place& place) -> Status {
+    const RowPointer id = place.id;
+    const RowPointer at = place.at;
+    const std::vector<uint8_t>& old_row = place.row;
+    const std::string where = Where(id.page) + " row " + std::to_string(id.row);
+    PX_ASSIGN_OR_RETURN(std::vector<Value> old_values, DecodeRow(old_row, where));
+    std::vector<Value> values = old_values;
+    PX_ASSIGN_OR_RETURN(bool rewrite, change(values));
+    if (!rewrite) return Status::Ok();
+    if (values.size() != def_.columns.size()) {
+      return Status::InvalidArgument(where + ": update changed the number of values");
+    }
+    PX_ASSIGN_OR_RETURN(Keys old_keys, MakeKeys(old_values, where));
+    PX_ASSIGN_OR_RETURN(Keys keys, MakeKeys(values, where));
+    PX_RETURN_IF_ERROR(CheckUnique(keys, values, &old_keys));
+    // Long values that did not change keep their storage; the others are replaced.
+    PX_RETURN_IF_ERROR(CrackRow(f_, def_, old_row, cracked, where));
+    std::vector<ColumnData> keep(def_.columns.size());
+    for (size_t i = 0; i < def_.columns.size(); ++i) {
+      if (!IsLongValue(def_.columns[i]) || cracked[i].null) continue;
+      if (values[i] == old_values[i]) {
+        keep[i] = cracked[i];
+      } else {
+        PX_RETURN_IF_ERROR(FreeLongValue(i, cracked[i].bytes, where));
+      }
+    }
+    std::vector<std::vector<uint8_t>> kept_bytes(keep.size());
+    for (size_t i = 0; i < keep.size(); ++i) {
+      kept_bytes[i].assign(keep[i].bytes.begin(), keep[i].bytes.end());
+      keep[i].bytes = kept_bytes[i];
+    }
+    PX_ASSIGN_OR_RETURN(auto row, BuildRow(values, where, keep));
+    const bool pad = f_.row_count_size == 2 && row.size() < old_row.size();
+    if (row.size() == old_row.size() || pad) {
+      if (pad) {
+        std::vector<ColumnData> data;
+        PX_RETURN_IF_ERROR(CrackRow(f_, def_, row, data, where));
+        PX_ASSIGN_OR_RETURN(row, EncodeRow(f_, def_, data, where, old_row.size()));
+      }
+      PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(at.page));
+      PX_RETURN_IF_ERROR(OverwriteDataRow(f_, out, at.row, row, Where(at.page)));
+    } else {
+      std::vector<uint8_t>& slot = place.slot;
+      if (slot.size() < kOverflowPointerSize) {
+        return Status::NotSupported(where + ": row of " + std::to_string(slot.size()) +
+                                    " bytes is too short to point to its new place");
+      }
+      PX_ASSIGN_OR_RETURN(RowPointer moved, PlaceRow(row, kRowDeletedFlag));
+      StoreLe32(slot.data(), EncodeRowPointer(moved));
+      PX_ASSIGN_OR_RETURN(MutableBytes out, pages_.Modify(id.page));
+      PX_RETURN_IF_ERROR(OverwriteDataRow(f_, out, id.row, slot, Where(id.page)));
+      uint8_t* entry = &out[f_.data_row_table + 2 * size_t(id.row)];
+      StoreLe16(entry, uint16_t(LoadLe16(entry) | kRowLookupFlag));
+    }
+    for (size_t k = 0; k < indexes_.size(); ++k) {
+      if (old_keys.skip[k] == keys.skip[k] && old_keys.key[k] == keys.key[k]) {
+        old_keys.skip[k] = keys.skip[k] = true;  // unchanged: neither removed nor added
+      }
+    }
+    PX_RETURN_IF_ERROR(RemoveIndexEntries(old_keys, id));
+    PX_RETURN_IF_ERROR(AddIndexEntries(keys, id));
+    ++changed;
+    return Status::Ok();
+  };
+  PX_RETURN_IF_ERROR(ForEachRow(rewrite_row, nullptr));
   PX_RETURN_IF_ERROR(WriteCounters());
   return changed;
 }

@@ -3,13 +3,24 @@
 //
 // Insert: AutoNumber columns take the next counter value when Null (a given value is
 // stored as given and the counter moves past it); values are encoded, the index keys made
-// and checked (a required index refuses Null, a unique one refuses a key it holds already)
-// before anything is written. Long values go inline when small and the row has room,
-// otherwise into LVAL rows (long_value_writer.h). The row goes to the first page of the
+// and checked (a required index refuses Null; a unique one a key it holds already, see
+// below for when) before anything is written. Long values go inline when small and the row has
+// room, otherwise into LVAL rows (long_value_writer.h). The row goes to the first page of the
 // table's free-space map that takes it, else to a new page entered in the owned and
-// free-space maps; a page that cannot take a row leaves the free-space map. Then each index
-// gains its entry, and the table definition its row count, AutoNumber counter and the
-// indexes' distinct-key counts.
+// free-space maps; a page that cannot take a row leaves the free-space map. The table
+// definition gains its row count and AutoNumber counter.
+//
+// With TableWriterOptions::defer_index_entries, index entries of inserted rows wait in a
+// sorted buffer per index (EntryRuns, spilling to the scratch file beside the database)
+// until FlushIndexes(), which the writer calls before a commit and which Update calls
+// first (DeleteAll drops them with their rows). A few entries against a large index go in
+// one B-tree insert at a time; otherwise the index is merged with them and laid out anew
+// (IndexWriter::Rebuild). Unique keys of inserted rows are therefore checked at the flush,
+// not at Insert: a violation (against a row already there or among the new rows) fails the
+// flush naming the table, the index and the value, and leaves the index half changed, so
+// the transaction must be rolled back; the file itself never sees it. The flush also sets
+// the indexes' distinct-key counts. Without the option each entry goes into its B-tree at
+// once and Insert refuses a unique key itself.
 //
 // DeleteAll: every row of the owned pages is dropped with its long values (an LVAL page
 // left without live rows is freed); the table's data pages are emptied and kept, listed in
@@ -23,7 +34,8 @@
 // Jet does; the row keeps its place and its index entries their row pointer. Index entries
 // whose key changed are replaced; unique keys are checked before the row is touched.
 //
-// Memory: a page and a row at a time; index changes hold one root-to-leaf path.
+// Memory: a page and a row at a time; index changes hold one root-to-leaf path, waiting
+// entries up to EntryRuns' bound per index.
 
 #include <cstdint>
 #include <functional>
@@ -53,6 +65,9 @@ IndexKeyFunction AccessIndexKeys(const JetFormat& f, std::string table_name);
 struct TableWriterOptions {
   int code_page = 1252;        // Jet 3 text of columns that name no code page of their own
   IndexKeyFunction index_key;  // required when the table has indexes
+  // Index entries of inserted rows wait for FlushIndexes() (see above); when false, each
+  // goes into its B-tree at once and unique keys are refused by Insert itself.
+  bool defer_index_entries = false;
 };
 
 class TableWriter {
@@ -62,8 +77,11 @@ class TableWriter {
                                                    TableDef def, std::string table_name,
                                                    TableWriterOptions options);
 
-  // One row, values indexed like definition().columns.
+  // One row, values indexed like definition().columns. Its index entries wait for
+  // FlushIndexes().
   Status Insert(std::span<const Value> values);
+  // Brings every index up to date with the rows inserted; refuses a unique key held twice.
+  Status FlushIndexes();
   // Every row; the number deleted.
   Result<uint64_t> DeleteAll();
   // Calls `change` on every row (values indexed like definition().columns) and rewrites the
@@ -108,6 +126,22 @@ class TableWriter {
   Status FreeLongValue(size_t column, Bytes descriptor, const std::string& where);
   Result<std::vector<uint8_t>> ReadLongValueBytes(Bytes descriptor, const std::string& where);
   Result<std::vector<Value>> DecodeRow(Bytes row, const std::string& where);
+  // A live row where the table lists it: `id` its slot, `at` where its bytes are (an
+  // overflow row's target), `slot` the bytes listed at `id`, `row` the row's own bytes.
+  struct Place {
+    RowPointer id;
+    RowPointer at;
+    std::vector<uint8_t> slot;
+    std::vector<uint8_t> row;
+    bool lookup = false;
+  };
+  // `raw` is the row's entry in its page's row table.
+  Status ReadPlace(Bytes page, RowPointer id, uint16_t raw, Place& out);
+  // Every live row of the owned pages, a page at a time; `page_done` after each page.
+  Status ForEachRow(const std::function<Status(Place&)>& visit,
+                    const std::function<Status(uint32_t page)>& page_done);
+  Status FlushIndex(size_t real);
+  Status Duplicate(size_t real, Bytes leaf_entry);
   Status AddIndexEntries(const Keys& keys, RowPointer row);
   Status RemoveIndexEntries(const Keys& keys, RowPointer row);
   Status WriteCounters();
@@ -121,6 +155,8 @@ class TableWriter {
   std::string name_;
   TableWriterOptions options_;
   std::vector<IndexWriter> indexes_;
+  std::vector<EntryRuns> pending_;              // per real index: entries of inserted rows
+  bool direct_ = false;                         // index entries go straight into the B-tree
   uint32_t insert_page_ = 0;                    // data page rows go to while it has room
   std::vector<LongValueMaps> long_value_maps_;  // per column (unused for other columns)
 };

@@ -143,6 +143,10 @@ Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8) {
 
 Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress) {
   PX_ASSIGN_OR_RETURN(std::vector<uint8_t> plain, EncodeUtf16Le(utf8));
+  return CompressJet4Text(std::move(plain), compress);
+}
+
+std::vector<uint8_t> CompressJet4Text(std::vector<uint8_t> plain, bool compress) {
   const size_t chars = plain.size() / 2;
   bool compressible = compress && chars > 2;
   for (size_t k = 0; compressible && k < chars; ++k) {

@@ -32,6 +32,8 @@ Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8);
 // in U+0001..U+00FF is stored compressed (FF FE, one byte a character); everything else is
 // plain UTF-16LE, which every reader accepts.
 Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress);
+// The same from text already in UTF-16LE.
+std::vector<uint8_t> CompressJet4Text(std::vector<uint8_t> utf16le, bool compress);
 
 // Number of UTF-16 code units of a UTF-8 string (what Jet 4 counts against a column's
 // size); nullopt when the UTF-8 is malformed.

@@ -164,18 +164,18 @@ Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, 
   if (s == nullptr) return WrongType(where, c, v, c.type == coltype::kMemo ? "Memo" : "Text");
   const bool memo = c.type == coltype::kMemo;
   if (f.text_is_unicode) {
-    auto units = Utf16Length(*s);
-    if (!units) return Refuse(where, c, "text is not valid UTF-8");
-    if (!memo && *units * 2 > c.length) {
+    // One pass over the text: its UTF-16 form gives the length and the compressed form.
+    auto plain = EncodeUtf16Le(*s);
+    if (!plain.ok()) return Refuse(where, c, "text is not valid UTF-8");
+    const size_t units = plain->size() / 2;
+    if (!memo && units * 2 > c.length) {
       return Refuse(where, c,
-                    "text of " + std::to_string(*units) + " characters exceeds the " +
+                    "text of " + std::to_string(units) + " characters exceeds the " +
                         std::to_string(c.length / 2) + " the column holds");
     }
     const bool compress = (c.extra_flags & kColExtraCompressedUnicode) != 0 &&
-                          (!memo || *units <= kMaxCompressedMemoChars);
-    auto bytes = EncodeJet4Text(*s, compress);
-    if (!bytes.ok()) return Refuse(where, c, bytes.status().message());
-    return std::move(*bytes);
+                          (!memo || units <= kMaxCompressedMemoChars);
+    return CompressJet4Text(std::move(*plain), compress);
   }
   const int cp = IsSupportedCodePage(c.code_page) ? c.code_page : code_page;
   auto bytes = EncodeCodePage(cp, *s);

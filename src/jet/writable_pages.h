@@ -27,6 +27,21 @@ class WritablePages {
   // Marks the page free in the global page map; its bytes are not read again.
   virtual Status Free(uint32_t page) = 0;
 
+  // Scratch space beside the database for sorted index entries (".~NAME.runs.tmp"),
+  // dropped when the transaction ends. A store without it (the default) keeps them in
+  // memory instead.
+  virtual bool has_scratch() const { return false; }
+  // Appends the bytes; where they start.
+  virtual Result<uint64_t> AppendScratch(Bytes bytes) {
+    (void)bytes;
+    return Status::NotSupported(file_name() + ": no scratch space");
+  }
+  virtual Status ReadScratch(uint64_t offset, MutableBytes out) {
+    (void)offset;
+    (void)out;
+    return Status::NotSupported(file_name() + ": no scratch space");
+  }
+
   // Replaces a whole page.
   Status Write(uint32_t page, Bytes bytes) {
     PX_ASSIGN_OR_RETURN(MutableBytes out, Modify(page));

@@ -82,8 +82,10 @@ class Writer {
 
   // One row; `values` in field order (as TableSchema::fields lists them), Null for
   // columns left out. A given AutoNumber value is stored as given and the counter moves
-  // past it; a Null AutoNumber takes the next counter value. Unique violations are refused
-  // before anything is written, naming the table, the index and the value.
+  // past it; a Null AutoNumber takes the next counter value. Index entries are merged into
+  // the indexes when the change is committed: a unique value held twice is refused then,
+  // naming the table, the index and the value; in a transaction Commit() fails with it and
+  // rolls the transaction back, leaving the file as it was.
   virtual Status InsertRow(std::string_view table, std::span<const Value> values) = 0;
   // "DELETE FROM t": every row, and the table's long values; the number of rows deleted.
   virtual Result<uint64_t> DeleteAll(std::string_view table) = 0;
