@@ -1,5 +1,6 @@
 #include "backup/yedekleme.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "backup/dosyalar.h"
@@ -12,6 +13,7 @@
 #include "platform/text_case.h"
 #include "xbf/parallel_deflate.h"
 #include "xbf/pbf.h"
+#include "xbf/read_ahead.h"
 #include "xbf/xbf_writer.h"
 
 namespace px::backup {
@@ -241,7 +243,8 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
     const std::string hedef_yol =
         SikistirmaSecili ? hedef + ad
                          : Birlestir(VeriKlasoru(hedef, modul, konum, sirket, yil), ad + ".xbf");
-    RowSource& kaynak = **satirlar;
+    // The table's pages are decoded on a thread of their own while this one writes XML.
+    xbf::ReadAheadRows kaynak(**satirlar);
     Row satir;
     if (!kaynak.Next(satir)) {
       if (!kaynak.status().ok()) return kaynak.status().WithContext(yol + ": table " + t.name);
@@ -260,11 +263,14 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
     xbf::XbfWriter yazici(deflate ? static_cast<xbf::ByteSink&>(*deflate)
                                   : static_cast<xbf::ByteSink&>(ozetli));
     PX_RETURN_IF_ERROR(yazici.Begin(kaynak.fields()));
+    // The total is the definition's row count; a count that falls short of the rows found
+    // is raised, so that the table shows as done only when it is.
     int64_t sayi = 0;
     do {
       PX_RETURN_IF_ERROR(yazici.WriteRow(satir));
       if (++sayi % kIlerlemeAdimi == 0) {
-        o_.op->SetTableProgress(modul_adi_, access_adi, t.name, sayi, -1);
+        o_.op->SetTableProgress(modul_adi_, access_adi, t.name, sayi,
+                                t.rows < 0 ? -1 : std::max(t.rows, sayi + 1));
       }
     } while (kaynak.Next(satir));
     if (!kaynak.status().ok()) return kaynak.status().WithContext(yol + ": table " + t.name);

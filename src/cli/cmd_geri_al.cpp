@@ -25,18 +25,6 @@
 #define PX_HAVE_ACCESS_POOL 1
 #endif
 
-// Table files are compared with the package's manifest where the backup side is built in.
-#if __has_include("backup/manifest.h") && __has_include("backup/paket_duzeni.h") && \
-                                                        __has_include("core/sha256.h")
-#include "backup/manifest.h"
-#include "backup/paket_duzeni.h"
-#include "core/sha256.h"
-#include "platform/files.h"
-#include "platform/host_path.h"
-#include "platform/text_case.h"
-#define PX_HAVE_MANIFEST 1
-#endif
-
 namespace px::cli {
 namespace {
 
@@ -108,12 +96,18 @@ void PaketListele(const std::string& kaynak, const std::string& paket) {
   }
 }
 
-[[maybe_unused]] std::string Damga() {
+// The folder of the copies taken before a run's changes: the work area + "\GeriAlOncesi\" +
+// the run's start as "YYYYMMDD-HHMMSS"; a run in the same second as an earlier one gets
+// "-2", "-3", ... so that it never writes over the earlier run's copies.
+[[maybe_unused]] std::string OncekiKopyaKlasoru(FileSystem& fs, const std::string& kok) {
   const std::time_t t = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   const std::tm tm = platform::LocalParts(t);
   char buf[32];
   std::strftime(buf, sizeof buf, "%Y%m%d-%H%M%S", &tm);
-  return buf;
+  const std::string klasor = kok + "\\GeriAlOncesi\\" + buf;
+  std::string aday = klasor;
+  for (int n = 2; fs.FolderExists(aday); ++n) aday = klasor + "-" + std::to_string(n);
+  return aday;
 }
 
 // Folder names given with --modul as display names; a name not in the module table is a
@@ -155,66 +149,6 @@ void ModulTablosu(const restore::GeriAlSonucu& s) {
   throw CLI::Success();
 }
 
-#ifdef PX_HAVE_MANIFEST
-// The size and SHA-256 of a file as stored.
-Result<std::pair<uint64_t, std::string>> Ozet(const std::string& yol) {
-  PX_ASSIGN_OR_RETURN(auto host, ToHostPath(yol));
-  PX_ASSIGN_OR_RETURN(auto dosya,
-                      platform::SystemFiles().Open(host.string(), platform::OpenMode::kRead));
-  Sha256 sha;
-  std::vector<uint8_t> parca(size_t{1} << 16);
-  uint64_t konum = 0;
-  for (;;) {
-    PX_ASSIGN_OR_RETURN(size_t n, dosya->ReadAt(konum, parca));
-    if (n == 0) break;
-    sha.Update(std::string_view(reinterpret_cast<const char*>(parca.data()), n));
-    konum += n;
-  }
-  return std::make_pair(konum, sha.HexDigest());
-}
-
-// Each table file against its entry in the package's manifest: size, SHA-256 and rows. A
-// package without a manifest is not compared; one that cannot be read is named once.
-void ManifestleKarsilastir(restore::Ortam& ortam, const std::string& paket_klasoru) {
-  const std::string ad = paket_klasoru + "\\" + backup::kManifestAdi;
-  auto host = ToHostPath(ad);
-  if (!host.ok()) return;
-  auto metin = platform::ReadFileWhole(platform::SystemFiles(), host->string());
-  if (!metin.ok()) {
-    if (!metin.status().IsNotFound()) ortam.uyarilar.push_back(metin.status().message());
-    return;
-  }
-  auto okunan = backup::Manifest::Coz(*metin, ad, paket_klasoru);
-  if (!okunan.ok()) {
-    ortam.uyarilar.push_back(okunan.status().message());
-    return;
-  }
-  if (okunan->kayitlar().empty()) return;
-  auto manifest = std::make_shared<backup::Manifest>(std::move(*okunan));
-  ortam.dosya_denetle = [manifest](const std::string& yol,
-                                   int64_t satir) -> std::optional<std::string> {
-    const std::string goreli = manifest->GoreliYol(yol);
-    const backup::ManifestKaydi* kayit = nullptr;
-    for (const auto& k : manifest->kayitlar()) {
-      if (EqualsIgnoreCase(k.yol, goreli)) kayit = &k;
-    }
-    if (kayit == nullptr) return yol + ": not in the package's manifest";
-    auto ozet = Ozet(yol);
-    if (!ozet.ok()) return yol + ": " + ozet.status().message();
-    std::string fark;
-    if (ozet->first != kayit->bayt)
-      fark += ", " + std::to_string(ozet->first) + " bytes, the manifest says " +
-              std::to_string(kayit->bayt);
-    if (ozet->second != kayit->sha256) fark += ", SHA-256 differs";
-    if (satir != kayit->satir)
-      fark +=
-          ", " + std::to_string(satir) + " rows, the manifest says " + std::to_string(kayit->satir);
-    if (fark.empty()) return std::nullopt;
-    return yol + ":" + fark.substr(1);
-  };
-}
-#endif
-
 template <typename Calistir>
 void OrtamIle(bool onceki_kopya, Calistir calistir) {
 #ifdef PX_HAVE_ACCESS_POOL
@@ -234,7 +168,7 @@ void OrtamIle(bool onceki_kopya, Calistir calistir) {
                        ayarlar.CalismaAlani(),
                        ayarlar.VeriTabaniTuru(),
                        TempPath(),
-                       onceki_kopya ? ayarlar.CalismaAlani() + "\\GeriAlOncesi\\" + Damga() : "",
+                       onceki_kopya ? OncekiKopyaKlasoru(fs, ayarlar.CalismaAlani()) : "",
                        {},
                        nullptr,
                        {}};
@@ -261,9 +195,6 @@ void GeriAl(const GeriAlSecenekleri& o) {
     const std::string ps = g.paket_sirket.empty() ? g.sirket : g.paket_sirket;
     const std::string py = g.paket_yil.empty() ? g.yil : g.paket_yil;
     g.moduller = Secimler(PaketModulleri(ortam.fs, o.kaynak + "\\" + o.paket, ps, py), secili);
-#ifdef PX_HAVE_MANIFEST
-    ManifestleKarsilastir(ortam, o.kaynak + "\\" + o.paket);
-#endif
     Bitir(restore::GeriAlBaslat(ortam, g));
   });
 }
@@ -291,9 +222,6 @@ void YilGeriAlKomutu(const GeriAlSecenekleri& o) {
       if (std::find(mevcut.begin(), mevcut.end(), m.ad) != mevcut.end()) sirali.emplace_back(m.ad);
     }
     g.moduller = Secimler(sirali, secili);
-#ifdef PX_HAVE_MANIFEST
-    ManifestleKarsilastir(ortam, paket_klasoru);
-#endif
     Bitir(restore::YilGeriAl(ortam, g));
   });
 }

@@ -14,7 +14,8 @@ namespace px::db {
 
 struct TableEntry {
   std::string name;
-  std::string type;  // as ADOX types it: "TABLE", "SYSTEM TABLE", "VIEW", "LINK", ...
+  std::string type;   // as ADOX types it: "TABLE", "SYSTEM TABLE", "VIEW", "LINK", ...
+  int64_t rows = -1;  // rows the table definition counts; -1 when the backend does not say
 };
 
 class Connection {

@@ -7,9 +7,8 @@
 namespace px::db {
 
 std::optional<size_t> FindFieldIndex(const std::vector<FieldInfo>& fields, std::string_view name) {
-  const std::string folded = FoldCase(name);
   for (size_t i = 0; i < fields.size(); ++i) {
-    if (FoldCase(fields[i].name) == folded) return i;
+    if (EqualsIgnoreCase(fields[i].name, name)) return i;
   }
   return std::nullopt;
 }

@@ -28,7 +28,15 @@ class JetConnection final : public Connection {
 
   Result<std::vector<TableEntry>> Tables() override {
     std::vector<TableEntry> out;
-    for (const jet::CatalogEntry& e : db_->tables()) out.push_back({e.name, e.adox_type});
+    for (const jet::CatalogEntry& e : db_->tables()) {
+      TableEntry t{e.name, e.adox_type};
+      // The definition's count gives progress its total; a definition that cannot be read
+      // is reported when the table is queried.
+      if (e.adox_type == jet::kAdoxTable && e.has_tdef()) {
+        if (auto def = db_->ReadDefinition(e); def.ok()) t.rows = def->row_count;
+      }
+      out.push_back(std::move(t));
+    }
     return out;
   }
 

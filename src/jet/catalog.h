@@ -1,17 +1,19 @@
 #pragma once
 // The catalog: the rows of MSysObjects (table definition on page 2) that ADOX lists in
-// Catalog.Tables, in the order the rows are stored.
+// Catalog.Tables, in ADOX's order (SortLikeAdox).
 //
 // MSysObjects columns used: Id (a table's TDEF page in the low 24 bits), ParentId (the
 // "Tables" container), Name, Type (1 table, 4 ODBC link, 5 query, 6 Access link), Flags
 // (0x80000000 Jet system object, 0x2 Access system object, query kind in 0xF0), LvProp.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "core/result.h"
 #include "jet/format.h"
+#include "jet/index_key.h"
 
 namespace px::jet {
 
@@ -56,5 +58,12 @@ struct CatalogEntry {
 // The ADOX type of an object row, or "" when ADOX lists it elsewhere (stored procedures:
 // action and other non-select queries).
 std::string AdoxTableType(int type, uint32_t flags);
+
+// Puts objects in the order of ADOX's Catalog.Tables, the OLE DB TABLES rowset: by ADOX
+// type text ("ACCESS TABLE", "LINK", ..., "TABLE", "VIEW"), then by name as MSysObjects'
+// (ParentId, Name) index orders names: by the index key of the name in `name_order`, the
+// sort order of MSysObjects' Name column. Names without a key there (no known order, a
+// character outside the order's tables) follow the others of their type in stored order.
+void SortLikeAdox(std::vector<CatalogEntry>& entries, std::optional<TextOrder> name_order);
 
 }  // namespace px::jet

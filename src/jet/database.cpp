@@ -100,6 +100,9 @@ Status Database::LoadCatalog() {
     }
     cols.push_back(found);
   }
+  // Jet's name index orders names by the Name column's sort order.
+  std::optional<TextOrder> name_order;
+  if (auto o = TextOrderOf(format(), def->columns[size_t(cols[2])]); o.ok()) name_order = *o;
   PX_ASSIGN_OR_RETURN(auto reader, TableReader::Open(*pager_, format(), code_page_, std::move(*def),
                                                      what, cols, {}));
   std::vector<CatalogEntry> all;
@@ -127,6 +130,7 @@ Status Database::LoadCatalog() {
     e.adox_type = AdoxTableType(e.type, e.flags);
     if (!e.adox_type.empty()) tables_.push_back(std::move(e));
   }
+  SortLikeAdox(tables_, name_order);
   return Status::Ok();
 }
 

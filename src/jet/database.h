@@ -42,7 +42,7 @@ class Database {
   // Code page that Jet 3 text is decoded with (the header's, 1252 when it names none).
   int text_code_page() const { return code_page_; }
 
-  // Every object ADOX lists in Catalog.Tables, in catalog order.
+  // Every object ADOX lists in Catalog.Tables, in ADOX's order (SortLikeAdox).
   const std::vector<CatalogEntry>& tables() const { return tables_; }
   // Names of the objects whose ADOX type is exactly "TABLE".
   std::vector<std::string> UserTableNames() const;

@@ -392,7 +392,8 @@ Status LayOutNewDatabase(PageStore& store, double now) {
   objects.real_indexes[0].unique_entry_count = 8;
   objects.real_indexes[1].unique_entry_count = 8;
   aces.real_indexes[0].unique_entry_count = 8;
-  for (TableDef& def : defs) PX_RETURN_IF_ERROR(StoreTableDef(store, def));
+  for (TableDef& def : defs)
+    PX_RETURN_IF_ERROR(StoreTableDef(store, def, 0));  // Jet 4 names need no code page
   return Status::Ok();
 }
 

@@ -114,13 +114,20 @@ void PutLe16(std::vector<uint8_t>& out, uint16_t v) {
   out.push_back(uint8_t(v >> 8));
 }
 
-std::vector<uint8_t> Utf16(const std::string& utf8) {
+// A name as the blob stores it: UTF-16LE in Jet 4, code-page bytes in Jet 3.
+Result<std::vector<uint8_t>> StoredName(const JetFormat& f, int code_page,
+                                        const std::string& utf8) {
   std::vector<uint8_t> out;
-  size_t i = 0;
-  while (i < utf8.size()) {
-    std::optional<uint32_t> cp = NextUtf8(utf8, i);
-    AppendUtf16Le(out, cp.value_or(0xFFFD));
+  if (f.text_is_unicode) {
+    size_t i = 0;
+    while (i < utf8.size()) {
+      std::optional<uint32_t> cp = NextUtf8(utf8, i);
+      AppendUtf16Le(out, cp.value_or(0xFFFD));
+    }
+    return out;
   }
+  PX_ASSIGN_OR_RETURN(std::string bytes, EncodeCodePage(code_page, utf8));
+  out.assign(bytes.begin(), bytes.end());
   return out;
 }
 
@@ -134,18 +141,20 @@ std::vector<uint8_t> Block(uint16_t type, const std::vector<uint8_t>& body) {
 
 }  // namespace
 
-Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& column,
+Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const JetFormat& f, int code_page,
+                                                 const std::string& column,
                                                  const ColumnProperties& props) {
+  const std::string_view magic = f.text_is_unicode ? kMagicJet4 : kMagicJet3;
   struct RawBlock {
     uint16_t type;
     std::vector<uint8_t> body;
   };
   std::vector<RawBlock> blocks;
   if (!blob.empty()) {
-    if (blob.size() < kMagicJet4.size() || AsChars(blob.first(kMagicJet4.size())) != kMagicJet4) {
+    if (blob.size() < magic.size() || AsChars(blob.first(magic.size())) != magic) {
       return Bad("missing signature", 0);
     }
-    size_t pos = kMagicJet4.size();
+    size_t pos = magic.size();
     while (pos + kBlockHeader <= blob.size()) {
       const uint32_t len = LoadLe32(&blob[pos]);
       if (len < kBlockHeader || len > blob.size() - pos) {
@@ -164,7 +173,7 @@ Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& 
     blocks.insert(blocks.begin(), {kBlockNamePool, {}});
     pool = 0;
   }
-  // Names in the pool, as UTF-16LE.
+  // Names in the pool, as stored.
   std::vector<std::vector<uint8_t>> names;
   {
     ByteReader r(blocks[pool].body);
@@ -175,8 +184,8 @@ Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& 
       names.emplace_back(raw->begin(), raw->end());
     }
   }
-  auto name_index = [&](const std::string& name) {
-    const std::vector<uint8_t> u = Utf16(name);
+  auto name_index = [&](const std::string& name) -> Result<uint16_t> {
+    PX_ASSIGN_OR_RETURN(const std::vector<uint8_t> u, StoredName(f, code_page, name));
     for (size_t i = 0; i < names.size(); ++i) {
       if (names[i] == u) return uint16_t(i);
     }
@@ -185,13 +194,18 @@ Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& 
     blocks[pool].body.insert(blocks[pool].body.end(), u.begin(), u.end());
     return uint16_t(names.size() - 1);
   };
-  const uint16_t azl = name_index("AllowZeroLength");
-  const uint16_t req = name_index("Required");
+  PX_ASSIGN_OR_RETURN(const uint16_t azl, name_index("AllowZeroLength"));
+  PX_ASSIGN_OR_RETURN(const uint16_t req, name_index("Required"));
   std::vector<std::pair<uint16_t, bool>> wanted;
   if (props.allow_zero_length) wanted.emplace_back(azl, *props.allow_zero_length);
   if (props.required) wanted.emplace_back(req, *props.required);
   // The column's block: entries other than these two are kept.
-  const std::vector<uint8_t> owner = Utf16(column);
+  Result<std::vector<uint8_t>> stored_owner = StoredName(f, code_page, column);
+  if (!stored_owner.ok()) {
+    return Status::InvalidArgument("column " + column + ": the name cannot be stored (" +
+                                   stored_owner.status().message() + ")");
+  }
+  const std::vector<uint8_t>& owner = *stored_owner;
   std::vector<uint8_t> entries;
   size_t target = blocks.size();
   for (size_t i = 0; i < blocks.size(); ++i) {
@@ -201,7 +215,7 @@ Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& 
     auto name_len = r.U16();
     auto raw = name_len ? r.Span(*name_len) : std::nullopt;
     if (!rec_len || !raw) return Bad("column block header", 0);
-    auto a = DecodeUtf16Le(*raw);
+    auto a = f.text_is_unicode ? DecodeUtf16Le(*raw) : DecodeJet3Text(*raw, code_page);
     if (!a.ok() || !JetTextEquals(*a, column, kLcidGeneral)) continue;
     target = i;
     while (r.remaining() >= kEntryHeader) {
@@ -236,7 +250,7 @@ Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& 
   } else {
     blocks[target].body = std::move(body);
   }
-  std::vector<uint8_t> out(kMagicJet4.begin(), kMagicJet4.end());
+  std::vector<uint8_t> out(magic.begin(), magic.end());
   for (const RawBlock& b : blocks) {
     std::vector<uint8_t> one = Block(b.type, b.body);
     out.insert(out.end(), one.begin(), one.end());

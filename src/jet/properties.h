@@ -29,10 +29,12 @@ using ColumnPropertyMap = std::map<std::string, ColumnProperties>;
 
 Result<ColumnPropertyMap> ParseColumnProperties(Bytes blob, const JetFormat& f, int code_page);
 
-// The Jet 4 blob `blob` (empty: none yet) with the AllowZeroLength and Required entries of
-// `column` set as given (unset: left out). Every other block and entry is kept as it was;
-// names are added at the end of the name pool so that existing entries keep their indexes.
-Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const std::string& column,
+// The blob `blob` of a file of format `f` (empty: none yet) with the AllowZeroLength and
+// Required entries of `column` set as given (unset: left out). Every other block and entry
+// is kept as it was; names are added at the end of the name pool so that existing entries
+// keep their indexes. `code_page` encodes Jet 3 names.
+Result<std::vector<uint8_t>> SetColumnProperties(Bytes blob, const JetFormat& f, int code_page,
+                                                 const std::string& column,
                                                  const ColumnProperties& props);
 
 }  // namespace px::jet

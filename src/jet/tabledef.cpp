@@ -188,10 +188,9 @@ Status TdefParser::Parse(TableDef& def) {
   return Status::Ok();
 }
 
-// The list of Memo/OLE usage maps that ends the definition (Jet 4). Readers do not need it;
-// a list that is absent or cut short is left empty rather than refused.
+// The list of Memo/OLE usage maps that ends the definition. Readers do not need it; a list
+// that is absent or cut short is left empty rather than refused.
 void TdefParser::ParseLongValueMaps(TableDef& def) {
-  if (f_.version != JetVersion::kJet4) return;
   std::vector<LongValueMaps> maps;
   size_t at = pos_;
   while (at + 2 <= buf_.size()) {

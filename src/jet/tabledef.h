@@ -97,7 +97,7 @@ struct TableDef {
   std::vector<LogicalIndex> logical_indexes;
   RowPointer owned_map;
   RowPointer free_map;
-  std::vector<LongValueMaps> long_value_maps;  // Jet 4; empty when the list is absent
+  std::vector<LongValueMaps> long_value_maps;  // empty when the list is absent
   std::vector<uint8_t> raw_header;             // stored header, as for ColumnDef::raw
 
   // Index into `columns` of the column with id `number`, or -1.

@@ -28,36 +28,54 @@ std::vector<uint8_t> Block(const std::vector<uint8_t>& raw, size_t size) {
   return b;
 }
 
-Status AppendName(std::vector<uint8_t>& out, const std::string& utf8, const std::string& what) {
-  std::vector<uint8_t> units;
-  size_t i = 0;
-  while (i < utf8.size()) {
-    std::optional<uint32_t> cp = NextUtf8(utf8, i);
-    if (!cp) return Status::InvalidArgument(what + ": the name is not valid UTF-8");
-    AppendUtf16Le(units, *cp);
+// Jet 4: 16-bit byte length and UTF-16LE; Jet 3: a length byte and the file's code page.
+Status AppendName(std::vector<uint8_t>& out, const JetFormat& f, int code_page,
+                  const std::string& utf8, const std::string& what) {
+  std::vector<uint8_t> bytes;
+  if (f.text_is_unicode) {
+    size_t i = 0;
+    while (i < utf8.size()) {
+      std::optional<uint32_t> cp = NextUtf8(utf8, i);
+      if (!cp) return Status::InvalidArgument(what + ": the name is not valid UTF-8");
+      AppendUtf16Le(bytes, *cp);
+    }
+  } else {
+    Result<std::string> encoded = EncodeCodePage(code_page, utf8);
+    if (!encoded.ok()) {
+      return Status::InvalidArgument(what + ": the name cannot be written in code page " +
+                                     std::to_string(code_page) + " (" + encoded.status().message() +
+                                     ")");
+    }
+    bytes.assign(encoded->begin(), encoded->end());
   }
-  if (units.size() > 2 * kMaxNameChars) {
+  const size_t chars = f.text_is_unicode ? bytes.size() / 2 : bytes.size();
+  if (chars > kMaxNameChars) {
     return Status::InvalidArgument(what + ": the name is longer than " +
                                    std::to_string(kMaxNameChars) + " characters");
   }
-  Put16(out, uint16_t(units.size()));
-  out.insert(out.end(), units.begin(), units.end());
+  if (f.name_length_size == 1) {
+    out.push_back(uint8_t(bytes.size()));
+  } else {
+    Put16(out, uint16_t(bytes.size()));
+  }
+  out.insert(out.end(), bytes.begin(), bytes.end());
   return Status::Ok();
 }
 
 }  // namespace
 
-Result<std::vector<uint8_t>> EncodeTableDef(const JetFormat& f, const TableDef& def) {
-  if (f.version != JetVersion::kJet4) {
-    return Status::NotSupported("table definitions are written in Jet 4 files only");
-  }
+Result<std::vector<uint8_t>> EncodeTableDef(const JetFormat& f, const TableDef& def,
+                                            int code_page) {
+  const bool jet4 = f.version == JetVersion::kJet4;
   std::vector<uint8_t> out = Block(def.raw_header, f.tdef_header_size);
   std::fill(out.begin(), out.begin() + kTdefContinuationStart, uint8_t{0});
   uint8_t* h = out.data();
-  StoreLe16(h + 0x0C, kTdefRecordMarker);
+  if (jet4) {
+    StoreLe16(h + 0x0C, kTdefRecordMarker);
+    if (def.raw_header.empty()) StoreLe32(h + 0x18, 1);  // AutoNumber increment
+  }
   StoreLe32(h + f.tdef_row_count, def.row_count);
   StoreLe32(h + f.tdef_autonumber, def.autonumber_last);
-  if (def.raw_header.empty()) StoreLe32(h + 0x18, 1);  // AutoNumber increment
   h[f.tdef_table_type] = def.table_type;
   StoreLe16(h + f.tdef_max_cols, def.max_cols);
   StoreLe16(h + f.tdef_var_cols, def.var_cols);
@@ -75,28 +93,30 @@ Result<std::vector<uint8_t>> EncodeTableDef(const JetFormat& f, const TableDef& 
   for (const ColumnDef& c : def.columns) {
     std::vector<uint8_t> b = Block(c.raw, f.col_size);
     b[f.col_type] = c.type;
-    StoreLe16(&b[1], kTdefRecordMarker);
+    if (jet4) StoreLe16(&b[1], kTdefRecordMarker);
     StoreLe16(&b[f.col_number], c.number);
     StoreLe16(&b[f.col_var_index], c.var_index);
-    if (c.raw.empty()) StoreLe16(&b[9], c.number);
+    // The column id again, which readers ignore.
+    if (c.raw.empty()) StoreLe16(&b[jet4 ? 9 : 5], c.number);
     if (c.type == coltype::kNumeric) {
       b[f.col_precision] = c.precision;
       b[f.col_scale] = c.scale;
     } else if (c.type == coltype::kText || c.type == coltype::kMemo) {
       StoreLe16(&b[f.col_sort_order], c.sort_order);
+      if (f.col_code_page != 0) StoreLe16(&b[f.col_code_page], c.code_page);
     }
     b[f.col_flags] = c.flags;
-    b[f.col_extra_flags] = c.extra_flags;
+    if (f.col_extra_flags != 0) b[f.col_extra_flags] = c.extra_flags;
     StoreLe16(&b[f.col_fixed_offset], c.fixed_offset);
     StoreLe16(&b[f.col_length], c.length);
     out.insert(out.end(), b.begin(), b.end());
   }
   for (const ColumnDef& c : def.columns) {
-    PX_RETURN_IF_ERROR(AppendName(out, c.name, "column " + c.name));
+    PX_RETURN_IF_ERROR(AppendName(out, f, code_page, c.name, "column " + c.name));
   }
   for (const RealIndex& r : def.real_indexes) {
     std::vector<uint8_t> b = Block(r.raw, f.real_idx_size);
-    StoreLe16(&b[0], kRealIndexMarker);
+    if (jet4) StoreLe16(&b[0], kRealIndexMarker);
     if (r.columns.size() > kMaxIndexColumns) {
       return Status::InvalidArgument("an index has more than 10 columns");
     }
@@ -117,7 +137,7 @@ Result<std::vector<uint8_t>> EncodeTableDef(const JetFormat& f, const TableDef& 
   }
   for (const LogicalIndex& l : def.logical_indexes) {
     std::vector<uint8_t> b = Block(l.raw, f.logical_idx_size);
-    StoreLe16(&b[0], kTdefRecordMarker);
+    if (jet4) StoreLe16(&b[0], kTdefRecordMarker);
     StoreLe32(&b[f.logical_idx_number], l.number);
     StoreLe32(&b[f.logical_idx_real], l.real_index);
     b[f.logical_idx_rel_type] = l.related_table_type;
@@ -132,7 +152,7 @@ Result<std::vector<uint8_t>> EncodeTableDef(const JetFormat& f, const TableDef& 
     out.insert(out.end(), b.begin(), b.end());
   }
   for (const LogicalIndex& l : def.logical_indexes) {
-    PX_RETURN_IF_ERROR(AppendName(out, l.name, "index " + l.name));
+    PX_RETURN_IF_ERROR(AppendName(out, f, code_page, l.name, "index " + l.name));
   }
   for (const LongValueMaps& m : def.long_value_maps) {
     Put16(out, m.column_number);
@@ -144,8 +164,9 @@ Result<std::vector<uint8_t>> EncodeTableDef(const JetFormat& f, const TableDef& 
   return out;
 }
 
-Status StoreTableDef(PageStore& store, TableDef& def) {
-  PX_ASSIGN_OR_RETURN(std::vector<uint8_t> bytes, EncodeTableDef(store.format(), def));
+Status StoreTableDef(PageStore& store, TableDef& def, int code_page) {
+  const JetFormat& f = store.format();
+  PX_ASSIGN_OR_RETURN(std::vector<uint8_t> bytes, EncodeTableDef(f, def, code_page));
   const size_t page_size = store.page_size();
   const size_t per_next_page = page_size - kTdefContinuationStart;
   size_t needed = 1;
@@ -172,7 +193,12 @@ Status StoreTableDef(PageStore& store, TableDef& def) {
     at += take;
     p[0] = page_type::kTableDef;
     p[1] = 0x01;
-    StoreLe16(&p[kTdefFreeSpace], uint16_t(page_size - kTdefContinuationStart - take));
+    if (f.version == JetVersion::kJet4) {
+      StoreLe16(&p[kTdefFreeSpace], uint16_t(page_size - kTdefContinuationStart - take));
+    } else {
+      p[2] = 'V';
+      p[3] = 'C';
+    }
     StoreLe32(&p[kTdefNextPage], i + 1 < def.pages.size() ? def.pages[i + 1] : 0);
   }
   return Status::Ok();

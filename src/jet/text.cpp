@@ -27,18 +27,38 @@ bool IsLowSurrogate(uint32_t u) {
   return u >= 0xDC00 && u <= 0xDFFF;
 }
 
-void AppendUnits(std::string& out, const std::u16string& units) {
-  for (size_t i = 0; i < units.size(); ++i) {
-    uint32_t u = units[i];
-    if (IsHighSurrogate(u) && i + 1 < units.size() && IsLowSurrogate(units[i + 1])) {
-      u = 0x10000 + ((u - 0xD800) << 10) + (uint32_t(units[i + 1]) - 0xDC00);
-      ++i;
-    } else if (IsHighSurrogate(u) || IsLowSurrogate(u)) {
-      u = kReplacement;
+// UTF-16 units to UTF-8, one at a time: a surrogate pair becomes one character, a lone
+// surrogate U+FFFD. ASCII, the bulk of the suite's text, takes the short path.
+class Utf16ToUtf8 {
+ public:
+  explicit Utf16ToUtf8(std::string& out) : out_(out) {}
+  void Unit(uint32_t u) {
+    if (pending_high_) {
+      const uint32_t high = pending_high_;
+      pending_high_ = 0;
+      if (IsLowSurrogate(u)) {
+        AppendUtf8CodePoint(out_, 0x10000 + ((high - 0xD800) << 10) + (u - 0xDC00));
+        return;
+      }
+      AppendUtf8CodePoint(out_, kReplacement);
     }
-    AppendUtf8CodePoint(out, u);
+    if (u < 0x80) {
+      out_ += char(u);
+    } else if (IsHighSurrogate(u)) {
+      pending_high_ = u;
+    } else {
+      AppendUtf8CodePoint(out_, IsLowSurrogate(u) ? kReplacement : u);
+    }
   }
-}
+  void End() {
+    if (pending_high_) AppendUtf8CodePoint(out_, kReplacement);
+    pending_high_ = 0;
+  }
+
+ private:
+  std::string& out_;
+  uint32_t pending_high_ = 0;
+};
 
 // Simple case folding for the scripts the suite's data uses: Latin-1, Latin Extended-A,
 // Greek and Cyrillic; other characters fold to themselves.
@@ -64,18 +84,19 @@ Result<std::string> DecodeUtf16Le(Bytes bytes) {
   if (bytes.size() % 2 != 0) {
     return Status::Corruption("UTF-16 text has an odd byte count " + std::to_string(bytes.size()));
   }
-  std::u16string units(bytes.size() / 2, u'\0');
-  for (size_t i = 0; i < units.size(); ++i) units[i] = char16_t(LoadLe16(&bytes[2 * i]));
   std::string out;
   out.reserve(bytes.size());
-  AppendUnits(out, units);
+  Utf16ToUtf8 utf8(out);
+  for (size_t i = 0; i < bytes.size(); i += 2) utf8.Unit(LoadLe16(&bytes[i]));
+  utf8.End();
   return out;
 }
 
 Result<std::string> DecodeJet4Text(Bytes bytes) {
   if (bytes.size() < 2 || bytes[0] != 0xFF || bytes[1] != 0xFE) return DecodeUtf16Le(bytes);
-  std::u16string units;
-  units.reserve(bytes.size());
+  std::string out;
+  out.reserve(bytes.size());
+  Utf16ToUtf8 utf8(out);
   bool compressed = true;
   size_t i = 2;
   while (i < bytes.size()) {
@@ -83,17 +104,15 @@ Result<std::string> DecodeJet4Text(Bytes bytes) {
       compressed = !compressed;
       ++i;
     } else if (compressed) {
-      units.push_back(char16_t(bytes[i++]));
+      utf8.Unit(bytes[i++]);
     } else if (i + 1 < bytes.size()) {
-      units.push_back(char16_t(LoadLe16(&bytes[i])));
+      utf8.Unit(LoadLe16(&bytes[i]));
       i += 2;
     } else {
       return Status::Corruption("compressed text ends inside a UTF-16 character");
     }
   }
-  std::string out;
-  out.reserve(units.size());
-  AppendUnits(out, units);
+  utf8.End();
   return out;
 }
 

@@ -15,6 +15,7 @@
 #include "jet/page_store.h"
 #include "jet/properties.h"
 #include "jet/row_codec.h"
+#include "jet/row_writer.h"
 #include "jet/table_writer.h"
 #include "jet/tabledef_writer.h"
 #include "jet/text.h"
@@ -31,7 +32,10 @@ constexpr int32_t kAdminsFullAcm = 0xFFEFF;  // ACM that new tables inherit from
 constexpr uint16_t kDefaultTextChars = 255;
 constexpr uint16_t kMaxTextChars = 255;
 constexpr uint16_t kMaxBinaryBytes = 255;
-constexpr uint8_t kPrimaryKeyFlags = 0x89;  // unique, required, as Access writes them
+// Unique and required, as Access writes primary keys; Jet 4 marks every index it writes
+// with 0x80 as well.
+constexpr uint8_t kPrimaryKeyFlags = 0x09;
+constexpr uint8_t kJet4IndexMark = 0x80;
 
 // The Jet column for an ADO type, as the Jet 4.0 provider maps ADOX columns.
 struct JetType {
@@ -40,7 +44,8 @@ struct JetType {
   bool fixed;
 };
 
-Result<JetType> MapAdoType(const ColumnSpec& c, const std::string& what) {
+// Text lengths are bytes: two per character in Jet 4, one in Jet 3's code page.
+Result<JetType> MapAdoType(const ColumnSpec& c, const JetFormat& f, const std::string& what) {
   const int t = c.ado_type.value_or(ado::kVarWChar);
   switch (t) {
     case ado::kVarWChar: {
@@ -49,7 +54,7 @@ Result<JetType> MapAdoType(const ColumnSpec& c, const std::string& what) {
         return Status::InvalidArgument(what + ": text size " + std::to_string(c.defined_size) +
                                        " is not between 1 and 255");
       }
-      return JetType{coltype::kText, uint16_t(2 * chars), false};
+      return JetType{coltype::kText, uint16_t((f.text_is_unicode ? 2 : 1) * chars), false};
     }
     case ado::kLongVarWChar:
       return JetType{coltype::kMemo, 0, false};
@@ -412,7 +417,7 @@ class WriterImpl final : public Writer {
     }
     def.owned_map = {maps_page, 0};
     def.free_map = {maps_page, 1};
-    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def, db_->text_code_page()));
     const double now = OleNow();
     PX_ASSIGN_OR_RETURN(TableDef objects, Definition(kMSysObjectsPage, "MSysObjects"));
     PX_RETURN_IF_ERROR(
@@ -466,7 +471,8 @@ class WriterImpl final : public Writer {
     if (def.columns.size() >= kMaxColumns) {
       return Status::InvalidArgument(what + ": the table has 255 columns already");
     }
-    PX_ASSIGN_OR_RETURN(JetType jt, MapAdoType(spec, what));
+    const JetFormat& f = store_->format();
+    PX_ASSIGN_OR_RETURN(JetType jt, MapAdoType(spec, f, what));
     if (spec.autoincrement && jt.type != coltype::kLong && jt.type != coltype::kGuid) {
       return Status::InvalidArgument(what + ": only a Long or GUID column can be an AutoNumber");
     }
@@ -481,7 +487,11 @@ class WriterImpl final : public Writer {
     }
     if (jt.type == coltype::kText || jt.type == coltype::kMemo) {
       c.sort_order = db_->header().sort_order;
-      c.extra_flags = kColExtraCompressedUnicode;
+      if (f.text_is_unicode) {
+        c.extra_flags = kColExtraCompressedUnicode;
+      } else {
+        c.code_page = uint16_t(db_->text_code_page());
+      }
     }
     if (jt.type == coltype::kNumeric) {
       c.precision = uint8_t(spec.precision == 0 ? 18 : spec.precision);
@@ -515,7 +525,7 @@ class WriterImpl final : public Writer {
     def.columns.push_back(std::move(c));
     writers_.erase(def.page);
     field_columns_.erase(def.page);
-    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def));
+    PX_RETURN_IF_ERROR(StoreTableDef(*store_, def, db_->text_code_page()));
     if (spec.autoincrement && jt.type == coltype::kLong && def.row_count > 0) {
       PX_RETURN_IF_ERROR(NumberExistingRows(*e, def.columns.back().number));
     }
@@ -542,7 +552,7 @@ class WriterImpl final : public Writer {
     writers_.erase(e.tdef_page());
     PX_ASSIGN_OR_RETURN(TableDef def, Definition(e.tdef_page(), e.name));
     def.autonumber_last = uint32_t(std::max<int64_t>(next, int32_t(def.autonumber_last)));
-    return StoreTableDef(*store_, def);
+    return StoreTableDef(*store_, def, db_->text_code_page());
   }
 
   // Sets properties of one column in the table's property blob (MSysObjects.LvProp),
@@ -557,25 +567,37 @@ class WriterImpl final : public Writer {
       if (objects.columns[i].name == "LvProp") lv_prop = int(i);
     }
     if (lv_prop < 0) return Status::Corruption(store_->name() + ": MSysObjects has no LvProp");
-    std::vector<RowPart> parts(objects.columns.size());
-    std::vector<uint8_t> old_descriptor;
+    // A catalog row that once grew (Jackcess writes such files) is found through its
+    // overflow pointer; its moved copy is the one rewritten. The row is copied out of its
+    // page: the page changes before the row is written back.
+    RowPointer at = e.location;
+    for (int hop = 0; hop < 8; ++hop) {
+      PX_ASSIGN_OR_RETURN(Page page, store_->Get(at.page));
+      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, at.row, store_->name()));
+      if (!slot.lookup || slot.data.size() < 4) break;
+      at = DecodeRowPointer(LoadLe32(slot.data.data()));
+    }
+    const bool moved = at.page != e.location.page || at.row != e.location.row;
+    std::vector<uint8_t> old_row;
     {
-      PX_ASSIGN_OR_RETURN(Page page, store_->Get(e.location.page));
-      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, e.location.row, store_->name()));
-      if (slot.deleted || slot.lookup) {
+      PX_ASSIGN_OR_RETURN(Page page, store_->Get(at.page));
+      PX_ASSIGN_OR_RETURN(RowSlot slot, DataPageRow(f, page, at.row, store_->name()));
+      if ((slot.deleted && !moved) || slot.lookup || slot.data.empty()) {
         return Status::NotSupported(what + ": the catalog row (" + e.place +
                                     ") has been moved; not supported yet");
       }
-      std::vector<ColumnData> cracked;
-      PX_RETURN_IF_ERROR(CrackRow(f, objects, slot.data, cracked, store_->name() + ": " + e.place));
-      for (size_t i = 0; i < cracked.size() && i < parts.size(); ++i) {
-        parts[i].present = !cracked[i].null;
-        parts[i].bit = cracked[i].bit;
-        parts[i].bytes.assign(cracked[i].bytes.begin(), cracked[i].bytes.end());
-      }
-      old_descriptor = parts[size_t(lv_prop)].bytes;
+      old_row.assign(slot.data.begin(), slot.data.end());
     }
-    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> blob, SetColumnProperties(e.lv_prop, column, props));
+    std::vector<ColumnData> cracked;
+    PX_RETURN_IF_ERROR(CrackRow(f, objects, old_row, cracked, store_->name() + ": " + e.place));
+    if (cracked.size() != objects.columns.size()) {
+      return Status::Corruption(what + ": the catalog row (" + e.place + ") has " +
+                                std::to_string(cracked.size()) + " columns");
+    }
+    const std::vector<uint8_t> old_descriptor(cracked[size_t(lv_prop)].bytes.begin(),
+                                              cracked[size_t(lv_prop)].bytes.end());
+    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> blob,
+                        SetColumnProperties(e.lv_prop, f, db_->text_code_page(), column, props));
     PX_ASSIGN_OR_RETURN(std::vector<uint8_t> descriptor,
                         StoreLongValue(*store_, objects, objects.columns[size_t(lv_prop)], blob,
                                        append_[objects.page], "MSysObjects", true));
@@ -584,12 +606,13 @@ class WriterImpl final : public Writer {
       PX_RETURN_IF_ERROR(
           DeleteRowOnPage(*store_, DecodeRowPointer(LoadLe32(old_descriptor.data() + 4))));
     }
-    parts[size_t(lv_prop)] = RowPart{true, false, std::move(descriptor)};
-    PX_ASSIGN_OR_RETURN(bool fits, ReplaceRowOnPage(*store_, e.location.page, e.location.row,
-                                                    AssembleRow(objects, parts)));
+    cracked[size_t(lv_prop)] = ColumnData{false, false, descriptor};
+    PX_ASSIGN_OR_RETURN(std::vector<uint8_t> row,
+                        EncodeRow(f, objects, cracked, store_->name() + ": MSysObjects"));
+    PX_ASSIGN_OR_RETURN(bool fits, ReplaceRowOnPage(*store_, at.page, at.row, row));
     if (!fits) {
       return Status::NotSupported(what + ": no room on the catalog page " +
-                                  std::to_string(e.location.page) + "; not supported yet");
+                                  std::to_string(at.page) + "; not supported yet");
     }
     return Status::Ok();
   }
@@ -629,7 +652,8 @@ class WriterImpl final : public Writer {
     r.flags = spec.primary ? kPrimaryKeyFlags
                            : uint8_t((spec.unique ? idxflag::kUnique : 0) |
                                      (spec.ignore_nulls ? idxflag::kIgnoreNulls : 0) |
-                                     (spec.required ? idxflag::kRequired : 0) | 0x80);
+                                     (spec.required ? idxflag::kRequired : 0));
+    if (store_->format().version == JetVersion::kJet4) r.flags |= kJet4IndexMark;
     PX_ASSIGN_OR_RETURN(RowPointer map, NewMapRow(def, e->name));
     PX_ASSIGN_OR_RETURN(MutablePage leaf, store_->Allocate(page_type::kIndexLeaf, def.page));
     StoreLe16(&leaf.bytes()[2], uint16_t(store_->page_size() - store_->format().index_first_entry));
@@ -647,7 +671,7 @@ class WriterImpl final : public Writer {
     if (def.row_count > 0) PX_RETURN_IF_ERROR(FillIndex(*e, def, def.real_indexes.size() - 1));
     writers_.erase(def.page);
     field_columns_.erase(def.page);
-    return StoreTableDef(*store_, def);
+    return StoreTableDef(*store_, def, db_->text_code_page());
   }
 
   // Enters every row of the table in a new, empty index, sorted and laid out in one pass; a

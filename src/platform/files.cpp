@@ -10,6 +10,78 @@ namespace px::platform {
 
 namespace fs = std::filesystem;
 
+namespace os {
+
+Status FailureStatus(Failure kind, const std::string& path, const std::string& what,
+                     const std::string& system_text) {
+  std::string msg = path + ": " + what + ": " + system_text;
+  switch (kind) {
+    case Failure::kNotFound:
+      return Status::NotFound(std::move(msg));
+    case Failure::kExists:
+      return Status::AlreadyExists(std::move(msg));
+    case Failure::kDiskFull:
+      return Status::DiskFull(std::move(msg));
+    case Failure::kBusy:
+      return Status::Busy(std::move(msg));
+    case Failure::kOther:
+      break;
+  }
+  return Status::IOError(std::move(msg));
+}
+
+Status SystemFile::Keep(Status s) {
+  if (!s.ok()) error_ = s;
+  return s;
+}
+
+Result<size_t> SystemFile::ReadAt(uint64_t offset, std::span<uint8_t> buf) {
+  if (!error_.ok()) return error_;
+  size_t done = 0;
+  while (done < buf.size()) {
+    Result<size_t> n = ReadSome(offset + done, buf.subspan(done));
+    if (!n.ok()) return Keep(n.status());
+    if (*n == 0) break;
+    done += *n;
+  }
+  return done;
+}
+
+Status SystemFile::WriteAt(uint64_t offset, std::span<const uint8_t> bytes) {
+  if (!error_.ok()) return error_;
+  size_t done = 0;
+  while (done < bytes.size()) {
+    Result<size_t> n = WriteSome(offset + done, bytes.subspan(done));
+    if (!n.ok()) return Keep(n.status());
+    done += *n;
+  }
+  return Status::Ok();
+}
+
+Status SystemFile::Append(std::span<const uint8_t> bytes) {
+  PX_ASSIGN_OR_RETURN(uint64_t end, Size());
+  return WriteAt(end, bytes);
+}
+
+Result<uint64_t> SystemFile::Size() {
+  if (!error_.ok()) return error_;
+  Result<uint64_t> size = SystemSize();
+  if (!size.ok()) return Keep(size.status());
+  return size;
+}
+
+Status SystemFile::Truncate(uint64_t size) {
+  if (!error_.ok()) return error_;
+  return Keep(SystemTruncate(size));
+}
+
+Status SystemFile::Sync() {
+  if (!error_.ok()) return error_;
+  return Keep(SystemSync());
+}
+
+}  // namespace os
+
 namespace {
 
 class SystemFileLayer final : public FileLayer {

@@ -17,19 +17,21 @@ namespace px::platform::os {
 
 namespace {
 
-Status ErrnoStatus(const std::string& path, const char* what, int err) {
-  std::string msg = path + ": " + what + ": " + std::strerror(err);
+Status ErrnoStatus(const std::string& path, const std::string& what, int err) {
+  Failure kind = Failure::kOther;
   switch (err) {
     case ENOENT:
-      return Status::NotFound(std::move(msg));
+      kind = Failure::kNotFound;
+      break;
     case EEXIST:
-      return Status::AlreadyExists(std::move(msg));
+      kind = Failure::kExists;
+      break;
     case ENOSPC:
     case EDQUOT:
-      return Status::DiskFull(std::move(msg));
-    default:
-      return Status::IOError(std::move(msg));
+      kind = Failure::kDiskFull;
+      break;
   }
+  return FailureStatus(kind, path, what, std::strerror(err));
 }
 
 // Closes a descriptor on every path that does not hand it over.
@@ -48,76 +50,50 @@ class Fd {
   int fd_;
 };
 
-class PosixFile final : public File {
+class PosixFile final : public SystemFile {
  public:
-  PosixFile(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
+  PosixFile(int fd, std::string path) : SystemFile(std::move(path)), fd_(fd) {}
 
-  Result<size_t> ReadAt(uint64_t offset, std::span<uint8_t> buf) override {
-    if (!error_.ok()) return error_;
-    size_t done = 0;
-    while (done < buf.size()) {
-      ssize_t n = ::pread(fd_.get(), buf.data() + done, buf.size() - done, off_t(offset + done));
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) return Fail("read failed at offset " + std::to_string(offset + done));
-      if (n == 0) break;
-      done += size_t(n);
+ private:
+  Result<size_t> ReadSome(uint64_t offset, std::span<uint8_t> buf) override {
+    ssize_t n;
+    while ((n = ::pread(fd_.get(), buf.data(), buf.size(), off_t(offset))) < 0 && errno == EINTR) {
     }
-    return done;
+    if (n < 0) return Error("read failed at offset " + std::to_string(offset));
+    return size_t(n);
   }
 
-  Status WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override {
-    if (!error_.ok()) return error_;
-    size_t done = 0;
-    while (done < bytes.size()) {
-      ssize_t n =
-          ::pwrite(fd_.get(), bytes.data() + done, bytes.size() - done, off_t(offset + done));
-      if (n < 0 && errno == EINTR) continue;
-      if (n <= 0) {
-        if (n == 0) errno = ENOSPC;
-        return Fail("write failed at offset " + std::to_string(offset + done));
-      }
-      done += size_t(n);
+  Result<size_t> WriteSome(uint64_t offset, std::span<const uint8_t> bytes) override {
+    ssize_t n;
+    while ((n = ::pwrite(fd_.get(), bytes.data(), bytes.size(), off_t(offset))) < 0 &&
+           errno == EINTR) {
     }
-    return Status::Ok();
+    if (n == 0) errno = ENOSPC;
+    if (n <= 0) return Error("write failed at offset " + std::to_string(offset));
+    return size_t(n);
   }
 
-  Status Append(std::span<const uint8_t> bytes) override {
-    PX_ASSIGN_OR_RETURN(uint64_t end, Size());
-    return WriteAt(end, bytes);
-  }
-
-  Result<uint64_t> Size() override {
-    if (!error_.ok()) return error_;
+  Result<uint64_t> SystemSize() override {
     struct stat st {};
-    if (::fstat(fd_.get(), &st) != 0) return Fail("cannot size");
+    if (::fstat(fd_.get(), &st) != 0) return Error("cannot size");
     return uint64_t(st.st_size);
   }
 
-  Status Truncate(uint64_t size) override {
-    if (!error_.ok()) return error_;
+  Status SystemTruncate(uint64_t size) override {
     while (::ftruncate(fd_.get(), off_t(size)) != 0) {
-      if (errno != EINTR) return Fail("cannot truncate");
+      if (errno != EINTR) return Error("cannot truncate");
     }
     return Status::Ok();
   }
 
-  Status Sync() override {
-    if (!error_.ok()) return error_;
-    if (::fsync(fd_.get()) != 0) return Fail("cannot flush to disk");
+  Status SystemSync() override {
+    if (::fsync(fd_.get()) != 0) return Error("cannot flush to disk");
     return Status::Ok();
   }
 
-  const std::string& path() const override { return path_; }
-
- private:
-  Status Fail(const std::string& what) {
-    error_ = ErrnoStatus(path_, what.c_str(), errno);
-    return error_;
-  }
+  Status Error(const std::string& what) const { return ErrnoStatus(path(), what, errno); }
 
   Fd fd_;
-  std::string path_;
-  Status error_;
 };
 
 class PosixLock final : public FileLock {
@@ -168,7 +144,7 @@ Result<std::unique_ptr<File>> OpenFile(const std::string& path, OpenMode mode) {
 
 Status RenameOver(const std::string& temp, const std::string& target) {
   if (::rename(temp.c_str(), target.c_str()) != 0) {
-    return ErrnoStatus(target, ("cannot replace with " + temp).c_str(), errno);
+    return ErrnoStatus(target, "cannot replace with " + temp, errno);
   }
   return SyncFolderOf(target);
 }

@@ -17,23 +17,26 @@ namespace px::platform::os {
 namespace {
 
 Status ErrorStatus(const std::string& path, const std::string& what, DWORD err) {
-  std::string msg = path + ": " + what + ": " + win::ErrorText(err);
+  Failure kind = Failure::kOther;
   switch (err) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
-      return Status::NotFound(std::move(msg));
+      kind = Failure::kNotFound;
+      break;
     case ERROR_FILE_EXISTS:
     case ERROR_ALREADY_EXISTS:
-      return Status::AlreadyExists(std::move(msg));
+      kind = Failure::kExists;
+      break;
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
-      return Status::DiskFull(std::move(msg));
+      kind = Failure::kDiskFull;
+      break;
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
-      return Status::Busy(std::move(msg));
-    default:
-      return Status::IOError(std::move(msg));
+      kind = Failure::kBusy;
+      break;
   }
+  return FailureStatus(kind, path, what, win::ErrorText(err));
 }
 
 // Closes a handle on every path that does not hand it over.
@@ -95,89 +98,63 @@ std::wstring LockKey(const std::wstring& path) {
   return full;
 }
 
-class WindowsFile final : public File {
+class WindowsFile final : public SystemFile {
  public:
-  WindowsFile(HANDLE h, std::string path) : h_(h), path_(std::move(path)) {}
+  WindowsFile(HANDLE h, std::string path) : SystemFile(std::move(path)), h_(h) {}
 
-  Result<size_t> ReadAt(uint64_t offset, std::span<uint8_t> buf) override {
-    if (!error_.ok()) return error_;
-    size_t done = 0;
-    while (done < buf.size()) {
-      OVERLAPPED at = At(offset + done);
-      const DWORD want = DWORD(std::min<size_t>(buf.size() - done, 1u << 30));
-      DWORD got = 0;
-      if (!ReadFile(h_.get(), buf.data() + done, want, &got, &at)) {
-        const DWORD err = GetLastError();
-        if (err == ERROR_HANDLE_EOF) break;
-        return Fail("read failed at offset " + std::to_string(offset + done), err);
-      }
-      if (got == 0) break;
-      done += got;
+ private:
+  Result<size_t> ReadSome(uint64_t offset, std::span<uint8_t> buf) override {
+    OVERLAPPED at = At(offset);
+    const DWORD want = DWORD(std::min<size_t>(buf.size(), 1u << 30));
+    DWORD got = 0;
+    if (!ReadFile(h_.get(), buf.data(), want, &got, &at)) {
+      const DWORD err = GetLastError();
+      if (err == ERROR_HANDLE_EOF) return size_t{0};
+      return Error("read failed at offset " + std::to_string(offset), err);
     }
-    return done;
+    return size_t{got};
   }
 
-  Status WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override {
-    if (!error_.ok()) return error_;
-    size_t done = 0;
-    while (done < bytes.size()) {
-      OVERLAPPED at = At(offset + done);
-      const DWORD want = DWORD(std::min<size_t>(bytes.size() - done, 1u << 30));
-      DWORD put = 0;
-      if (!WriteFile(h_.get(), bytes.data() + done, want, &put, &at)) {
-        return Fail("write failed at offset " + std::to_string(offset + done), GetLastError());
-      }
-      if (put == 0) return Fail("write failed", ERROR_DISK_FULL);
-      done += put;
+  Result<size_t> WriteSome(uint64_t offset, std::span<const uint8_t> bytes) override {
+    OVERLAPPED at = At(offset);
+    const DWORD want = DWORD(std::min<size_t>(bytes.size(), 1u << 30));
+    DWORD put = 0;
+    if (!WriteFile(h_.get(), bytes.data(), want, &put, &at)) {
+      return Error("write failed at offset " + std::to_string(offset), GetLastError());
     }
-    return Status::Ok();
+    if (put == 0) return Error("write failed at offset " + std::to_string(offset), ERROR_DISK_FULL);
+    return size_t{put};
   }
 
-  Status Append(std::span<const uint8_t> bytes) override {
-    PX_ASSIGN_OR_RETURN(uint64_t end, Size());
-    return WriteAt(end, bytes);
-  }
-
-  Result<uint64_t> Size() override {
-    if (!error_.ok()) return error_;
+  Result<uint64_t> SystemSize() override {
     LARGE_INTEGER size{};
-    if (!GetFileSizeEx(h_.get(), &size)) return Fail("cannot size", GetLastError());
+    if (!GetFileSizeEx(h_.get(), &size)) return Error("cannot size", GetLastError());
     return uint64_t(size.QuadPart);
   }
 
-  Status Truncate(uint64_t size) override {
-    if (!error_.ok()) return error_;
+  Status SystemTruncate(uint64_t size) override {
     FILE_END_OF_FILE_INFO info{};
     info.EndOfFile.QuadPart = LONGLONG(size);
     if (!SetFileInformationByHandle(h_.get(), FileEndOfFileInfo, &info, sizeof info)) {
-      return Fail("cannot truncate", GetLastError());
+      return Error("cannot truncate", GetLastError());
     }
     return Status::Ok();
   }
 
-  Status Sync() override {
-    if (!error_.ok()) return error_;
-    if (!FlushFileBuffers(h_.get())) return Fail("cannot flush to disk", GetLastError());
+  Status SystemSync() override {
+    if (!FlushFileBuffers(h_.get())) return Error("cannot flush to disk", GetLastError());
     return Status::Ok();
   }
 
-  const std::string& path() const override { return path_; }
-
- private:
   static OVERLAPPED At(uint64_t offset) {
     OVERLAPPED at{};
     at.Offset = DWORD(offset & 0xFFFFFFFFu);
     at.OffsetHigh = DWORD(offset >> 32);
     return at;
   }
-  Status Fail(const std::string& what, DWORD err) {
-    error_ = ErrorStatus(path_, what, err);
-    return error_;
-  }
+  Status Error(const std::string& what, DWORD err) const { return ErrorStatus(path(), what, err); }
 
   Handle h_;
-  std::string path_;
-  Status error_;
 };
 
 class WindowsLock final : public FileLock {

@@ -1,5 +1,8 @@
 #include "platform/text_case.h"
 
+#include <algorithm>
+#include <cstdint>
+
 #include "platform/codepage.h"
 
 namespace px {
@@ -42,6 +45,16 @@ std::string FoldCase(std::string_view utf8) {
 }
 
 bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
+  // Plain ASCII (names and keywords of statements, run once a row) folds byte by byte,
+  // with nothing allocated; it maps exactly as Upper does.
+  const auto ascii = [](std::string_view s) {
+    return std::all_of(s.begin(), s.end(), [](char c) { return uint8_t(c) < 0x80; });
+  };
+  if (ascii(a) && ascii(b)) {
+    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? char(c - 0x20) : c; };
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
+                                              [&](char x, char y) { return upper(x) == upper(y); });
+  }
   return FoldCase(a) == FoldCase(b);
 }
 

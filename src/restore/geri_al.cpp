@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
 
 #include "modules/module_databases.h"
 #include "modules/moduller.h"
 #include "restore/adimlar.h"
+#include "restore/manifest_denetimi.h"
 #include "restore/sql_metinleri.h"
 
 namespace px::restore {
@@ -72,13 +74,58 @@ Status ModulGeriAl(Ortam& ortam, db::Connection& katalog, const ModulAdimlari& a
   return islem.Bitir();
 }
 
-Result<std::unique_ptr<db::Connection>> KatalogAc(Ortam& ortam) {
-  if (!ortam.katalog_ac) return Status::NotSupported("no catalog opener");
-  return ortam.katalog_ac(ortam.kok + "\\genel\\data\\DonemAc.mdb");
-}
-
 bool SeciliVar(const std::vector<ModulSecimi>& moduller) {
   return std::any_of(moduller.begin(), moduller.end(), [](const auto& m) { return m.secili; });
+}
+
+// The entry checks of a run, in order: the first that fails is shown in an "Uyarı" box.
+bool GirdilerGecerli(op::Operator& op, std::span<const std::pair<bool, const char*>> kontroller) {
+  for (const auto& [hatali, mesaj] : kontroller) {
+    if (hatali) {
+      Uyari(op, mesaj);
+      return false;
+    }
+  }
+  return true;
+}
+
+// What both runs do once confirmed: the catalog opened and the package's manifest read; an
+// error is shown and ends the run before anything changed.
+std::unique_ptr<db::Connection> RunuHazirla(Ortam& ortam, const std::string& paket_klasoru) {
+  auto katalog = [&]() -> Result<std::unique_ptr<db::Connection>> {
+    if (!ortam.katalog_ac) return Status::NotSupported("no catalog opener");
+    PX_ASSIGN_OR_RETURN(auto k, ortam.katalog_ac(ortam.kok + "\\genel\\data\\DonemAc.mdb"));
+    PX_RETURN_IF_ERROR(PaketManifestiniOku(ortam, paket_klasoru));
+    return k;
+  }();
+  if (!katalog.ok()) {
+    HataKoduGoster(ortam.op, katalog.status());
+    return nullptr;
+  }
+  return std::move(*katalog);
+}
+
+// One ticked module of one company in a run: its question unless the run asks none, then
+// its steps in one transaction; an error is shown. Its line goes into the run's result.
+enum class ModulSonu { kGecildi, kTamam, kHata };
+ModulSonu ModulIsle(Ortam& ortam, db::Connection& katalog, const std::string& soru,
+                    const ModulAdimlari& adimlar, ModulSonucu satir, GeriAlSonucu& sonuc) {
+  ModulSonu son = ModulSonu::kTamam;
+  if (!soru.empty() && !Soru(ortam.op, soru, kBaslik)) {
+    son = ModulSonu::kGecildi;
+    satir.durum = "Geç";
+    sonuc.reddedildi = true;
+  } else if (Status s = ModulGeriAl(ortam, katalog, adimlar); !s.ok()) {
+    // The module's databases are as before it; those done before stay restored.
+    HataKoduGoster(ortam.op, s);
+    son = ModulSonu::kHata;
+    satir.durum = "Hata";
+    sonuc.hata = true;
+  } else {
+    satir.durum = "Tamam";
+  }
+  sonuc.moduller.push_back(std::move(satir));
+  return son;
 }
 
 GeriAlSonucu GeriAlBaslatUyarisiz(Ortam& ortam, const GeriAlGirdileri& g);
@@ -127,12 +174,9 @@ GeriAlSonucu GeriAlBaslatUyarisiz(Ortam& ortam, const GeriAlGirdileri& g) {
       {g.moduller.empty(), "Geri Alınacak Modül Bulunamadı!"},
       {!SeciliVar(g.moduller), "Lütfen Geri Almak İstediğiniz Modülü Seçin!"},
   };
-  for (const auto& [hatali, mesaj] : kontroller) {
-    if (hatali) {
-      Uyari(op, mesaj);
-      sonuc.hata = true;
-      return sonuc;
-    }
+  if (!GirdilerGecerli(op, kontroller)) {
+    sonuc.hata = true;
+    return sonuc;
   }
   if (!Soru(op, "Geri Al İşlemini Başlatmak İstediğinizden Eminmisiniz?", kBaslik)) {
     sonuc.reddedildi = true;
@@ -148,13 +192,12 @@ GeriAlSonucu GeriAlBaslatUyarisiz(Ortam& ortam, const GeriAlGirdileri& g) {
     sonuc.reddedildi = true;
     return sonuc;
   }
-  auto katalog = KatalogAc(ortam);
-  if (!katalog.ok()) {
-    HataKoduGoster(op, katalog.status());
+  const std::string paket_klasoru = g.kaynak + "\\" + g.paket;
+  auto katalog = RunuHazirla(ortam, paket_klasoru);
+  if (katalog == nullptr) {
     sonuc.hata = true;
     return sonuc;
   }
-  const std::string paket_klasoru = g.kaynak + "\\" + g.paket;
   const std::string paket_sirket = g.paket_sirket.empty() ? g.sirket : g.paket_sirket;
   const std::string paket_yil = g.paket_yil.empty() ? g.yil : g.paket_yil;
   for (const auto& modul : modules::Moduller()) {
@@ -162,16 +205,11 @@ GeriAlSonucu GeriAlBaslatUyarisiz(Ortam& ortam, const GeriAlGirdileri& g) {
                                     [&](const auto& m) { return m.ad == modul.ad; });
     if (secim == g.moduller.end() || !secim->secili) continue;
     const std::string ad(modul.ad);
-    if (!g.onaysiz && !Soru(op,
-                            "Modül: " + std::string(modul.buyuk_ad) + kSatir + kSatir +
-                                "Yukarıdaki Modüldeki Bilgiler SİLİNECEKTİR." + kSatir + kSatir +
-                                "Yedek Bilgileri Geri Almak İstediğinizden Eminmisiniz?",
-                            kBaslik)) {
-      op.SetModuleState(ad, "Geç");
-      sonuc.moduller.push_back({ad, "", "Geç"});
-      sonuc.reddedildi = true;
-      continue;
-    }
+    const std::string soru =
+        g.onaysiz ? ""
+                  : "Modül: " + std::string(modul.buyuk_ad) + kSatir + kSatir +
+                        "Yukarıdaki Modüldeki Bilgiler SİLİNECEKTİR." + kSatir + kSatir +
+                        "Yedek Bilgileri Geri Almak İstediğinizden Eminmisiniz?";
     ModulAdimlari a{std::string(modul.klasor),
                     paket_klasoru,
                     paket_sirket,
@@ -182,16 +220,16 @@ GeriAlSonucu GeriAlBaslatUyarisiz(Ortam& ortam, const GeriAlGirdileri& g) {
                     {modules::kKonumData, modules::kKonumDataSirket, modules::kKonumDataSirketYil},
                     std::nullopt};
     if (modul.klasor == "Personel") a.personel_eski = paket_sirket;
-    Status s = ModulGeriAl(ortam, **katalog, a);
-    if (!s.ok()) {
-      // The module's databases are as before it; those done before stay restored.
-      HataKoduGoster(op, s);
-      sonuc.moduller.push_back({ad, "", "Hata"});
-      sonuc.hata = true;
-      return sonuc;
+    switch (ModulIsle(ortam, *katalog, soru, a, {ad, "", ""}, sonuc)) {
+      case ModulSonu::kGecildi:
+        op.SetModuleState(ad, "Geç");
+        break;
+      case ModulSonu::kHata:
+        return sonuc;
+      case ModulSonu::kTamam:
+        op.SetModuleState(ad, "Tamam");
+        break;
     }
-    op.SetModuleState(ad, "Tamam");
-    sonuc.moduller.push_back({ad, "", "Tamam"});
   }
   std::string son = "Geri Al İşlemi Tamamlandı!";
   if (!ortam.alinan_kopyalar.empty()) {
@@ -263,12 +301,9 @@ GeriAlSonucu YilGeriAlUyarisiz(Ortam& ortam, const YilGeriAlGirdileri& g) {
       {g.moduller.empty(), "Geri Alınacak Modül Bulunamadı!"},
       {!SeciliVar(g.moduller), "Lütfen Geri Almak İstediğiniz Modülü Seçin!"},
   };
-  for (const auto& [hatali, mesaj] : kontroller) {
-    if (hatali) {
-      Uyari(op, mesaj);
-      sonuc.hata = true;
-      return sonuc;
-    }
+  if (!GirdilerGecerli(op, kontroller)) {
+    sonuc.hata = true;
+    return sonuc;
   }
   if (!Soru(op,
             g.kaynak_yil +
@@ -289,14 +324,13 @@ GeriAlSonucu YilGeriAlUyarisiz(Ortam& ortam, const YilGeriAlGirdileri& g) {
     sonuc.reddedildi = true;
     return sonuc;
   }
-  auto katalog = KatalogAc(ortam);
-  if (!katalog.ok()) {
-    HataKoduGoster(op, katalog.status());
+  const std::string paket_klasoru = g.kaynak + "\\" + g.paket;
+  auto katalog = RunuHazirla(ortam, paket_klasoru);
+  if (katalog == nullptr) {
     sonuc.hata = true;
     return sonuc;
   }
   op.SetStatus("Lütfen Bekleyin...");
-  const std::string paket_klasoru = g.kaynak + "\\" + g.paket;
   const std::vector<std::string> sirketler = PaketSirketleri(ortam.dosyalar, paket_klasoru);
   const int ust = int(sirketler.size()) - 1;
   op.ShowWaitWindow(true);
@@ -317,28 +351,17 @@ GeriAlSonucu YilGeriAlUyarisiz(Ortam& ortam, const YilGeriAlGirdileri& g) {
       if (kalem == nullptr) continue;
       if (!ModulPaketteVarmi(ortam.fs, paket_klasoru, kalem->klasor, sirket, g.kaynak_yil))
         continue;
-      if (!g.onaysiz && !Soru(op,
-                              "Modül: " + std::string(kalem->buyuk_ad) + kSatir +
-                                  "Şirket No: " + sirket + kSatir + "Yıl: " + g.hedef_yil + kSatir +
-                                  kSatir + "Yukarıdaki Modüldeki Bilgiler SİLİNECEKTİR." + kSatir +
-                                  kSatir + "Yedek Bilgileri Geri Almak İstediğinizden Eminmisiniz?",
-                              kBaslik)) {
-        sonuc.moduller.push_back({secim.ad, sirket, "Geç"});
-        sonuc.reddedildi = true;
-        continue;
-      }
+      const std::string soru =
+          g.onaysiz ? ""
+                    : "Modül: " + std::string(kalem->buyuk_ad) + kSatir + "Şirket No: " + sirket +
+                          kSatir + "Yıl: " + g.hedef_yil + kSatir + kSatir +
+                          "Yukarıdaki Modüldeki Bilgiler SİLİNECEKTİR." + kSatir + kSatir +
+                          "Yedek Bilgileri Geri Almak İstediğinizden Eminmisiniz?";
       ModulAdimlari a{kalem->klasor, paket_klasoru, sirket,       g.kaynak_yil,
                       sirket,        g.hedef_yil,   g.hedef_turu, {modules::kKonumDataSirketYil},
                       std::nullopt};
-      Status s = ModulGeriAl(ortam, **katalog, a);
-      if (!s.ok()) {
-        // That module of that company is as it was; the run goes on.
-        HataKoduGoster(op, s);
-        sonuc.moduller.push_back({secim.ad, sirket, "Hata"});
-        sonuc.hata = true;
-        continue;
-      }
-      sonuc.moduller.push_back({secim.ad, sirket, "Tamam"});
+      // A module that failed is as it was; the run goes on with the next.
+      (void)ModulIsle(ortam, *katalog, soru, a, {secim.ad, sirket, ""}, sonuc);
     }
     op.SetWaitProgress(i, ust);
   }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/sha256.h"
 #include "platform/host_path.h"
 #include "platform/text_case.h"
 #include "settings/hata_mesaji.h"
@@ -76,6 +77,28 @@ Status HostDosyalar::Kopyala(const std::string& kaynak, const std::string& hedef
 Status HostDosyalar::Sil(const std::string& yol) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
   return files_.Remove(p.string());
+}
+
+Result<std::string> HostDosyalar::Oku(const std::string& yol) {
+  PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
+  if (!files_.Exists(p.string())) return Status::NotFound(yol + ": file not found");
+  return platform::ReadFileWhole(files_, p.string());
+}
+
+Result<DosyaOzeti> HostDosyalar::Ozet(const std::string& yol) {
+  PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
+  PX_ASSIGN_OR_RETURN(auto dosya, files_.Open(p.string(), platform::OpenMode::kRead));
+  Sha256 sha;
+  std::vector<uint8_t> parca(size_t{1} << 16);
+  DosyaOzeti ozet;
+  for (;;) {
+    PX_ASSIGN_OR_RETURN(size_t n, dosya->ReadAt(ozet.bayt, parca));
+    if (n == 0) break;
+    sha.Update(std::string_view(reinterpret_cast<const char*>(parca.data()), n));
+    ozet.bayt += n;
+  }
+  ozet.sha256 = sha.HexDigest();
+  return ozet;
 }
 
 Status HostDosyalar::KlasorlerYarat(const std::string& yol) {

@@ -24,6 +24,12 @@ struct DosyaGirdisi {
   bool operator==(const DosyaGirdisi&) const = default;
 };
 
+// A file as stored: its size and the SHA-256 of its bytes.
+struct DosyaOzeti {
+  uint64_t bayt = 0;
+  std::string sha256;
+};
+
 // The files the restore reads and writes, on domain paths ("C:\Pergonix\Cari\Data\...") or
 // host paths.
 class Dosyalar {
@@ -38,6 +44,10 @@ class Dosyalar {
   // Copies a file over `hedef`, which is replaced only once the copy is complete.
   virtual Status Kopyala(const std::string& kaynak, const std::string& hedef) = 0;
   virtual Status Sil(const std::string& yol) = 0;  // OK when missing
+  // A small file whole (NotFound without it), and any file's size and checksum, read in
+  // bounded chunks.
+  virtual Result<std::string> Oku(const std::string& yol) = 0;
+  virtual Result<DosyaOzeti> Ozet(const std::string& yol) = 0;
   // The folder and every missing folder above it.
   virtual Status KlasorlerYarat(const std::string& yol) = 0;
 };
@@ -53,6 +63,8 @@ class HostDosyalar : public Dosyalar {
   Status Ac(const std::string& pbf, const std::string& hedef) override;
   Status Kopyala(const std::string& kaynak, const std::string& hedef) override;
   Status Sil(const std::string& yol) override;
+  Result<std::string> Oku(const std::string& yol) override;
+  Result<DosyaOzeti> Ozet(const std::string& yol) override;
   Status KlasorlerYarat(const std::string& yol) override;
 
  private:

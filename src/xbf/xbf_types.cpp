@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "core/value_text.h"
+#include "platform/codepage.h"
 
 namespace px::xbf {
 
@@ -154,7 +155,8 @@ size_t Utf16Length(std::string_view s) {
 }
 
 // ---------------------------------------------------------------------------------------
-// Formatting
+// Formatting. Values are appended straight to the caller's buffer: a table of a million
+// rows formats several million values, so nothing here allocates per value.
 
 namespace {
 
@@ -163,25 +165,57 @@ Status Mismatch(const FieldInfo& f, const char* what) {
                                  std::to_string(f.ado_type));
 }
 
-// "%.*G" with ADO's conventions: no "-0".
-std::string GeneralText(double d, int digits) {
-  if (d == 0) return "0";
+template <typename T>
+void AppendNumber(std::string& out, T n) {
+  char buf[24];
+  auto r = std::to_chars(buf, buf + sizeof buf, n);
+  out.append(buf, r.ptr);
+}
+
+// "%.*G" with ADO's conventions: no "-0". std::to_chars with a precision is printf's "%.*g"
+// (trailing zeros dropped, at least two exponent digits); ADO's exponent letter is upper case.
+void AppendGeneral(std::string& out, double d, int digits) {
+  if (d == 0) {
+    out += '0';
+    return;
+  }
   char buf[64];
-  std::snprintf(buf, sizeof buf, "%.*G", digits, d);
-  return buf;
+  auto r = std::to_chars(buf, buf + sizeof buf, d, std::chars_format::general, digits);
+  for (char* p = buf; p < r.ptr; ++p) {
+    if (*p == 'e') *p = 'E';
+  }
+  out.append(buf, r.ptr);
 }
 
 // Singles print with 8 significant digits (5.325f is "5.3249998"), subnormal ones with 10
 // ("1.401298464E-45"), as ADO writes them. Eight digits do not always single out one float;
 // such values read back as the nearest float, as they do in ADO.
-std::string SingleText(float f) {
-  if (f == 0) return "0";
+void AppendSingle(std::string& out, float f) {
+  if (f == 0) {
+    out += '0';
+    return;
+  }
   const bool subnormal = std::fabs(f) < std::numeric_limits<float>::min();
-  return GeneralText(double(f), subnormal ? 10 : 8);
+  AppendGeneral(out, double(f), subnormal ? 10 : 8);
+}
+
+// Currency: up to four decimals, trailing zeros and a bare point dropped, no "-0".
+void AppendCurrency(std::string& out, int64_t scaled) {
+  const uint64_t magnitude = scaled < 0 ? uint64_t(0) - uint64_t(scaled) : uint64_t(scaled);
+  if (scaled < 0) out += '-';
+  AppendNumber(out, magnitude / 10000);
+  uint64_t fraction = magnitude % 10000;
+  if (fraction == 0) return;
+  char digits[4];
+  for (int i = 3; i >= 0; --i, fraction /= 10) digits[i] = char('0' + fraction % 10);
+  size_t n = 4;
+  while (digits[n - 1] == '0') --n;
+  out += '.';
+  out.append(digits, n);
 }
 
 // Numeric values carry exactly `scale` decimals, and a pure fraction has no leading "0".
-std::string NumericText(const Decimal& d, int scale) {
+void AppendNumeric(std::string& out, const Decimal& d, int scale) {
   std::string plain = DecimalToPlain(d);
   const bool negative = !plain.empty() && plain[0] == '-';
   if (negative) plain.erase(0, 1);
@@ -190,10 +224,9 @@ std::string NumericText(const Decimal& d, int scale) {
   std::string frac = point == std::string::npos ? "" : plain.substr(point + 1);
   if (scale != 255 && int(frac.size()) < scale) frac.append(size_t(scale - int(frac.size())), '0');
   if (whole == "0" && !frac.empty()) whole.clear();
-  std::string out = negative ? "-" : "";
+  if (negative) out += '-';
   out += whole;
-  if (!frac.empty()) out += "." + frac;
-  return out;
+  if (!frac.empty()) out.append(".").append(frac);
 }
 
 Result<double> AsDouble(const FieldInfo& f, const Value& v) {
@@ -218,14 +251,26 @@ Result<Decimal> AsDecimal(const FieldInfo& f, const Value& v) {
   return Mismatch(f, "value");
 }
 
-Result<std::string> IntegerText(const FieldInfo& f, const Value& v) {
-  if (auto* i = std::get_if<int64_t>(&v)) return std::to_string(*i);
-  if (auto* b = std::get_if<bool>(&v)) return std::string(*b ? "-1" : "0");
-  if (auto* d = std::get_if<Decimal>(&v); d && d->scale == 0) return DecimalToPlain(*d);
-  return Mismatch(f, "value");
+Status AppendInteger(const FieldInfo& f, const Value& v, std::string& out) {
+  if (auto* i = std::get_if<int64_t>(&v)) {
+    AppendNumber(out, *i);
+  } else if (auto* b = std::get_if<bool>(&v)) {
+    out += *b ? "-1" : "0";
+  } else if (auto* d = std::get_if<Decimal>(&v); d && d->scale == 0) {
+    out += DecimalToPlain(*d);
+  } else {
+    return Mismatch(f, "value");
+  }
+  return Status::Ok();
 }
 
-Result<std::string> DateText(const FieldInfo& f, const Value& v) {
+// `width` digits of `n`, zero-padded.
+char* PutDigits(char* p, int n, int width) {
+  for (int i = width - 1; i >= 0; --i, n /= 10) p[i] = char('0' + n % 10);
+  return p + width;
+}
+
+Status AppendDate(const FieldInfo& f, const Value& v, std::string& out) {
   auto* d = std::get_if<OleDate>(&v);
   if (!d) return Mismatch(f, "value");
   auto p = OleDateToParts(d->days);
@@ -238,38 +283,73 @@ Result<std::string> DateText(const FieldInfo& f, const Value& v) {
     p = OleDateToParts(PartsToOleDate(up));
     if (!p || p->year > 9999) return Mismatch(f, "date");
   }
-  char buf[64];
-  if (f.ado_type == ado::kDBDate) {
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", p->year, p->month, p->day);
-  } else if (f.ado_type == ado::kDBTime) {
-    std::snprintf(buf, sizeof buf, "%02d:%02d:%02d", p->hour, p->minute, p->second);
-  } else {
-    int n = std::snprintf(buf, sizeof buf, "%04d-%02d-%02dT%02d:%02d:%02d", p->year, p->month,
-                          p->day, p->hour, p->minute, p->second);
+  char buf[32];
+  char* e = buf;
+  if (f.ado_type != ado::kDBTime) {  // yyyy-mm-dd
+    e = PutDigits(e, p->year, 4);
+    *e++ = '-';
+    e = PutDigits(e, p->month, 2);
+    *e++ = '-';
+    e = PutDigits(e, p->day, 2);
+  }
+  if (f.ado_type != ado::kDBDate) {  // [T]hh:mm:ss[.fff000000]
+    if (f.ado_type != ado::kDBTime) *e++ = 'T';
+    e = PutDigits(e, p->hour, 2);
+    *e++ = ':';
+    e = PutDigits(e, p->minute, 2);
+    *e++ = ':';
+    e = PutDigits(e, p->second, 2);
     if (keep_fraction && p->millisecond) {
-      std::snprintf(buf + n, sizeof buf - size_t(n), ".%03d000000", p->millisecond);
+      *e++ = '.';
+      e = PutDigits(e, p->millisecond, 3);
+      e = PutDigits(e, 0, 6);
     }
   }
-  return std::string(buf);
+  out.append(buf, e);
+  return Status::Ok();
 }
 
-Result<std::string> TextValue(const FieldInfo& f, const Value& v) {
-  auto* s = std::get_if<std::string>(&v);
-  if (!s) return Mismatch(f, "value");
-  std::string out = *s;
-  // Fixed-length text is padded with blanks to its declared length, as ADO counts it: UTF-16
-  // units in wide fields, bytes in ANSI fields. The suite's ANSI code pages (1254 and the
-  // other Windows single-byte pages) hold one character a byte.
-  if ((f.ado_type == ado::kChar || f.ado_type == ado::kWChar) && f.size > 0 && f.size < 65536) {
-    const size_t len = f.ado_type == ado::kWChar ? Utf16Length(out) : Utf8Length(out);
-    if (len < size_t(f.size)) out.append(size_t(f.size) - len, ' ');
+// ANSI code pages that hold a character in one or two bytes (Japanese, Simplified Chinese,
+// Korean, Traditional Chinese).
+bool DoubleByteCodePage(int code_page) {
+  return code_page == 932 || code_page == 936 || code_page == 949 || code_page == 950;
+}
+
+// Bytes a character takes in a double-byte code page. The text comes from a column of that
+// code page, so every character is one of its characters: ASCII takes one byte, and so do
+// the half-width katakana of 932 and the euro sign of 936; every other character two.
+size_t DoubleByteWidth(int code_page, uint32_t c) {
+  if (c < 0x80) return 1;
+  if (code_page == 932 && c >= 0xFF61 && c <= 0xFF9F) return 1;
+  if (code_page == 936 && c == 0x20AC) return 1;
+  return 2;
+}
+
+size_t AnsiLength(std::string_view utf8, int code_page) {
+  if (!DoubleByteCodePage(code_page)) return Utf8Length(utf8);
+  size_t bytes = 0;
+  for (size_t i = 0; i < utf8.size();) {
+    auto c = NextUtf8(utf8, i);
+    if (!c) {  // not UTF-8: one unknown character ("?")
+      ++i;
+      ++bytes;
+      continue;
+    }
+    bytes += DoubleByteWidth(code_page, *c);
   }
-  return out;
+  return bytes;
 }
 
 }  // namespace
 
-Result<std::string> FormatValue(const FieldInfo& f, const Value& v) {
+size_t FixedTextPadding(const FieldInfo& f, std::string_view text, int ansi_code_page) {
+  const bool wide = f.ado_type == ado::kWChar;
+  if ((!wide && f.ado_type != ado::kChar) || f.size <= 0 || f.size >= 65536) return 0;
+  const size_t len = wide ? Utf16Length(text) : AnsiLength(text, ansi_code_page);
+  return len < size_t(f.size) ? size_t(f.size) - len : 0;
+}
+
+Status AppendValueText(const FieldInfo& f, const Value& v, std::string& out, int ansi_code_page) {
   switch (f.ado_type) {
     case ado::kTinyInt:
     case ado::kUnsignedTinyInt:
@@ -279,58 +359,92 @@ Result<std::string> FormatValue(const FieldInfo& f, const Value& v) {
     case ado::kUnsignedInt:
     case ado::kBigInt:
     case ado::kUnsignedBigInt:
-      return IntegerText(f, v);
+      return AppendInteger(f, v, out);
     case ado::kSingle: {
-      if (auto* s = std::get_if<float>(&v); s && std::isfinite(*s)) return SingleText(*s);
+      if (auto* s = std::get_if<float>(&v); s && std::isfinite(*s)) {
+        AppendSingle(out, *s);
+        return Status::Ok();
+      }
       PX_ASSIGN_OR_RETURN(double d, AsDouble(f, v));
       if (!std::isfinite(d) || std::fabs(d) > std::numeric_limits<float>::max()) {
         return Mismatch(f, "number");
       }
-      return SingleText(float(d));
+      AppendSingle(out, float(d));
+      return Status::Ok();
     }
     case ado::kDouble: {
       PX_ASSIGN_OR_RETURN(double d, AsDouble(f, v));
       if (!std::isfinite(d)) return Mismatch(f, "NaN or infinity");
-      return GeneralText(d, 17);
+      AppendGeneral(out, d, 17);
+      return Status::Ok();
     }
     case ado::kCurrency: {
-      if (auto* c = std::get_if<Currency>(&v)) return CurrencyToPlain(*c);
-      if (auto* i = std::get_if<int64_t>(&v)) return std::to_string(*i);
-      return Mismatch(f, "value");
+      if (auto* c = std::get_if<Currency>(&v)) {
+        AppendCurrency(out, c->scaled);
+      } else if (auto* i = std::get_if<int64_t>(&v)) {
+        AppendNumber(out, *i);
+      } else {
+        return Mismatch(f, "value");
+      }
+      return Status::Ok();
     }
     case ado::kBoolean: {
-      if (auto* b = std::get_if<bool>(&v)) return std::string(*b ? "True" : "False");
-      if (auto* i = std::get_if<int64_t>(&v)) return std::string(*i ? "True" : "False");
-      return Mismatch(f, "value");
+      if (auto* b = std::get_if<bool>(&v)) {
+        out += *b ? "True" : "False";
+      } else if (auto* i = std::get_if<int64_t>(&v)) {
+        out += *i ? "True" : "False";
+      } else {
+        return Mismatch(f, "value");
+      }
+      return Status::Ok();
     }
     case ado::kNumeric: {
       PX_ASSIGN_OR_RETURN(Decimal d, AsDecimal(f, v));
-      return NumericText(d, f.scale);
+      AppendNumeric(out, d, f.scale);
+      return Status::Ok();
     }
     case ado::kDecimal:
     case kVarNumeric: {
       PX_ASSIGN_OR_RETURN(Decimal d, AsDecimal(f, v));
-      return DecimalToPlain(d);
+      out += DecimalToPlain(d);
+      return Status::Ok();
     }
     case ado::kDate:
     case ado::kDBDate:
     case ado::kDBTime:
     case ado::kDBTimeStamp:
     case ado::kFileTime:
-      return DateText(f, v);
+      return AppendDate(f, v, out);
     case ado::kGUID: {
-      if (auto* g = std::get_if<Guid>(&v)) return GuidToText(*g);
-      return Mismatch(f, "value");
+      auto* g = std::get_if<Guid>(&v);
+      if (!g) return Mismatch(f, "value");
+      out += GuidToText(*g);
+      return Status::Ok();
     }
     case ado::kBinary:
     case ado::kVarBinary:
     case ado::kLongVarBinary: {
-      if (auto* b = std::get_if<Binary>(&v)) return HexLower(b->bytes);
-      return Mismatch(f, "value");
+      auto* b = std::get_if<Binary>(&v);
+      if (!b) return Mismatch(f, "value");
+      out += HexLower(b->bytes);
+      return Status::Ok();
     }
-    default:
-      return TextValue(f, v);
+    default: {
+      // Fixed-length text is padded with blanks to its declared length, as ADO counts it:
+      // UTF-16 units in wide fields, bytes of the code page in ANSI fields.
+      auto* s = std::get_if<std::string>(&v);
+      if (!s) return Mismatch(f, "value");
+      out += *s;
+      out.append(FixedTextPadding(f, *s, ansi_code_page), ' ');
+      return Status::Ok();
+    }
   }
+}
+
+Result<std::string> FormatValue(const FieldInfo& f, const Value& v, int ansi_code_page) {
+  std::string out;
+  PX_RETURN_IF_ERROR(AppendValueText(f, v, out, ansi_code_page));
+  return out;
 }
 
 // ---------------------------------------------------------------------------------------

@@ -39,9 +39,22 @@ bool HasScale(int ado_type);
 bool IsTextType(int ado_type);
 bool IsBinaryType(int ado_type);
 
-// The text of a non-null value as ADO writes it into a row attribute (before escaping).
-// Binary values give lower-case hex. InvalidArgument when the value does not fit the type.
-Result<std::string> FormatValue(const FieldInfo& field, const Value& v);
+// The ANSI code page of the suite's data (Turkish).
+inline constexpr int kDefaultAnsiCodePage = 1254;
+
+// The text of a non-null value as ADO writes it into a row attribute (before escaping),
+// appended to `out`. Binary values give lower-case hex. InvalidArgument when the value does
+// not fit the type. `ansi_code_page` is the code page of ANSI text (char, varchar) fields.
+Status AppendValueText(const FieldInfo& field, const Value& v, std::string& out,
+                       int ansi_code_page = kDefaultAnsiCodePage);
+Result<std::string> FormatValue(const FieldInfo& field, const Value& v,
+                                int ansi_code_page = kDefaultAnsiCodePage);
+
+// The blanks ADO puts after a fixed-length text value to fill its declared length: counted
+// in UTF-16 units for wide (nchar) fields and in bytes of `ansi_code_page` for ANSI (char)
+// fields, where double-byte code pages (932, 936, 949, 950) take two bytes for most
+// characters. 0 for other fields and for values at or over the length.
+size_t FixedTextPadding(const FieldInfo& field, std::string_view text, int ansi_code_page);
 
 // The value of a row attribute (already unescaped) for a field. bin.hex text may contain
 // whitespace, which is ignored. InvalidArgument when the text is not a value of the type.

@@ -4,6 +4,7 @@
 
 #include "xbf/parallel_deflate.h"
 #include "xbf/pbf.h"
+#include "xbf/read_ahead.h"
 #include "xbf/xbf_types.h"
 
 namespace px::xbf {
@@ -67,27 +68,34 @@ void XbfWriter::AppendUtf16Le(std::string& out, std::string_view utf8) {
 }
 
 void AppendEscaped(std::string& out, std::string_view s) {
-  for (char c : s) {
-    switch (c) {
+  // Runs without a special character are copied whole.
+  size_t run = 0;
+  for (size_t i = 0; i < s.size(); ++i) {
+    const char* ref;
+    switch (s[i]) {
       case '&':
-        out += "&#x26;";
+        ref = "&#x26;";
         break;
       case '<':
-        out += "&#x3c;";
+        ref = "&#x3c;";
         break;
       case '>':
-        out += "&#x3e;";
+        ref = "&#x3e;";
         break;
       case '\'':
-        out += "&#x27;";
+        ref = "&#x27;";
         break;
       case '"':
-        out += "&#x22;";
+        ref = "&#x22;";
         break;
       default:
-        out += c;
+        continue;
     }
+    out.append(s.data() + run, i - run);
+    out.append(ref, 6);
+    run = i + 1;
   }
+  out.append(s.data() + run, s.size() - run);
 }
 
 XbfWriter::XbfWriter(ByteSink& sink, RowsetOptions options)
@@ -165,16 +173,18 @@ void XbfWriter::Attribute(std::string_view name, std::string_view escaped_value)
   column_ += int64_t(Width(std::string_view(buf_).substr(start)));
 }
 
-void XbfWriter::HexAttribute(std::string_view name, std::string_view hex) {
+void XbfWriter::HexAttribute(std::string_view name, const std::vector<uint8_t>& bytes) {
+  static constexpr char kDigits[] = "0123456789abcdef";
   OpenAttribute(name);
   const int64_t digit_pair = options_.encoding == TextEncoding::kUtf16Le ? 4 : 2;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+  for (uint8_t b : bytes) {
     if (column_ > kBreakAfter - 1) {
       buf_ += "\r\n";
       buf_.append(size_t(continuation_depth_), '\t');
       column_ = -1;
     }
-    buf_.append(hex.substr(i, 2));
+    const char pair[2] = {kDigits[b >> 4], kDigits[b & 15]};
+    buf_.append(pair, 2);
     column_ += digit_pair;
   }
   buf_ += '\'';
@@ -248,6 +258,10 @@ Status XbfWriter::Begin(const std::vector<FieldInfo>& fields) {
   began_ = true;
   fields_ = fields;
   xml_names_ = XmlNames(fields_);
+  for (const FieldInfo& f : fields_) {
+    binary_.push_back(IsBinaryType(f.ado_type));
+    text_.push_back(IsTextType(f.ado_type));
+  }
   buf_ += kRoot;
   buf_ += "<s:Schema id='RowsetSchema'>\r\n";
   StartTag(1, "s:ElementType", 1);
@@ -274,18 +288,27 @@ Status XbfWriter::WriteRow(const Row& row) {
                                        std::to_string(fields_.size()) + " fields");
   }
   StartTag(1, "z:row", 2);
-  std::string escaped;
   for (size_t i = 0; i < row.size(); ++i) {
-    if (IsNull(row[i])) continue;
-    auto text = FormatValue(fields_[i], row[i]);
-    if (!text.ok()) return error_ = text.status();
-    if (IsBinaryType(fields_[i].ado_type)) {
-      HexAttribute(xml_names_[i], *text);
-    } else {
-      escaped.clear();
-      AppendEscaped(escaped, *text);
-      Attribute(xml_names_[i], escaped);
+    const Value& v = row[i];
+    if (IsNull(v)) continue;
+    const FieldInfo& f = fields_[i];
+    if (binary_[i]) {
+      auto* b = std::get_if<Binary>(&v);
+      if (!b) return error_ = FormatValue(f, v).status();
+      HexAttribute(xml_names_[i], b->bytes);
+      continue;
     }
+    OpenAttribute(xml_names_[i]);
+    const size_t start = buf_.size();
+    auto* s = std::get_if<std::string>(&v);
+    if (s && text_[i]) {
+      AppendEscaped(buf_, *s);
+      buf_.append(FixedTextPadding(f, *s, options_.ansi_code_page), ' ');
+    } else if (Status st = AppendValueText(f, v, buf_, options_.ansi_code_page); !st.ok()) {
+      return error_ = st;  // other types never need escaping
+    }
+    buf_ += '\'';
+    column_ += int64_t(Width(std::string_view(buf_).substr(start)));
   }
   EndLine("/>");
   return FlushIfFull();
@@ -324,9 +347,10 @@ Status XbfWriter::Flush() {
 Status WriteRecordset(RowSource& rows, ByteSink& sink, const RowsetOptions& options) {
   XbfWriter w(sink, options);
   PX_RETURN_IF_ERROR(w.Begin(rows.fields()));
+  ReadAheadRows ahead(rows);
   Row row;
-  while (rows.Next(row)) PX_RETURN_IF_ERROR(w.WriteRow(row));
-  PX_RETURN_IF_ERROR(rows.status());
+  while (ahead.Next(row)) PX_RETURN_IF_ERROR(w.WriteRow(row));
+  PX_RETURN_IF_ERROR(ahead.status());
   return w.Finish();
 }
 

@@ -9,6 +9,7 @@
 
 #include "core/value.h"
 #include "xbf/byte_stream.h"
+#include "xbf/xbf_types.h"
 
 namespace px::xbf {
 
@@ -20,6 +21,9 @@ struct RowsetOptions {
   std::string command_timeout;  // rs:CommandTimeout; not written when empty
   // UTF-16LE with a BOM is what ADO writes when saving into a text stream.
   TextEncoding encoding = TextEncoding::kUtf8;
+  // Code page of the ANSI text fields (char, varchar): fixed-length ones are padded by its
+  // bytes.
+  int ansi_code_page = kDefaultAnsiCodePage;
 };
 
 class XbfWriter {
@@ -44,7 +48,7 @@ class XbfWriter {
   void StartTag(int depth, std::string_view name, int continuation_depth);
   void OpenAttribute(std::string_view name);
   void Attribute(std::string_view name, std::string_view escaped_value);
-  void HexAttribute(std::string_view name, std::string_view hex);
+  void HexAttribute(std::string_view name, const std::vector<uint8_t>& bytes);
   void EndLine(std::string_view close);
   void AttributeType(size_t index);
   void DataType(const FieldInfo& f);
@@ -56,6 +60,8 @@ class XbfWriter {
   RowsetOptions options_;
   std::vector<FieldInfo> fields_;
   std::vector<std::string> xml_names_;
+  std::vector<bool> binary_;  // by field: written as bin.hex
+  std::vector<bool> text_;    // by field: text, escaped as it is written
   std::string buf_;
   bool began_ = false;
   bool finished_ = false;
@@ -67,7 +73,8 @@ class XbfWriter {
   Status error_;
 };
 
-// Writes every row of `rows` to `sink` as one recordset file.
+// Writes every row of `rows` to `sink` as one recordset file; the rows are read on a thread
+// of their own (ReadAheadRows), so nothing else may use `rows` meanwhile.
 Status WriteRecordset(RowSource& rows, ByteSink& sink, const RowsetOptions& options = {});
 // Same into the file `path`, which is replaced only once the whole file is written. When the
 // name ends in "pbf" the file is compressed as a package file (zlib, level 5).

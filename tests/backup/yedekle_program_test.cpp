@@ -8,18 +8,28 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "support/run_program.h"
+#include "platform/utf8_path.h"
+#include "support/jet_oracle.h"
+#include "support/process.h"
 #include "support/temp_folder.h"
 
 namespace px::backup {
 namespace {
 
 namespace fs = std::filesystem;
-using px::testing::RunShell;
-using px::testing::ShellQuote;
+using px::testing::RunJetOracle;
+using px::testing::RunProgram;
+using px::testing::RunResult;
 
 const fs::path kSuite = fs::path(PX_SHARED_DIR) / "samples" / "suite" / "Pergonix";
-const fs::path kOracle = fs::path(PX_SHARED_DIR) / "tools" / "jet-oracle" / "jet-oracle";
+
+// Arguments separated by blanks; none of them holds one.
+std::vector<std::string> Args(const std::string& line) {
+  std::vector<std::string> args;
+  std::istringstream in(line);
+  for (std::string a; in >> a;) args.push_back(a);
+  return args;
+}
 
 // JSON Lines as values: the two programs print the same double in different forms
 // ("1e-05" and "0.00001").
@@ -42,11 +52,17 @@ class YedekleProgrami : public ::testing::Test {
     fs::create_directories(d_.path() / "C");
     fs::create_directories(d_.path() / "D");
     fs::copy(kSuite, d_.path() / "C" / "Pergonix", fs::copy_options::recursive);
+    // The samples are read-only; the suite's own files are not (Windows would refuse to
+    // delete them).
+    for (const auto& e : fs::recursive_directory_iterator(d_.path() / "C")) {
+      fs::permissions(e.path(), fs::perms::owner_write, fs::perm_options::add);
+    }
   }
-  px::testing::ShellOutput Run(const std::string& args) {
-    return RunShell("PERGONIX_DRIVES=" + ShellQuote("C=" + (d_.path() / "C").string() +
-                                                    ";D=" + (d_.path() / "D").string()) +
-                    " " + ShellQuote(PX_BINARY) + " " + args + " 2>&1");
+  // The program with drives C: and D: in the test's folder.
+  RunResult Run(const std::string& args) {
+    px::testing::ScopedEnv drives("PERGONIX_DRIVES", "C=" + Utf8FromPath(d_.path() / "C") +
+                                                         ";D=" + Utf8FromPath(d_.path() / "D"));
+    return RunProgram(Args(args));
   }
   fs::path Paket(const std::string& ad) const { return d_.path() / "D" / "Yedek" / ad; }
 
@@ -58,7 +74,6 @@ class YedekleProgrami : public ::testing::Test {
 // and has none.
 void PaketKaynaklaAyni(const fs::path& suite, const fs::path& paket, const std::string& uzanti,
                        const std::set<std::string>& sirketler) {
-  if (!fs::exists(kOracle)) GTEST_SKIP() << "no jet-oracle at " << kOracle;
   int dosya = 0;
   for (const auto& e : fs::recursive_directory_iterator(suite)) {
     if (e.path().extension() != ".mdb") continue;
@@ -71,23 +86,21 @@ void PaketKaynaklaAyni(const fs::path& suite, const fs::path& paket, const std::
       continue;
     }
     const std::string taban = e.path().stem().string();
-    const auto tablolar =
-        RunShell(ShellQuote(kOracle.string()) + " tables " + ShellQuote(e.path().string()));
-    ASSERT_EQ(tablolar.exit_code, 0) << e.path();
+    const std::string kaynak = Utf8FromPath(e.path());
+    const auto tablolar = RunJetOracle({"tables", kaynak});
+    ASSERT_TRUE(tablolar.ExitedWith(0)) << kaynak << ": " << tablolar.Describe();
     std::istringstream satirlar(tablolar.out);
     for (std::string tablo; std::getline(satirlar, tablo);) {
-      const auto beklenen = RunShell(ShellQuote(kOracle.string()) + " rows " +
-                                     ShellQuote(e.path().string()) + " " + ShellQuote(tablo));
-      ASSERT_EQ(beklenen.exit_code, 0) << tablo;
+      const auto beklenen = RunJetOracle({"rows", kaynak, tablo});
+      ASSERT_TRUE(beklenen.ExitedWith(0)) << tablo << ": " << beklenen.Describe();
       const fs::path dosya_yolu = paket / goreli.parent_path() / (taban + "-" + tablo + uzanti);
       if (beklenen.out.empty()) {
         EXPECT_FALSE(fs::exists(dosya_yolu)) << "empty table has a file: " << dosya_yolu;
         continue;
       }
       ASSERT_TRUE(fs::exists(dosya_yolu)) << dosya_yolu;
-      const auto okunan =
-          RunShell(ShellQuote(PX_BINARY) + " xbf satirlar " + ShellQuote(dosya_yolu.string()));
-      EXPECT_EQ(okunan.exit_code, 0) << dosya_yolu;
+      const auto okunan = RunProgram({"xbf", "satirlar", Utf8FromPath(dosya_yolu)});
+      EXPECT_TRUE(okunan.ExitedWith(0)) << dosya_yolu << ": " << okunan.Describe();
       EXPECT_EQ(Satirlar(okunan.out), Satirlar(beklenen.out)) << dosya_yolu;
       ++dosya;
     }
@@ -96,10 +109,11 @@ void PaketKaynaklaAyni(const fs::path& suite, const fs::path& paket, const std::
 }
 
 TEST_F(YedekleProgrami, ExternalCompressedCompanyBackupReadsBackAsJetOracleReadsTheSource) {
-  auto o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek'");
-  ASSERT_EQ(o.exit_code, 0) << o.out;
+  PX_JET_ORACLE_OR_SKIP();
+  auto o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek");
+  ASSERT_EQ(o.exit_code, 0) << o.Describe();
   EXPECT_NE(o.out.find("Teknik Servis    Tamam\n"), std::string::npos) << o.out;
-  EXPECT_NE(o.out.find("Yedekleme İşlemi Tamamlandı."), std::string::npos);
+  EXPECT_NE(o.err.find("Yedekleme İşlemi Tamamlandı."), std::string::npos) << o.err;
   PaketKaynaklaAyni(d_.path() / "C" / "Pergonix", Paket("P"), ".pbf", {"001"});
   // Extra files: one per level; the missing one and the one of another letter case are not.
   EXPECT_TRUE(fs::exists(Paket("P") / "Dosya/Cari/Data/001/2009/CariRapor.rpt.pbf"));
@@ -108,24 +122,25 @@ TEST_F(YedekleProgrami, ExternalCompressedCompanyBackupReadsBackAsJetOracleReads
   EXPECT_FALSE(fs::exists(Paket("P") / "Dosya/Stok/Data/001/2009/Eksik.dat.pbf"));
   EXPECT_FALSE(fs::exists(Paket("P") / "Dosya/Cari/Data/001/2009/KucukHarf.txt.pbf"));
 
-  auto d = Run("dogrula 'D:\\Yedek\\P'");
-  EXPECT_EQ(d.exit_code, 0) << d.out;
+  auto d = Run("dogrula D:\\Yedek\\P");
+  EXPECT_EQ(d.exit_code, 0) << d.Describe();
 }
 
 TEST_F(YedekleProgrami, ExternalPlainBackupOfEveryCompany) {
+  PX_JET_ORACLE_OR_SKIP();
   auto o =
-      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek "
           "--tum-sirketler --sikistirma-yok");
-  ASSERT_EQ(o.exit_code, 0) << o.out;
+  ASSERT_EQ(o.exit_code, 0) << o.Describe();
   PaketKaynaklaAyni(d_.path() / "C" / "Pergonix", Paket("P"), ".xbf", {"001", "002"});
-  EXPECT_EQ(Run("dogrula 'D:\\Yedek\\P'").exit_code, 0);
+  EXPECT_EQ(Run("dogrula D:\\Yedek\\P").exit_code, 0);
 }
 
 TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
   auto o =
-      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek "
           "--modul Cari --modul Stok");
-  ASSERT_EQ(o.exit_code, 0) << o.out;
+  ASSERT_EQ(o.exit_code, 0) << o.Describe();
   const fs::path cari = Paket("P") / "Cari/Data/001/2009";
   const fs::path stok = Paket("P") / "Stok/Data/001/2009";
   fs::resize_file(cari / "cari-CariKart.pbf", fs::file_size(cari / "cari-CariKart.pbf") - 7);
@@ -139,7 +154,7 @@ TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
   // A leftover temporary name is not part of the package.
   d_.Write(fs::relative(cari / ".~cari-CariNot.pbf.tmp", d_.path()).string(), "yarım");
 
-  auto d = Run("dogrula 'D:\\Yedek\\P'");
+  auto d = Run("dogrula D:\\Yedek\\P");
   EXPECT_EQ(d.exit_code, 1);
   EXPECT_NE(d.out.find("bozuk Cari\\Data\\001\\2009\\cari-CariKart.pbf: "), std::string::npos)
       << d.out;
@@ -152,29 +167,27 @@ TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
 
 TEST_F(YedekleProgrami, ExitCodesOfTheRun) {
   // Declined at the start: not a terminal, no --evet, so the default No answers.
-  EXPECT_EQ(Run("yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek'").exit_code, 3);
+  EXPECT_EQ(Run("yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek").exit_code, 3);
   // Input errors and unknown modules are usage errors.
-  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 01 --yil 2009 --hedef 'D:\\Yedek'").exit_code,
-            2);
-  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 01 --yil 2009 --hedef D:\\Yedek").exit_code, 2);
+  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek "
                 "--modul Yok")
                 .exit_code,
             2);
   EXPECT_EQ(Run("--evet yedekle --bilinmeyen").exit_code, 2);
   // With --evet an old backup is deleted (Yes) and the run ends well.
-  ASSERT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+  ASSERT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek "
                 "--modul Cari")
                 .exit_code,
             0);
   auto o =
-      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek' "
+      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek "
           "--modul Cari");
-  EXPECT_EQ(o.exit_code, 0) << o.out;
-  EXPECT_NE(o.out.find("Klasöründe Eski Bir Yedek Bulundu!"), std::string::npos) << o.out;
+  EXPECT_EQ(o.exit_code, 0) << o.Describe();
+  EXPECT_NE(o.err.find("Klasöründe Eski Bir Yedek Bulundu!"), std::string::npos) << o.err;
   // A missing shared file is an error box.
   fs::remove(d_.path() / "C/Pergonix/Genel/Data/YedekDosya.ini");
-  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef 'D:\\Yedek'").exit_code,
-            1);
+  EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek").exit_code, 1);
 }
 
 }  // namespace

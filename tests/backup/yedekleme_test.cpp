@@ -69,10 +69,31 @@ class Baglanti : public db::MemoryConnection {
  public:
   Result<std::vector<db::TableEntry>> Tables() override {
     PX_ASSIGN_OR_RETURN(auto t, MemoryConnection::Tables());
+    for (db::TableEntry& e : t) e.rows = sayilar.count(e.name) ? sayilar[e.name] : -1;
     t.insert(t.begin(), diger.begin(), diger.end());
     return t;
   }
   std::vector<db::TableEntry> diger;
+  std::map<std::string, int64_t> sayilar;  // row counts the definitions give
+};
+
+// Keeps the table progress reports as "module / database / table: done / total".
+class IlerlemeyiTutan : public op::ScriptedOperator {
+ public:
+  IlerlemeyiTutan() = default;
+  // A new script; the reports start again.
+  IlerlemeyiTutan& operator=(op::ScriptedOperator script) {
+    static_cast<op::ScriptedOperator&>(*this) = std::move(script);
+    tablo_ilerlemesi.clear();
+    return *this;
+  }
+  void SetTableProgress(std::string_view module, std::string_view database, std::string_view table,
+                        int64_t rows_done, int64_t rows_total) override {
+    tablo_ilerlemesi.push_back(std::string(module) + " / " + std::string(database) + " / " +
+                               std::string(table) + ": " + std::to_string(rows_done) + " / " +
+                               std::to_string(rows_total));
+  }
+  std::vector<std::string> tablo_ilerlemesi;
 };
 
 db::MemoryTable Tablo(std::vector<std::string> metin_alanlari, std::vector<Row> satirlar) {
@@ -221,7 +242,7 @@ class YedeklemeTest : public ::testing::Test {
   }
 
   BellekDosyalar fs_;
-  op::ScriptedOperator op_;
+  IlerlemeyiTutan op_;
   YedekGirdisi girdi_;
   std::map<std::string, std::shared_ptr<Baglanti>> baglantilar_;
   std::vector<std::string> acilanlar_;
@@ -408,6 +429,35 @@ TEST_F(YedeklemeTest, ADeclinedDeletionSkipsEveryLaterCompanyToo) {
   }
   EXPECT_EQ(Durumlar(), beklenen);
   EXPECT_EQ(fs_.Altindakiler(kPaket), std::set<std::string>{"Cari\\Data\\001\\2009\\eski.xbf"});
+}
+
+// Progress names the module, database and table and counts rows of the definition's total; a
+// total that falls short of the rows is raised until the table is done.
+TEST_F(YedeklemeTest, TableProgressCountsRowsOfTheDefinitionsTotal) {
+  struct Durum {
+    int64_t tanimdaki;  // -1: the backend gives no count
+    std::vector<std::string> raporlar;
+  };
+  const std::string on = "Cari / cari.mdb / tblBuyuk: ";
+  const std::vector<Durum> durumlar = {
+      {6000, {on + "4096 / 6000", on + "6000 / 6000"}},
+      {100, {on + "4096 / 4097", on + "6000 / 6000"}},
+      {-1, {on + "4096 / -1", on + "6000 / 6000"}},
+  };
+  for (const Durum& d : durumlar) {
+    SetUp();
+    for (auto& s : girdi_.secili) s = false;
+    girdi_.secili[modules::ModulKlasoruyle("Cari")->sira - 1] = true;
+    std::vector<Row> satirlar;
+    for (int i = 0; i < 6000; ++i) satirlar.push_back({std::string("K"), Null{}, int64_t{i}});
+    Baglanti cari;
+    cari.Add("tblBuyuk", Tablo({"strKod", "strUnvan"}, std::move(satirlar)));
+    if (d.tanimdaki >= 0) cari.sayilar["tblBuyuk"] = d.tanimdaki;
+    VeritabaniKoy("C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb", cari);
+    op_ = op::ScriptedOperator({Answer::kYes});  // the confirmation
+    EXPECT_TRUE(Calistir().tamamlandi);
+    EXPECT_EQ(op_.tablo_ilerlemesi, d.raporlar) << d.tanimdaki;
+  }
 }
 
 TEST_F(YedeklemeTest, PlainExtraFilesWaitForTheDriveToo) {

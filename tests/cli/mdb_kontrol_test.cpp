@@ -2,60 +2,54 @@
 // line a finding on a damaged copy.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <vector>
+#include <string>
 
 #include "core/bytes.h"
 #include "jet/database.h"
-#include "support/program.h"
+#include "platform/utf8_path.h"
+#include "support/process.h"
+#include "support/samples.h"
 #include "support/temp_folder.h"
 
 namespace px::cli {
 namespace {
 
-std::filesystem::path Sample(const char* name) {
-  return std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb" / name;
-}
+using testing::RunProgram;
 
 TEST(MdbKontrol, IntactFilePassesWithASummary) {
-  const auto path = Sample("indexTestV1997.mdb");
-  if (!std::filesystem::exists(path)) GTEST_SKIP() << "no sample " << path;
-  auto o = px::testing::RunPergonixYedek("mdb kontrol '" + path.string() + "'");
-  EXPECT_EQ(o.exit_code, 0) << o.text;
-  EXPECT_EQ(o.text, path.string() + ": no findings (10 tables, 162 rows, 209 index entries)\n");
+  PX_SAMPLE_OR_SKIP(path, "mdb/indexTestV1997.mdb");
+  auto o = RunProgram({"mdb", "kontrol", path});
+  EXPECT_TRUE(o.ExitedWith(0)) << o.Describe();
+  EXPECT_EQ(o.out, path + ": no findings (10 tables, 162 rows, 209 index entries)\n");
 }
 
 TEST(MdbKontrol, BrokenKeyIsReportedWithExitCodeOne) {
-  const auto path = Sample("testV2000.mdb");
-  if (!std::filesystem::exists(path)) GTEST_SKIP() << "no sample " << path;
-  std::ifstream in(path, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), {});
+  PX_SAMPLE_OR_SKIP(path, "mdb/testV2000.mdb");
+  std::string bytes = testing::ReadAll(PathFromUtf8(path));
   // The root leaf of Table1's primary key; change the first key's first letter.
-  auto db = jet::Database::Open(path);
+  auto db = jet::Database::Open(PathFromUtf8(path));
   ASSERT_TRUE(db.ok());
   auto def = (*db)->ReadDefinition(*(*db)->FindTable("Table1"));
   ASSERT_TRUE(def.ok());
   const jet::JetFormat& f = (*db)->format();
   const uint32_t leaf = def->real_indexes.at(0).root_page;
   bytes[size_t(leaf) * f.page_size + f.index_first_entry + 1] ^= 0x01;
-  px::testing::TempFolder tmp;
-  const auto copy = tmp.Write("bozuk.mdb", bytes);
-  auto o = px::testing::RunPergonixYedek("mdb kontrol '" + copy.string() + "'");
-  EXPECT_EQ(o.exit_code, 1) << o.text;
-  const std::string line = copy.string() + ": table Table1, index PrimaryKey, leaf page " +
+  testing::TempFolder tmp;
+  const std::string copy = Utf8FromPath(tmp.Write("bozuk.mdb", bytes));
+  auto o = RunProgram({"mdb", "kontrol", copy});
+  EXPECT_TRUE(o.ExitedWith(1)) << o.Describe();
+  const std::string line = copy + ": table Table1, index PrimaryKey, leaf page " +
                            std::to_string(leaf) + ", entry for row page ";
-  EXPECT_EQ(o.text.rfind(line, 0), 0u) << o.text;
-  EXPECT_NE(o.text.find("pergonix-yedek: " + copy.string() + ": "), std::string::npos) << o.text;
+  EXPECT_EQ(o.out.rfind(line, 0), 0u) << o.out;
+  EXPECT_NE(o.err.find("pergonix-yedek: " + copy + ": "), std::string::npos) << o.err;
 }
 
 TEST(MdbKontrol, UnreadableFileIsAnError) {
-  px::testing::TempFolder tmp;
+  testing::TempFolder tmp;
   const auto junk = tmp.Write("cop.mdb", std::string(5000, 'x'));
-  auto o = px::testing::RunPergonixYedek("mdb kontrol '" + junk.string() + "'");
-  EXPECT_EQ(o.exit_code, 1);
-  EXPECT_NE(o.text.find("pergonix-yedek: "), std::string::npos) << o.text;
+  auto o = RunProgram({"mdb", "kontrol", Utf8FromPath(junk)});
+  EXPECT_TRUE(o.ExitedWith(1)) << o.Describe();
+  EXPECT_NE(o.err.find("pergonix-yedek: "), std::string::npos) << o.err;
 }
 
 }  // namespace

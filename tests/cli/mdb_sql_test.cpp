@@ -3,29 +3,28 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
-#include "support/program.h"
-#include "support/run_program.h"
+#include "platform/utf8_path.h"
+#include "support/process.h"
+#include "support/samples.h"
 #include "support/temp_folder.h"
 
 namespace px {
 namespace {
 
-using testing::RunPergonixYedek;
+using testing::ReadAll;
+using testing::RunProgram;
 
 TEST(MdbSqlCommand, SelectPrintsRowsAsSatirlarDoes) {
   PX_SAMPLE_OR_SKIP(path, "mdb/testV2000.mdb");
-  auto all = RunPergonixYedek("mdb sql '" + path + "' 'SELECT * FROM table1'");
-  auto satirlar = RunPergonixYedek("mdb satirlar '" + path + "' table1");
-  EXPECT_EQ(all.exit_code, 0) << all.text;
-  EXPECT_EQ(all.text, satirlar.text);
+  auto all = RunProgram({"mdb", "sql", path, "SELECT * FROM table1"});
+  auto satirlar = RunProgram({"mdb", "satirlar", path, "table1"});
+  EXPECT_TRUE(all.ExitedWith(0)) << all.Describe();
+  EXPECT_EQ(all.out, satirlar.out);
 
-  auto some =
-      RunPergonixYedek("mdb sql '" + path + "' \"select B, A from Table1 where C = '002'\"");
-  EXPECT_EQ(some.exit_code, 0) << some.text;
-  EXPECT_EQ(some.text, "{\"B\":\"hijklmnop\",\"A\":\"abcdefg\"}\n");
+  auto some = RunProgram({"mdb", "sql", path, "select B, A from Table1 where C = '002'"});
+  EXPECT_TRUE(some.ExitedWith(0)) << some.Describe();
+  EXPECT_EQ(some.out, "{\"B\":\"hijklmnop\",\"A\":\"abcdefg\"}\n");
 }
 
 TEST(MdbSqlCommand, RefusalsQuoteTheStatementAndFailTheRun) {
@@ -39,39 +38,34 @@ TEST(MdbSqlCommand, RefusalsQuoteTheStatementAndFailTheRun) {
       {"SELECT * FROM tblSirket", "no table named tblSirket"},
   };
   for (const Case& c : cases) {
-    auto o = RunPergonixYedek("mdb sql '" + path + "' '" + c.statement + "'");
-    EXPECT_EQ(o.exit_code, 1) << c.statement;
-    EXPECT_NE(o.text.find(c.message), std::string::npos) << o.text;
+    auto o = RunProgram({"mdb", "sql", path, c.statement});
+    EXPECT_TRUE(o.ExitedWith(1)) << c.statement << ": " << o.Describe();
+    EXPECT_NE(o.err.find(c.message), std::string::npos) << o.err;
   }
-}
-
-std::string FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 TEST(MdbSqlCommand, ChangesPrintRowsAffectedAndRefusalsLeaveTheFile) {
   PX_SAMPLE_OR_SKIP(sample, "mdb/testV2000.mdb");
   testing::TempFolder dir;
-  const std::string path = dir.str() + "/kopya.mdb";
-  std::filesystem::copy_file(sample, path);
+  const auto copy = dir.path() / "kopya.mdb";
+  std::filesystem::copy_file(PathFromUtf8(sample), copy);
+  const std::string path = Utf8FromPath(copy);
 
-  auto o = RunPergonixYedek("mdb sql '" + path +
-                            "' \"INSERT INTO table1 (a, [B], c, H, I) Values "
-                            "('x','Cay','7',CAST('1,234.5' AS MONEY),1)\"");
-  EXPECT_EQ(o.exit_code, 0) << o.text;
-  EXPECT_EQ(o.text, "1\n");
-  o = RunPergonixYedek("mdb sql '" + path + "' \"SELECT B, C, H, I FROM Table1 WHERE c = 7\"");
-  EXPECT_EQ(o.exit_code, 0) << o.text;
-  EXPECT_EQ(o.text, "{\"B\":\"Cay\",\"C\":7,\"H\":\"1234.5\",\"I\":true}\n");
+  auto o = RunProgram({"mdb", "sql", path,
+                       "INSERT INTO table1 (a, [B], c, H, I) Values "
+                       "('x','Cay','7',CAST('1,234.5' AS MONEY),1)"});
+  EXPECT_TRUE(o.ExitedWith(0)) << o.Describe();
+  EXPECT_EQ(o.out, "1\n");
+  o = RunProgram({"mdb", "sql", path, "SELECT B, C, H, I FROM Table1 WHERE c = 7"});
+  EXPECT_TRUE(o.ExitedWith(0)) << o.Describe();
+  EXPECT_EQ(o.out, "{\"B\":\"Cay\",\"C\":7,\"H\":\"1234.5\",\"I\":true}\n");
 
-  const std::string before = FileBytes(path);
-  o = RunPergonixYedek("mdb sql '" + path + "' \"INSERT INTO Table1 (A, C) Values ('z','300')\"");
-  EXPECT_EQ(o.exit_code, 1);
-  EXPECT_NE(o.text.find("table Table1, column C: '300' is out of range for Byte"),
-            std::string::npos)
-      << o.text;
-  EXPECT_EQ(FileBytes(path), before);
+  const std::string before = ReadAll(copy);
+  o = RunProgram({"mdb", "sql", path, "INSERT INTO Table1 (A, C) Values ('z','300')"});
+  EXPECT_TRUE(o.ExitedWith(1)) << o.Describe();
+  EXPECT_NE(o.err.find("table Table1, column C: '300' is out of range for Byte"), std::string::npos)
+      << o.err;
+  EXPECT_EQ(ReadAll(copy), before);
 }
 
 }  // namespace

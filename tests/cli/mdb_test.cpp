@@ -12,7 +12,8 @@ namespace {
 using testing::RunProgram;
 using testing::RunResult;
 
-TEST(MdbCommand, TablolarListsUserTablesInCatalogOrder) {
+// In ADOX's order: by name as Jet's name index orders them (tests/jet/catalog_order_test.cpp).
+TEST(MdbCommand, TablolarListsUserTablesInNameIndexOrder) {
   PX_SAMPLE_OR_SKIP(path, "mdb/testV2000.mdb");
   RunResult o = RunProgram({"mdb", "tablolar", path});
   EXPECT_EQ(o.exit_code, 0);

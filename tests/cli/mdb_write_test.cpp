@@ -2,45 +2,29 @@
 // tables so that our reader, mdbtools and Jackcess read the copy as they read the original.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
+#include "platform/utf8_path.h"
+#include "support/jet_oracle.h"
+#include "support/process.h"
+#include "support/samples.h"
 #include "support/temp_folder.h"
 
 namespace px {
 namespace {
 
-struct Output {
-  std::string text;
-  int status = -1;
-};
+using testing::ReadAll;
+using testing::RunJetOracle;
+using testing::RunProcess;
+using testing::RunProgram;
 
-Output Shell(const std::string& cmd) {
-  Output o;
-  FILE* p = popen((cmd + " </dev/null 2>&1").c_str(), "r");
-  if (!p) return o;
-  std::array<char, 4096> buf;
-  size_t n;
-  while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) o.text.append(buf.data(), n);
-  o.status = pclose(p);
-  return o;
-}
-
-Output Program(const std::string& args) {
-  return Shell(std::string(PX_BINARY) + " " + args);
-}
-
-std::string Sample(const std::string& name) {
-  return (std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb" / name).string();
-}
-
-const std::string kOracle = std::string(PX_SHARED_DIR) + "/tools/jet-oracle/jet-oracle";
-
-bool HaveOracle() {
-  return std::filesystem::exists(kOracle) && std::system("command -v java >/dev/null") == 0;
+// What the program prints on standard output; a failed run fails the test.
+std::string Printed(const std::vector<std::string>& args) {
+  auto r = RunProgram(args);
+  EXPECT_TRUE(r.ExitedWith(0)) << args[0] << " " << args[1] << ": " << r.Describe();
+  return r.out;
 }
 
 std::vector<std::string> Lines(const std::string& text) {
@@ -68,55 +52,65 @@ std::string WithoutForeignKeys(std::string json) {
   return json;
 }
 
-TEST(MdbYarat, MakesADatabaseOthersReadAndRefusesAnExistingFile) {
+TEST(MdbYarat, MakesAnEmptyDatabaseAndRefusesAnExistingFile) {
   testing::TempFolder dir;
-  const std::string path = dir.str() + "/bos.mdb";
-  Output made = Program("mdb yarat '" + path + "'");
-  ASSERT_EQ(made.status, 0) << made.text;
-  EXPECT_EQ(Program("mdb tablolar '" + path + "'").text, "");
-  if (std::system("command -v mdb-tables >/dev/null") == 0) {
-    EXPECT_EQ(Shell("mdb-tables -S -1 '" + path + "'").text,
-              "MSysObjects\nMSysACEs\nMSysQueries\nMSysRelationships\n");
-  }
-  if (HaveOracle()) {
-    Output check = Shell(kOracle + " check '" + path + "'");
-    EXPECT_EQ(check.status, 0) << check.text;
-  }
-  const std::string before = testing::ReadAll(path);
-  Output again = Program("mdb yarat '" + path + "'");
-  EXPECT_NE(again.status, 0);
-  EXPECT_NE(again.text.find(path), std::string::npos) << again.text;
-  EXPECT_TRUE(testing::ReadAll(path) == before);
+  const std::string path = Utf8FromPath(dir.path() / "boş.mdb");
+  Printed({"mdb", "yarat", path});
+  EXPECT_EQ(Printed({"mdb", "tablolar", path}), "");
+  const std::string before = ReadAll(PathFromUtf8(path));
+  auto again = RunProgram({"mdb", "yarat", path});
+  EXPECT_TRUE(again.ExitedWith(1)) << again.Describe();
+  EXPECT_NE(again.err.find(path), std::string::npos) << again.err;
+  EXPECT_TRUE(ReadAll(PathFromUtf8(path)) == before);
+}
+
+TEST(MdbYarat, ExternalReadersAcceptTheNewDatabase) {
+  PX_JET_ORACLE_OR_SKIP();
+  if (testing::FindOnPath("mdb-tables").empty()) GTEST_SKIP() << "mdbtools is not installed";
+  testing::TempFolder dir;
+  const std::string path = Utf8FromPath(dir.path() / "bos.mdb");
+  Printed({"mdb", "yarat", path});
+  auto tables = RunProcess({"mdb-tables", "-S", "-1", path});
+  EXPECT_EQ(tables.out, "MSysObjects\nMSysACEs\nMSysQueries\nMSysRelationships\n")
+      << tables.Describe();
+  auto check = RunJetOracle({"check", path});
+  EXPECT_TRUE(check.ExitedWith(0)) << check.Describe() << "\n" << check.out;
 }
 
 // Every table of these samples is copied; the copy's rows (our reader and Jackcess) and
 // schema (but for foreign keys) equal the original's, and Jackcess finds every row through
 // every index. A Jet 3 source becomes Jet 4 tables.
-class MdbKopyala : public ::testing::TestWithParam<const char*> {};
+class MdbKopyala : public ::testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    PX_SAMPLE_OR_SKIP(sample, std::string("mdb/") + GetParam());
+    source_ = sample;
+    copy_ = Utf8FromPath(dir_.path() / "kopya.mdb");
+    Printed({"mdb", "kopyala", source_, copy_});
+  }
+  testing::TempFolder dir_;
+  std::string source_, copy_;
+};
 
 TEST_P(MdbKopyala, CopyReadsBackEqual) {
-  const std::string source = Sample(GetParam());
-  if (!std::filesystem::exists(source)) GTEST_SKIP() << "no sample " << source;
-  testing::TempFolder dir;
-  const std::string copy = dir.str() + "/kopya.mdb";
-  Output o = Program("mdb kopyala '" + source + "' '" + copy + "'");
-  ASSERT_EQ(o.status, 0) << o.text;
-  const std::string tables = Program("mdb tablolar '" + source + "'").text;
-  EXPECT_EQ(Program("mdb tablolar '" + copy + "'").text, tables);
+  const std::string tables = Printed({"mdb", "tablolar", source_});
+  EXPECT_EQ(Printed({"mdb", "tablolar", copy_}), tables);
   for (const std::string& table : Lines(tables)) {
-    EXPECT_EQ(Program("mdb satirlar '" + copy + "' '" + table + "'").text,
-              Program("mdb satirlar '" + source + "' '" + table + "'").text)
+    EXPECT_EQ(Printed({"mdb", "satirlar", copy_, table}),
+              Printed({"mdb", "satirlar", source_, table}))
         << table;
-    EXPECT_EQ(Program("mdb sema '" + copy + "' '" + table + "'").text,
-              WithoutForeignKeys(Program("mdb sema '" + source + "' '" + table + "'").text))
+    EXPECT_EQ(Printed({"mdb", "sema", copy_, table}),
+              WithoutForeignKeys(Printed({"mdb", "sema", source_, table})))
         << table;
   }
-  if (!HaveOracle()) return;
-  Output check = Shell(kOracle + " check '" + copy + "'");
-  EXPECT_EQ(check.status, 0) << check.text.substr(0, 3000);
-  for (const std::string& table : Lines(Shell(kOracle + " tables '" + source + "'").text)) {
-    EXPECT_EQ(Shell(kOracle + " rows '" + copy + "' '" + table + "'").text,
-              Shell(kOracle + " rows '" + source + "' '" + table + "'").text)
+}
+
+TEST_P(MdbKopyala, ExternalJackcessReadsTheCopyAsTheOriginal) {
+  PX_JET_ORACLE_OR_SKIP();
+  auto check = RunJetOracle({"check", copy_});
+  EXPECT_TRUE(check.ExitedWith(0)) << check.Describe() << "\n" << check.out.substr(0, 3000);
+  for (const std::string& table : Lines(RunJetOracle({"tables", source_}).out)) {
+    EXPECT_EQ(RunJetOracle({"rows", copy_, table}).out, RunJetOracle({"rows", source_, table}).out)
         << table;
   }
 }
@@ -129,18 +123,17 @@ INSTANTIATE_TEST_SUITE_P(Samples, MdbKopyala,
                                            "testV1997.mdb"));
 
 TEST(MdbKopyalaTables, CopiesOnlyTheNamedTablesInOneTransaction) {
-  const std::string source = Sample("testV2000.mdb");
-  if (!std::filesystem::exists(source)) GTEST_SKIP() << "no sample " << source;
+  PX_SAMPLE_OR_SKIP(source, "mdb/testV2000.mdb");
   testing::TempFolder dir;
-  const std::string copy = dir.str() + "/kopya.mdb";
-  ASSERT_EQ(Program("mdb kopyala '" + source + "' '" + copy + "' Table1").status, 0);
-  EXPECT_EQ(Program("mdb tablolar '" + copy + "'").text, "Table1\n");
-  const std::string before = testing::ReadAll(copy);
+  const auto copy = dir.path() / "kopya.mdb";
+  Printed({"mdb", "kopyala", source, Utf8FromPath(copy), "Table1"});
+  EXPECT_EQ(Printed({"mdb", "tablolar", Utf8FromPath(copy)}), "Table1\n");
+  const std::string before = ReadAll(copy);
   // Table3 is copied first, then Table1 fails (it exists): nothing of the copy remains.
-  Output o = Program("mdb kopyala '" + source + "' '" + copy + "' Table3 Table1");
-  EXPECT_NE(o.status, 0);
-  EXPECT_NE(o.text.find("Table1"), std::string::npos) << o.text;
-  EXPECT_TRUE(testing::ReadAll(copy) == before);
+  auto o = RunProgram({"mdb", "kopyala", source, Utf8FromPath(copy), "Table3", "Table1"});
+  EXPECT_TRUE(o.ExitedWith(1)) << o.Describe();
+  EXPECT_NE(o.err.find("Table1"), std::string::npos) << o.err;
+  EXPECT_TRUE(ReadAll(copy) == before);
 }
 
 }  // namespace

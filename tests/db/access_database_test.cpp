@@ -12,6 +12,7 @@
 #include "db/memory_database.h"
 #include "db/text_of.h"
 #include "jet/database.h"
+#include "platform/utf8_path.h"
 
 namespace px::db {
 namespace {
@@ -244,9 +245,12 @@ TEST(DatabasePool, OneDatabasePerFileUntilClosed) {
   ASSERT_TRUE(pool->Open("/veri/Personel/personel.mdb").ok());
   pool->CloseAll();
   ASSERT_TRUE(pool->Open("/veri/stok.mdb").ok());
-  EXPECT_EQ(opened,
-            (std::vector<std::string>{"open /veri/Personel/personel.mdb", "create /veri/stok.mdb",
-                                      "open /veri/Personel/personel.mdb", "open /veri/stok.mdb"}));
+  // Host paths in the system's own separators.
+  const std::string personel =
+      Utf8FromPath(PathFromUtf8("/veri/Personel/personel.mdb").make_preferred());
+  const std::string stok = Utf8FromPath(PathFromUtf8("/veri/stok.mdb").make_preferred());
+  EXPECT_EQ(opened, (std::vector<std::string>{"open " + personel, "create " + stok,
+                                              "open " + personel, "open " + stok}));
 }
 
 }  // namespace

@@ -11,14 +11,12 @@
 
 #include "jet/database.h"
 #include "jet/index_verify.h"
-#include "jet_oracle.h"
+#include "platform/utf8_path.h"
+#include "support/jet_oracle.h"
+#include "support/samples.h"
 
 namespace px::jet {
 namespace {
-
-std::filesystem::path SampleDir() {
-  return std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb";
-}
 
 struct Coverage {
   uint64_t entries = 0;
@@ -53,11 +51,9 @@ void CheckFile(const std::filesystem::path& path, Coverage& cov) {
 }
 
 TEST(IndexKeyOracle, EveryStoredKeyOfEverySampleIsWhatTheEncoderMakes) {
-  if (!std::filesystem::exists(SampleDir())) {
-    GTEST_SKIP() << "samples not found under " << SampleDir();
-  }
+  PX_SAMPLE_OR_SKIP(dir, "mdb");
   Coverage cov;
-  for (const auto& f : std::filesystem::directory_iterator(SampleDir())) {
+  for (const auto& f : std::filesystem::directory_iterator(PathFromUtf8(dir))) {
     if (f.path().extension() == ".mdb") CheckFile(f.path(), cov);
   }
   // The samples hold thousands of keys, text keys in both Jet 3 and Jet 4 General orders.
@@ -73,8 +69,8 @@ TEST(IndexKeyOracle, EveryStoredKeyOfEverySampleIsWhatTheEncoderMakes) {
 // itself: Turkish letters in both cases, dotted and dotless i, hyphens and apostrophes
 // (the ignorable characters), accents past the first letter, trailing spaces, and one key
 // of every other indexable type.
-TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
-  if (!JetOracleAvailable()) GTEST_SKIP() << "jet-oracle or java not available";
+TEST(IndexKeyOracle, ExternalJackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
+  PX_JET_ORACLE_OR_SKIP();
   const char* words[] = {"ŞİRKET",
                          "şirket",
                          "SIRKET",
@@ -152,7 +148,7 @@ TEST(IndexKeyOracle, JackcessBuiltTurkishKeysAreWhatTheEncoderMakes) {
              [null,-700000.5,-3e38,1,"0102030405060708",""]]}]})";
   px::testing::TempFolder tmp;
   std::string error;
-  auto file = JetOracleBuild(tmp, "oracle.mdb", json, error);
+  auto file = px::testing::JetOracleBuild(tmp, "oracle.mdb", json, error);
   ASSERT_TRUE(file) << error;
   Coverage cov;
   CheckFile(*file, cov);

@@ -12,26 +12,17 @@
 #include "jet/database.h"
 #include "jet/index_reader.h"
 #include "jet/walk.h"
+#include "platform/utf8_path.h"
+#include "support/samples.h"
 
 namespace px::jet {
 namespace {
 
-std::filesystem::path SampleDir() {
-  return std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb";
-}
-
-std::unique_ptr<Database> OpenSample(const std::string& name) {
-  auto path = SampleDir() / name;
-  if (!std::filesystem::exists(path)) return nullptr;
-  auto db = Database::Open(path);
+std::unique_ptr<Database> OpenSample(const std::string& path) {
+  auto db = Database::Open(PathFromUtf8(path));
   EXPECT_TRUE(db.ok()) << db.status().ToString();
   return db.ok() ? std::move(*db) : nullptr;
 }
-
-#define OPEN_OR_SKIP(var, name)                                                      \
-  auto var = OpenSample(name);                                                       \
-  if (!var) GTEST_SKIP() << "sample " << name << " not found under " << SampleDir(); \
-  ASSERT_NE(var, nullptr)
 
 std::vector<Row> ReadAll(Database& db, const std::string& table) {
   auto reader = db.OpenTable(table);
@@ -49,13 +40,17 @@ std::string Str(const Value& v) {
 }
 
 TEST(SampleHeader, VersionCodePageAndSortOrder) {
-  OPEN_OR_SKIP(jet3, "testV1997.mdb");
+  PX_SAMPLE_OR_SKIP(jet3_path, "mdb/testV1997.mdb");
+  auto jet3 = OpenSample(jet3_path);
+  ASSERT_NE(jet3, nullptr);
   EXPECT_EQ(jet3->format().version, JetVersion::kJet3);
   EXPECT_EQ(jet3->format().page_size, 2048u);
   EXPECT_EQ(jet3->header().code_page, 1252);
   EXPECT_EQ(jet3->header().sort_order, 1033);
   EXPECT_EQ(jet3->header().db_key, 0u);
-  OPEN_OR_SKIP(jet4, "adox_jet4.mdb");
+  PX_SAMPLE_OR_SKIP(jet4_path, "mdb/adox_jet4.mdb");
+  auto jet4 = OpenSample(jet4_path);
+  ASSERT_NE(jet4, nullptr);
   EXPECT_EQ(jet4->format().version, JetVersion::kJet4);
   EXPECT_EQ(jet4->header().code_page, 1252);
   EXPECT_EQ(jet4->header().sort_order, 1033);
@@ -75,14 +70,17 @@ TEST(SampleCatalog, UserTablesInCatalogOrderMatchMdbTables) {
       {"fixedTextTestV2000.mdb", {"users"}},
   };
   for (const auto& [file, tables] : expected) {
-    auto db = OpenSample(file);
-    if (!db) GTEST_SKIP() << "samples not found under " << SampleDir();
+    PX_SAMPLE_OR_SKIP(path, std::string("mdb/") + file);
+    auto db = OpenSample(path);
+    ASSERT_NE(db, nullptr);
     EXPECT_EQ(db->UserTableNames(), tables) << file;
   }
 }
 
 TEST(SampleCatalog, AdoxTypesOfSystemAndAccessTables) {
-  OPEN_OR_SKIP(db, "indexTestV2000.mdb");
+  PX_SAMPLE_OR_SKIP(db_path, "mdb/indexTestV2000.mdb");
+  auto db = OpenSample(db_path);
+  ASSERT_NE(db, nullptr);
   std::map<std::string, std::string> types;
   for (const CatalogEntry& e : db->tables()) types[e.name] = e.adox_type;
   EXPECT_EQ(types["MSysObjects"], "SYSTEM TABLE");
@@ -97,7 +95,9 @@ TEST(SampleCatalog, AdoxTypesOfSystemAndAccessTables) {
 }
 
 TEST(SampleSchema, TypesSizesPropertiesAndPrimaryKey) {
-  OPEN_OR_SKIP(db, "testV2000.mdb");
+  PX_SAMPLE_OR_SKIP(db_path, "mdb/testV2000.mdb");
+  auto db = OpenSample(db_path);
+  ASSERT_NE(db, nullptr);
   auto s = db->ReadSchema("Table1");
   ASSERT_TRUE(s.ok()) << s.status().ToString();
   std::vector<int> types, sizes;
@@ -117,7 +117,9 @@ TEST(SampleSchema, TypesSizesPropertiesAndPrimaryKey) {
 }
 
 TEST(SampleSchema, RequiredAndAllowZeroLengthFromLvProp) {
-  OPEN_OR_SKIP(db, "fixedTextTestV2000.mdb");
+  PX_SAMPLE_OR_SKIP(db_path, "mdb/fixedTextTestV2000.mdb");
+  auto db = OpenSample(db_path);
+  ASSERT_NE(db, nullptr);
   auto s = db->ReadSchema("users");
   ASSERT_TRUE(s.ok()) << s.status().ToString();
   ASSERT_EQ(s->fields.size(), 10u);
@@ -128,7 +130,9 @@ TEST(SampleSchema, RequiredAndAllowZeroLengthFromLvProp) {
   EXPECT_EQ(s->fields[4].name, "c_user_name");
   EXPECT_EQ(s->fields[4].size, 200);
   EXPECT_EQ(s->keys.at(0).name, "Users2CID_0");
-  OPEN_OR_SKIP(numeric, "fixedNumericTestV2000.mdb");
+  PX_SAMPLE_OR_SKIP(numeric_path, "mdb/fixedNumericTestV2000.mdb");
+  auto numeric = OpenSample(numeric_path);
+  ASSERT_NE(numeric, nullptr);
   auto n = numeric->ReadSchema("test");
   ASSERT_TRUE(n.ok());
   EXPECT_EQ(n->fields[0].ado_type, 203);  // Memo
@@ -140,8 +144,9 @@ TEST(SampleSchema, RequiredAndAllowZeroLengthFromLvProp) {
 
 TEST(SampleSchema, ForeignKeysOnlyOnTheReferencingTable) {
   for (const char* file : {"indexTestV1997.mdb", "indexTestV2000.mdb"}) {
-    auto db = OpenSample(file);
-    if (!db) GTEST_SKIP() << "samples not found under " << SampleDir();
+    PX_SAMPLE_OR_SKIP(path, std::string("mdb/") + file);
+    auto db = OpenSample(path);
+    ASSERT_NE(db, nullptr);
     auto t1 = db->ReadSchema("Table1");
     ASSERT_TRUE(t1.ok());
     ASSERT_EQ(t1->keys.size(), 3u) << file;
@@ -156,8 +161,9 @@ TEST(SampleSchema, ForeignKeysOnlyOnTheReferencingTable) {
 
 TEST(SampleRows, EveryTypeOfTestTable) {
   for (const char* file : {"testV1997.mdb", "testV2000.mdb"}) {
-    auto db = OpenSample(file);
-    if (!db) GTEST_SKIP() << "samples not found under " << SampleDir();
+    PX_SAMPLE_OR_SKIP(path, std::string("mdb/") + file);
+    auto db = OpenSample(path);
+    ASSERT_NE(db, nullptr);
     auto rows = ReadAll(*db, "Table1");
     ASSERT_EQ(rows.size(), 2u) << file;
     // Jet 3 stores the two rows in the other order.
@@ -179,18 +185,24 @@ TEST(SampleRows, EveryTypeOfTestTable) {
 }
 
 TEST(SampleRows, DeletedColumnsAndRowsAreSkipped) {
-  OPEN_OR_SKIP(db, "delColTestV2000.mdb");
+  PX_SAMPLE_OR_SKIP(db_path, "mdb/delColTestV2000.mdb");
+  auto db = OpenSample(db_path);
+  ASSERT_NE(db, nullptr);
   auto rows = ReadAll(*db, "Table1");
   ASSERT_EQ(rows.size(), 2u);
   ASSERT_EQ(rows[0].size(), 4u);  // id, id2, data, data2 (one column was deleted)
-  OPEN_OR_SKIP(del, "delTestV1997.mdb");
+  PX_SAMPLE_OR_SKIP(del_path, "mdb/delTestV1997.mdb");
+  auto del = OpenSample(del_path);
+  ASSERT_NE(del, nullptr);
   EXPECT_EQ(ReadAll(*del, "Table").size(), 2u);
 }
 
 TEST(SampleRows, OverflowRowsFollowedOnce) {
   // mdb-json and mdb-reader list the same 7 rows; they print moved rows where the moved
   // copy lies, we print them at their original slot (the row's bookmark), so compare sets.
-  OPEN_OR_SKIP(db, "overflowTestV2000.mdb");
+  PX_SAMPLE_OR_SKIP(db_path, "mdb/overflowTestV2000.mdb");
+  auto db = OpenSample(db_path);
+  ASSERT_NE(db, nullptr);
   auto rows = ReadAll(*db, "Table1");
   ASSERT_EQ(rows.size(), 7u);
   std::multiset<std::string> firsts;
@@ -198,31 +210,39 @@ TEST(SampleRows, OverflowRowsFollowedOnce) {
   EXPECT_EQ(firsts, (std::multiset<std::string>{"row1col1", "row2col1", "row4col1", "null",
                                                 "row7col1", "null", "null"}));
   EXPECT_EQ(Str(rows[2][1]), "row3col3");  // page 27 row 2 points to page 28 row 0
-  OPEN_OR_SKIP(jet3, "overflowTestV1997.mdb");
+  PX_SAMPLE_OR_SKIP(jet3_path, "mdb/overflowTestV1997.mdb");
+  auto jet3 = OpenSample(jet3_path);
+  ASSERT_NE(jet3, nullptr);
   EXPECT_EQ(ReadAll(*jet3, "Table1").size(), 7u);
 }
 
 TEST(SampleRows, NumericMemoAndManyRows) {
-  OPEN_OR_SKIP(db, "fixedNumericTestV2000.mdb");
+  PX_SAMPLE_OR_SKIP(db_path, "mdb/fixedNumericTestV2000.mdb");
+  auto db = OpenSample(db_path);
+  ASSERT_NE(db, nullptr);
   auto rows = ReadAll(*db, "test");
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(Str(rows[0][0]), "some data");
   EXPECT_EQ(DecimalToPlain(std::get<Decimal>(rows[0][1])), "1");
   EXPECT_EQ(DecimalToPlain(std::get<Decimal>(rows[0][5])), "-1");
-  OPEN_OR_SKIP(comp, "compIndexTestV1997.mdb");
+  PX_SAMPLE_OR_SKIP(comp_path, "mdb/compIndexTestV1997.mdb");
+  auto comp = OpenSample(comp_path);
+  ASSERT_NE(comp, nullptr);
   EXPECT_EQ(ReadAll(*comp, "Table1").size(), 512u);  // spans several data pages
 }
 
 TEST(SampleRows, GuidColumn) {
-  OPEN_OR_SKIP(db, "testV1997.mdb");
+  PX_SAMPLE_OR_SKIP(db_path, "mdb/testV1997.mdb");
+  auto db = OpenSample(db_path);
+  ASSERT_NE(db, nullptr);
   auto s = db->ReadSchema("Table4");
   ASSERT_TRUE(s.ok());
   EXPECT_EQ(s->fields[1].ado_type, 72);
 }
 
 TEST(SampleRows, EveryTableOfEverySampleReadsCleanly) {
-  if (!std::filesystem::exists(SampleDir())) GTEST_SKIP() << "no " << SampleDir();
-  for (const auto& entry : std::filesystem::directory_iterator(SampleDir())) {
+  PX_SAMPLE_OR_SKIP(dir, "mdb");
+  for (const auto& entry : std::filesystem::directory_iterator(PathFromUtf8(dir))) {
     if (entry.path().extension() != ".mdb") continue;
     auto db = Database::Open(entry.path());
     ASSERT_TRUE(db.ok()) << db.status().ToString();
@@ -248,10 +268,9 @@ namespace {
 TEST(SampleIndexes, LeafLevelsHoldOneEntryPerRow) {
   for (const char* file : {"indexTestV1997.mdb", "indexTestV2000.mdb", "compIndexTestV1997.mdb",
                            "compIndexTestV2000.mdb"}) {
-    auto db = OpenSample(file);
-    if (!db) {
-      GTEST_SKIP() << "samples not found under " << SampleDir();
-    }
+    PX_SAMPLE_OR_SKIP(path, std::string("mdb/") + file);
+    auto db = OpenSample(path);
+    ASSERT_NE(db, nullptr);
     for (const std::string& name : db->UserTableNames()) {
       auto def = db->ReadDefinition(*db->FindTable(name));
       ASSERT_TRUE(def.ok());
@@ -268,8 +287,8 @@ TEST(SampleIndexes, LeafLevelsHoldOneEntryPerRow) {
 }
 
 TEST(SampleIndexes, EverySampleWalksWithIndexes) {
-  if (!std::filesystem::exists(SampleDir())) GTEST_SKIP() << "no " << SampleDir();
-  for (const auto& entry : std::filesystem::directory_iterator(SampleDir())) {
+  PX_SAMPLE_OR_SKIP(dir, "mdb");
+  for (const auto& entry : std::filesystem::directory_iterator(PathFromUtf8(dir))) {
     if (entry.path().extension() != ".mdb") continue;
     auto db = Database::Open(entry.path());
     ASSERT_TRUE(db.ok()) << db.status().ToString();

@@ -4,7 +4,6 @@
 // values back. Skips when Java, the oracle or mdbtools are missing.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -16,6 +15,9 @@
 #include "jet/table_writer.h"
 #include "jet/usage_map_writer.h"
 #include "memory_pages.h"
+#include "platform/utf8_path.h"
+#include "support/jet_oracle.h"
+#include "support/process.h"
 #include "support/temp_folder.h"
 
 namespace px::jet {
@@ -24,29 +26,25 @@ namespace {
 using testing::BasicIndexKey;
 using testing::MemoryPages;
 
-const std::filesystem::path kOracle =
-    std::filesystem::path(PX_SHARED_DIR) / "tools" / "jet-oracle" / "jet-oracle";
+using px::testing::RunJetOracle;
+using px::testing::RunProcess;
 
-struct RunResult {
-  int code = -1;
-  std::string out;
-};
+// Skips the test when jet-oracle or mdbtools cannot run here.
+#define PX_READERS_OR_SKIP() \
+  PX_JET_ORACLE_OR_SKIP();   \
+  if (px::testing::FindOnPath("mdb-export").empty()) GTEST_SKIP() << "mdbtools is not installed"
 
-RunResult Shell(const std::string& command) {
-  RunResult r;
-  FILE* p = popen((command + " 2>&1").c_str(), "r");
-  if (p == nullptr) return r;
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-  const int status = pclose(p);
-  r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return r;
+// The rows mdb-export prints of table T, binary columns in hex, after a header line.
+std::string Exported(const std::filesystem::path& file) {
+  auto r = RunProcess({"mdb-export", "-b", "hex", Utf8FromPath(file), "T"});
+  EXPECT_TRUE(r.ExitedWith(0)) << r.Describe();
+  return r.out;
 }
 
-bool ToolsPresent() {
-  return std::filesystem::exists(kOracle) && Shell("java -version").code == 0 &&
-         Shell("mdb-export --version").code == 0;
+std::string OracleRows(const std::filesystem::path& file, const std::string& table) {
+  auto r = RunJetOracle({"rows", Utf8FromPath(file), table});
+  EXPECT_TRUE(r.ExitedWith(0)) << r.Describe();
+  return r.out;
 }
 
 size_t Lines(const std::string& s) {
@@ -74,9 +72,8 @@ std::filesystem::path BuildFile(const px::testing::TempFolder& dir, int rows) {
   json << "]}]}";
   dir.Write("t.json", json.str());
   auto file = dir.path() / "t.mdb";
-  auto r =
-      Shell(kOracle.string() + " build " + file.string() + " " + (dir.path() / "t.json").string());
-  EXPECT_EQ(r.code, 0) << r.out;
+  auto r = RunJetOracle({"build", Utf8FromPath(file), Utf8FromPath(dir.path() / "t.json")});
+  EXPECT_TRUE(r.ExitedWith(0)) << r.Describe();
   return file;
 }
 
@@ -123,12 +120,12 @@ std::vector<Value> RowOf(const TableDef& def, Value id, int64_t n, int64_t u, st
 }
 
 void ExpectCheckPasses(const std::filesystem::path& file, const std::string& when) {
-  auto r = Shell(kOracle.string() + " check " + file.string());
-  EXPECT_EQ(r.code, 0) << when << ":\n" << r.out.substr(0, 3000);
+  auto r = RunJetOracle({"check", Utf8FromPath(file)});
+  EXPECT_TRUE(r.ExitedWith(0)) << when << ": " << r.Describe() << "\n" << r.out.substr(0, 3000);
 }
 
 TEST(TableWriterExternal, InsertsDeletesAndUpdatesPassTheOracle) {
-  if (!ToolsPresent()) GTEST_SKIP() << "java, jet-oracle or mdb-export not found";
+  PX_READERS_OR_SKIP();
   px::testing::TempFolder dir;
   auto file = BuildFile(dir, 40);
   ExpectCheckPasses(file, "as Jackcess built it");
@@ -178,17 +175,15 @@ TEST(TableWriterExternal, InsertsDeletesAndUpdatesPassTheOracle) {
   EXPECT_GT(lval_pages, 20u);
   o.pages->WriteFile(file);
   ExpectCheckPasses(file, "after 3000 inserts");
-  auto rows = Shell(kOracle.string() + " rows " + file.string() + " T");
-  ASSERT_EQ(rows.code, 0) << rows.out.substr(0, 500);
-  EXPECT_EQ(Lines(rows.out), 3040u);
-  EXPECT_NE(rows.out.find("\"id\":5000,"), std::string::npos);
-  EXPECT_NE(rows.out.find("\"id\":5001,"), std::string::npos);  // the counter moved past 5000
-  EXPECT_NE(rows.out.find(big), std::string::npos);
-  EXPECT_NE(rows.out.find("\"ad\":\"yeni 2999\""), std::string::npos);
-  auto exported = Shell("mdb-export -b hex " + file.string() + " T");
-  EXPECT_EQ(exported.code, 0);
-  EXPECT_EQ(Lines(exported.out), 3041u);  // header line + rows
-  EXPECT_NE(exported.out.find(single), std::string::npos);
+  const std::string rows = OracleRows(file, "T");
+  EXPECT_EQ(Lines(rows), 3040u);
+  EXPECT_NE(rows.find("\"id\":5000,"), std::string::npos);
+  EXPECT_NE(rows.find("\"id\":5001,"), std::string::npos);  // the counter moved past 5000
+  EXPECT_NE(rows.find(big), std::string::npos);
+  EXPECT_NE(rows.find("\"ad\":\"yeni 2999\""), std::string::npos);
+  std::string exported = Exported(file);
+  EXPECT_EQ(Lines(exported), 3041u);  // header line + rows
+  EXPECT_NE(exported.find(single), std::string::npos);
 
   // 2. Updates: grown rows move behind an overflow pointer, index keys change.
   o = OpenWriter(file);
@@ -210,9 +205,9 @@ TEST(TableWriterExternal, InsertsDeletesAndUpdatesPassTheOracle) {
   EXPECT_EQ(*updated, 20u + 750u);  // u = 10 * i (i even) of the built rows, 1000..3999 of ours
   o.pages->WriteFile(file);
   ExpectCheckPasses(file, "after updates");
-  exported = Shell("mdb-export -b hex " + file.string() + " T");
-  EXPECT_EQ(Lines(exported.out), 3041u);
-  EXPECT_NE(exported.out.find(std::string(40, 'G')), std::string::npos);
+  exported = Exported(file);
+  EXPECT_EQ(Lines(exported), 3041u);
+  EXPECT_NE(exported.find(std::string(40, 'G')), std::string::npos);
 
   // 3. DELETE FROM: every row and long value goes, the pages stay for the next inserts.
   o = OpenWriter(file);
@@ -223,7 +218,7 @@ TEST(TableWriterExternal, InsertsDeletesAndUpdatesPassTheOracle) {
   EXPECT_FALSE(o.pages->freed.empty());  // LVAL and index pages
   o.pages->WriteFile(file);
   ExpectCheckPasses(file, "after delete all");
-  EXPECT_EQ(Lines(Shell(kOracle.string() + " rows " + file.string() + " T").out), 0u);
+  EXPECT_EQ(Lines(OracleRows(file, "T")), 0u);
   for (int i = 0; i < 500; ++i) {
     ASSERT_TRUE(o.writer
                     ->Insert(RowOf(def, Null{}, i % 5, i, "tekrar",
@@ -234,17 +229,17 @@ TEST(TableWriterExternal, InsertsDeletesAndUpdatesPassTheOracle) {
   EXPECT_LT(o.pages->page_count() - pages_before, 500u * 3 + 20);
   o.pages->WriteFile(file);
   ExpectCheckPasses(file, "after delete all and 500 inserts");
-  EXPECT_EQ(Lines(Shell(kOracle.string() + " rows " + file.string() + " T").out), 500u);
+  EXPECT_EQ(Lines(OracleRows(file, "T")), 500u);
 }
 
 // Text keys (Jet 4 General) from the key encoder: Turkish letters in an indexed text column
 // of the benchmark table, kept exact through inserts, an update of the key and a delete.
 TEST(TableWriterExternal, TextIndexOfTheBenchmarkTable) {
-  if (!ToolsPresent()) GTEST_SKIP() << "java, jet-oracle or mdb-export not found";
+  PX_READERS_OR_SKIP();
   px::testing::TempFolder dir;
   const auto file = dir.path() / "g.mdb";
-  auto gen = Shell(kOracle.string() + " gen " + file.string() + " 1500");
-  ASSERT_EQ(gen.code, 0) << gen.out;
+  auto gen = RunJetOracle({"gen", Utf8FromPath(file), "1500"});
+  ASSERT_TRUE(gen.ExitedWith(0)) << gen.Describe();
   auto o = OpenWriter(file, "Hareket", true);
   const TableDef def = o.writer->definition();
   auto col = [&def](const std::string& name) {
@@ -284,9 +279,9 @@ TEST(TableWriterExternal, TextIndexOfTheBenchmarkTable) {
   EXPECT_GT(*updated, 200u);
   o.pages->WriteFile(file);
   ExpectCheckPasses(file, "after updating text keys");
-  auto rows = Shell(kOracle.string() + " rows " + file.string() + " Hareket");
-  EXPECT_EQ(Lines(rows.out), 4000u);
-  EXPECT_EQ(rows.out.find("\"Kod\":\"İzmir"), std::string::npos);
+  const std::string rows = OracleRows(file, "Hareket");
+  EXPECT_EQ(Lines(rows), 4000u);
+  EXPECT_EQ(rows.find("\"Kod\":\"İzmir"), std::string::npos);
 
   o = OpenWriter(file, "Hareket", true);
   auto deleted = o.writer->DeleteAll();

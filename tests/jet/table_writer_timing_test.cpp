@@ -5,19 +5,20 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
-#include <sstream>
 
 #include "basic_index_key.h"
 #include "jet/database.h"
 #include "jet/table_writer.h"
 #include "memory_pages.h"
+#include "platform/utf8_path.h"
+#include "support/jet_oracle.h"
 #include "support/temp_folder.h"
 
 namespace px::jet {
 namespace {
 
-TEST(TableWriterTiming, DISABLED_InsertRows) {
-  const auto oracle = std::filesystem::path(PX_SHARED_DIR) / "tools/jet-oracle/jet-oracle";
+TEST(TableWriterExternalTiming, DISABLED_InsertRows) {
+  PX_JET_ORACLE_OR_SKIP();
   px::testing::TempFolder dir;
   dir.Write("t.json", R"({"tables":[{"name":"T","columns":[
     {"name":"id","type":"LONG","autonumber":true},{"name":"kod","type":"LONG"},
@@ -26,10 +27,9 @@ TEST(TableWriterTiming, DISABLED_InsertRows) {
     {"name":"aktif","type":"BOOLEAN"},{"name":"notlar","type":"MEMO"}],
     "primary_key":["id"],"indexes":[{"name":"kod","columns":["kod"]}],"rows":[]}]})");
   const auto file = dir.path() / "t.mdb";
-  ASSERT_EQ(std::system((oracle.string() + " build " + file.string() + " " +
-                         (dir.path() / "t.json").string())
-                            .c_str()),
-            0);
+  auto built =
+      px::testing::RunJetOracle({"build", Utf8FromPath(file), Utf8FromPath(dir.path() / "t.json")});
+  ASSERT_TRUE(built.ExitedWith(0)) << built.Describe();
   auto bytes = testing::MemoryPages::ReadFile(file);
   auto db = Database::OpenMemory(bytes, "t.mdb");
   ASSERT_TRUE(db.ok());
@@ -65,11 +65,12 @@ TEST(TableWriterTiming, DISABLED_InsertRows) {
 
 // The benchmark's own table (jet-oracle gen: AutoNumber key, Turkish text index on Kod,
 // memo on every tenth row), keys made by the Access key encoder.
-TEST(TableWriterTiming, DISABLED_InsertBenchmarkRows) {
-  const auto oracle = std::filesystem::path(PX_SHARED_DIR) / "tools/jet-oracle/jet-oracle";
+TEST(TableWriterExternalTiming, DISABLED_InsertBenchmarkRows) {
+  PX_JET_ORACLE_OR_SKIP();
   px::testing::TempFolder dir;
   const auto file = dir.path() / "g.mdb";
-  ASSERT_EQ(std::system((oracle.string() + " gen " + file.string() + " 1 2>/dev/null").c_str()), 0);
+  auto gen = px::testing::RunJetOracle({"gen", Utf8FromPath(file), "1"});
+  ASSERT_TRUE(gen.ExitedWith(0)) << gen.Describe();
   auto bytes = testing::MemoryPages::ReadFile(file);
   auto db = Database::OpenMemory(bytes, "g.mdb");
   ASSERT_TRUE(db.ok());

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -52,18 +54,38 @@ std::vector<std::string> CompareAllTables(Reference ref, const std::string& path
   return failures;
 }
 
-TEST_P(MdbSampleTest, TablesMatchMdbTables) {
-  if (std::string why = MdbtoolsMissing(); !why.empty()) GTEST_SKIP() << why;
-  ProcessResult ref = RunProcess({"mdb-tables", "-1", path()});
-  ASSERT_TRUE(ref.ExitedWith(0)) << "mdb-tables: " << ref.Describe() << "\n" << ref.err;
-  EXPECT_EQ(OurTables(path()), SplitLines(ref.out)) << path();
-}
-
-TEST_P(MdbSampleTest, TablesMatchMdbReader) {
-  if (std::string why = MdbReaderMissing(); !why.empty()) GTEST_SKIP() << why;
-  ProcessResult ref = RunMdbReaderDump({"tables", path()});
-  ASSERT_TRUE(ref.ExitedWith(0)) << "mdb-reader: " << ref.Describe() << "\n" << ref.err;
-  EXPECT_EQ(OurTables(path()), SplitLines(ref.out)) << path();
+// mdb-tables and mdb-reader list MSysObjects' rows where they are stored; we list tables in
+// ADOX's order (the name index). The names must be the same: compared as sets.
+TEST_P(MdbSampleTest, TablesMatchMdbTablesAndMdbReader) {
+  struct Lister {
+    const char* name;
+    std::string missing;
+    std::function<ProcessResult()> run;
+  };
+  const std::string file = path();
+  const Lister listers[] = {
+      {"mdb-tables", MdbtoolsMissing(),
+       [&] {
+         return RunProcess({"mdb-tables", "-1", file});
+       }},
+      {"mdb-reader", MdbReaderMissing(),
+       [&] {
+         return RunMdbReaderDump({"tables", file});
+       }},
+  };
+  std::vector<std::string> ours = OurTables(file);
+  std::sort(ours.begin(), ours.end());
+  int ran = 0;
+  for (const Lister& l : listers) {
+    if (!l.missing.empty()) continue;
+    ++ran;
+    ProcessResult ref = l.run();
+    ASSERT_TRUE(ref.ExitedWith(0)) << l.name << ": " << ref.Describe() << "\n" << ref.err;
+    std::vector<std::string> theirs = SplitLines(ref.out);
+    std::sort(theirs.begin(), theirs.end());
+    EXPECT_EQ(ours, theirs) << l.name << " " << file;
+  }
+  if (ran == 0) GTEST_SKIP() << listers[0].missing << "; " << listers[1].missing;
 }
 
 TEST_P(MdbSampleTest, RowsMatchMdbReader) {

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/files.h"
 #include "platform/host_path.h"
 #include "platform/temp_path.h"
+#include "platform/utf8_path.h"
 #include "support/system.h"
 #include "support/temp_folder.h"
 
@@ -72,6 +74,27 @@ TEST(DriveFacts, WindowsDrivesAreTheSystems) {
   EXPECT_EQ(facts.type, kDriveFixed);
   EXPECT_EQ(temp.back(), '\\');
   EXPECT_TRUE(std::filesystem::is_directory(temp));
+}
+
+// With a drive map the letters are the map's: the system's temporary folder keeps naming
+// itself, in the verbatim form the map leaves alone, and takes files.
+TEST(TempPath, UnderADriveMapStillNamesTheSystemsFolder) {
+  PX_WINDOWS_ONLY("only Windows has drive letters of its own besides the map");
+  std::string plain;
+  {
+    ScopedEnv env(kDriveMapVariable, std::nullopt);
+    plain = TempPath();
+  }
+  ScopedEnv env(kDriveMapVariable, "C=" + Utf8FromPath(std::filesystem::current_path()));
+  const std::string temp = TempPath();
+  EXPECT_EQ(temp, "\\\\?\\" + plain);
+  auto host = ToHostPath(temp + "px-temp-test.txt");
+  ASSERT_TRUE(host.ok()) << host.status().ToString();
+  EXPECT_EQ(Utf8FromPath(*host), temp + "px-temp-test.txt");
+  auto& files = platform::SystemFiles();
+  ASSERT_TRUE(platform::ReplaceFileWhole(files, Utf8FromPath(*host), "x").ok());
+  EXPECT_TRUE(std::filesystem::exists(PathFromUtf8(plain + "px-temp-test.txt")));
+  EXPECT_TRUE(files.Remove(Utf8FromPath(*host)).ok());
 }
 
 }  // namespace

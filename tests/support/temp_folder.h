@@ -1,14 +1,17 @@
 #pragma once
-// Test scaffolding: a fresh host folder removed at the end of the test, files written as
-// raw bytes, and environment variables set for the scope of a test.
+// Test scaffolding: a fresh host folder removed at the end of the test, files written and
+// read as raw bytes, and environment variables set for the scope of a test.
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "platform/environment.h"
+#include "platform/files.h"
 #include "platform/utf8_path.h"
 
 namespace px::testing {
@@ -54,9 +57,14 @@ class TempFolder {
   bool kept_ = false;
 };
 
+// The whole file through the program's own file layer; empty when it cannot be read.
 inline std::string ReadAll(const std::filesystem::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
+  auto content = platform::ReadFileWhole(platform::SystemFiles(), Utf8FromPath(p));
+  return content.ok() ? std::move(*content) : std::string();
+}
+inline std::vector<uint8_t> ReadBytes(const std::filesystem::path& p) {
+  const std::string content = ReadAll(p);
+  return std::vector<uint8_t>(content.begin(), content.end());
 }
 
 // Sets (or with nullopt unsets) an environment variable; restores it at scope end.

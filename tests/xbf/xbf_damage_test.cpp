@@ -161,8 +161,7 @@ TEST(XbfDamage, MalformedUtf8IsRefusedWithLineAndColumn) {
   for (const auto& c : cases) {
     auto back = testing::ReadText(kHead + c.body + kTail);
     EXPECT_TRUE(back.status.IsCorruption()) << back.status.ToString();
-    EXPECT_NE(back.status.message().find(c.message), std::string::npos)
-        << back.status.message();
+    EXPECT_NE(back.status.message().find(c.message), std::string::npos) << back.status.message();
   }
   // Well-formed text of every length still reads: ASCII, Turkish, CJK and beyond the BMP.
   auto ok = testing::ReadText(kHead + "\t<z:row ID='1' T='aığ中\xF0\x9F\x98\x80'/>\r\n" + kTail);

@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <limits>
+#include <random>
 
 #include "core/value_text.h"
 #include "xbf/xbf_types.h"
@@ -277,25 +280,98 @@ TEST(XbfPadding, FixedTextIsPaddedAsAdoCountsIt) {
     f.attributes = fld::kFixed;
     return f;
   };
+  // ANSI (char) fields count bytes of their code page: double-byte pages take two for most
+  // characters; wide (nchar) fields count UTF-16 units whatever the code page.
   struct {
     int type;
     int64_t size;
+    int code_page;
     std::string in;
     std::string out;
   } const cases[] = {
-      {ado::kWChar, 5, "ab", "ab   "},
-      {ado::kWChar, 5, "ığ", "ığ   "},                              // two units, four bytes
-      {ado::kWChar, 5, "a\xF0\x9F\x98\x80", "a\xF0\x9F\x98\x80  "},  // U+1F600: two units
-      {ado::kWChar, 2, "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},      // already full
-      {ado::kWChar, 3, "abcd", "abcd"},                              // never cut
-      {ado::kChar, 4, "Şı", "Şı  "},  // one byte a character in Windows-1254
-      {ado::kVarWChar, 5, "ab", "ab"},
+      {ado::kWChar, 5, 1254, "ab", "ab   "},
+      {ado::kWChar, 5, 1254, "ığ", "ığ   "},                               // two units, four bytes
+      {ado::kWChar, 5, 1254, "a\xF0\x9F\x98\x80", "a\xF0\x9F\x98\x80  "},  // U+1F600: two units
+      {ado::kWChar, 2, 1254, "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},      // already full
+      {ado::kWChar, 3, 1254, "abcd", "abcd"},                              // never cut
+      {ado::kWChar, 4, 932, "日本", "日本  "},
+      {ado::kChar, 4, 1254, "Şı", "Şı  "},  // one byte a character in Windows-1254
+      {ado::kChar, 6, 932, "日本", "日本  "},
+      {ado::kChar, 6, 932, "ｱa", "ｱa    "},  // half-width katakana: one byte
+      {ado::kChar, 4, 936, "€中", "€中 "},   // the euro sign: one byte in 936
+      {ado::kChar, 4, 949, "한a", "한a "},
+      {ado::kChar, 4, 950, "中文", "中文"},
+      {ado::kChar, 3, 950, "中文", "中文"},  // never cut
+      {ado::kVarChar, 5, 932, "ab", "ab"},
+      {ado::kVarWChar, 5, 1254, "ab", "ab"},
   };
   for (const auto& c : cases) {
-    auto v = FormatValue(field(c.type, c.size), Value(c.in));
+    auto v = FormatValue(field(c.type, c.size), Value(c.in), c.code_page);
     ASSERT_TRUE(v.ok()) << c.in;
-    EXPECT_EQ(*v, c.out) << c.type << " " << c.in;
+    EXPECT_EQ(*v, c.out) << c.type << " " << c.code_page << " " << c.in;
   }
+  // The writer pads with the code page of its options.
+  std::vector<FieldInfo> fields = {field(ado::kChar, 6)};
+  VectorSource src(fields, {{std::string("日本")}});
+  StringSink sink;
+  RowsetOptions options;
+  options.ansi_code_page = 932;
+  ASSERT_TRUE(WriteRecordset(src, sink, options).ok());
+  EXPECT_NE(sink.data().find("k='日本  '"), std::string::npos) << sink.data();
+}
+
+// Numbers and dates are formatted by hand and by std::to_chars; they must give exactly what
+// printf gives, over values from every range.
+TEST(XbfFormat, NumbersAndDatesMatchPrintf) {
+  std::mt19937_64 random(7);
+  auto text = [](int type, const Value& v) {
+    FieldInfo f;
+    f.name = "v";
+    f.ado_type = type;
+    auto t = FormatValue(f, v);
+    return t.ok() ? *t : "error: " + t.status().message();
+  };
+  auto printf_text = [](const char* format, auto... args) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, format, args...);
+    return std::string(buf);
+  };
+  for (int i = 0; i < 20000; ++i) {
+    const uint64_t bits = random();
+    double d;
+    std::memcpy(&d, &bits, sizeof d);
+    if (std::isfinite(d) && d != 0) {
+      ASSERT_EQ(text(ado::kDouble, d), printf_text("%.17G", d));
+    }
+    const double scaled = double(int64_t(bits % 2000000) - 1000000) / 1000;
+    ASSERT_EQ(text(ado::kDouble, scaled), scaled == 0 ? "0" : printf_text("%.17G", scaled));
+    float f;
+    const uint32_t fbits = uint32_t(bits);
+    std::memcpy(&f, &fbits, sizeof f);
+    if (std::isfinite(f) && f != 0) {
+      const bool subnormal = std::fabs(f) < std::numeric_limits<float>::min();
+      ASSERT_EQ(text(ado::kSingle, f), printf_text("%.*G", subnormal ? 10 : 8, double(f)));
+    }
+    const Currency c{int64_t(bits) >> (bits % 50)};
+    ASSERT_EQ(text(ado::kCurrency, c), CurrencyToPlain(c));
+    // Whole seconds from the year 100 to 9999.
+    const double day = double(int64_t(bits % 310000000000) - 58000000000) / 86400;
+    auto p = OleDateToParts(day);
+    ASSERT_TRUE(p);
+    if (p->millisecond == 0 && p->year >= 0) {
+      ASSERT_EQ(text(ado::kDate, OleDate{day}),
+                printf_text("%04d-%02d-%02dT%02d:%02d:%02d", p->year, p->month, p->day, p->hour,
+                            p->minute, p->second));
+      ASSERT_EQ(text(ado::kDBDate, OleDate{day}),
+                printf_text("%04d-%02d-%02d", p->year, p->month, p->day));
+      ASSERT_EQ(text(ado::kDBTime, OleDate{day}),
+                printf_text("%02d:%02d:%02d", p->hour, p->minute, p->second));
+    }
+  }
+  EXPECT_EQ(text(ado::kDouble, 1.7976931348623157e308), "1.7976931348623157E+308");
+  EXPECT_EQ(text(ado::kDouble, 1e-5), "1.0000000000000001E-05");
+  EXPECT_EQ(text(ado::kDBTimeStamp, OleDate{36526.5 + 0.123 / 86400}),
+            "2000-01-01T12:00:00.123000000");
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ using testing::ToCrlf;
 
 class XbfSamples : public ::testing::Test {
  protected:
-  void SetUp() override { PX_REQUIRE_SAMPLES(); }
+  void SetUp() override { PX_SAMPLE_OR_SKIP(samples, "adoxml"); }
 };
 
 TEST_F(XbfSamples, CommittedFilesAreRewrittenByteForByte) {

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
+#include "support/samples.h"
+#include "support/temp_folder.h"
 #include "xbf/byte_stream.h"
 #include "xbf/xbf_reader.h"
 #include "xbf/xbf_writer.h"
@@ -18,16 +18,7 @@ inline std::filesystem::path SampleDir() {
   return std::filesystem::path(PX_SHARED_DIR) / "samples" / "adoxml";
 }
 
-// Skips the calling test when the shared samples are not present.
-#define PX_REQUIRE_SAMPLES()                                                         \
-  if (!std::filesystem::is_directory(::px::xbf::testing::SampleDir()))               \
-  GTEST_SKIP() << "ADO XML samples not found at " << ::px::xbf::testing::SampleDir() \
-               << " (PX_SHARED_DIR)"
-
-inline std::string ReadAll(const std::filesystem::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
+using ::px::testing::ReadAll;
 
 inline std::string Sample(const std::string& prefix) {
   for (const auto& e : std::filesystem::directory_iterator(SampleDir())) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace px::jetcheck {
+namespace px::testing {
 
 struct DamagedCopy {
   std::string label;  // what was broken, usable in a file name ("tdef-p2-next-self")
@@ -17,4 +17,4 @@ struct DamagedCopy {
 
 std::vector<DamagedCopy> MakeDamagedCopies(const std::vector<uint8_t>& original);
 
-}  // namespace px::jetcheck
+}  // namespace px::testing

@@ -1,4 +1,4 @@
-#include "jetcheck/corruption_helpers.h"
+#include "corruption_helpers.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,7 +6,7 @@
 #include <random>
 #include <set>
 
-namespace px::jetcheck {
+namespace px::testing {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
@@ -413,4 +413,4 @@ std::vector<DamagedCopy> MakeDamagedCopies(const std::vector<uint8_t>& original)
   return Damager(original).All();
 }
 
-}  // namespace px::jetcheck
+}  // namespace px::testing

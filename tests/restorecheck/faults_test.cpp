@@ -1,0 +1,183 @@
+// Faults during a restore on real databases: a damaged package file in the middle of a
+// module, a key the database refuses, a failing disk at every write, a killed program. Each
+// leaves every database of the module as it was (or, killed after the commit, as after), and
+// a later run still works.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "db/connection.h"
+#include "restorecheck/suite_helpers.h"
+#include "support/failing_files.h"
+#include "support/process.h"
+#include "support/samples.h"
+#include "xbf/pbf.h"
+#include "xbf/xbf_reader.h"
+#include "xbf/xbf_writer.h"
+
+namespace px::restorecheck {
+namespace {
+
+const std::string kPaketKlasoru = "Yedek/P/";
+
+// Company 002's package restored over company 001, whose databases hold other rows.
+class Hatalar001 : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!fs::exists(px::testing::SamplePath("suite/Pergonix"))) GTEST_SKIP() << "no sample suite";
+    s_.emplace();
+    s_->Yedekle("P", "002", "2009");
+  }
+  fs::path Paket(const std::string& goreli) const { return s_->D(kPaketKlasoru + goreli); }
+
+  std::optional<Suit> s_;
+};
+
+// A table file of the package with one more row, a copy of its first: a key the table
+// refuses. Written as ".xbf" in place of the ".pbf".
+void IkinciKopyaSatir(const fs::path& pbf) {
+  fs::path xbf = pbf;
+  xbf.replace_extension(".xbf");
+  ASSERT_TRUE(xbf::Ac(pbf.string(), xbf.string() + ".acik").ok());
+  auto okuyucu = xbf::XbfReader::OpenFile(xbf.string() + ".acik");
+  ASSERT_TRUE(okuyucu.ok());
+  std::vector<Row> satirlar;
+  for (Row r; (*okuyucu)->Next(r);) satirlar.push_back(r);
+  ASSERT_FALSE(satirlar.empty());
+  satirlar.push_back(satirlar.front());
+  db::VectorRowSource kaynak((*okuyucu)->fields(), std::move(satirlar));
+  okuyucu->reset();
+  ASSERT_TRUE(xbf::WriteRecordsetFile(kaynak, xbf.string()).ok());
+  fs::remove(xbf.string() + ".acik");
+  fs::remove(pbf);
+}
+
+TEST_F(Hatalar001, ADamagedFileOrARefusedKeyLeavesTheModuleByteIdentical) {
+  struct Durum {
+    const char* ad;
+    std::function<void(const fs::path& klasor)> boz;
+    const char* hata;  // in the "Hata" box
+  };
+  const Durum durumlar[] = {
+      {"a truncated .pbf between two good ones",
+       [](const fs::path& k) {
+         const auto p = k / "cari-CariKart.pbf";
+         fs::resize_file(p, fs::file_size(p) / 2);
+       },
+       "cari-CariKart"},
+      {"a .pbf that is not compressed",
+       [](const fs::path& k) { std::ofstream(k / "cari-CariKart.pbf") << "<xml/>"; },
+       "cari-CariKart"},
+      {"a repeated key restored by INSERT",
+       [](const fs::path& k) { IkinciKopyaSatir(k / "cari-CariKart.pbf"); }, "CariKart"},
+      {"a repeated key restored by adding rows",
+       [](const fs::path& k) { IkinciKopyaSatir(k / "cari-CariNot.pbf"); }, "CariNot"},
+  };
+  const fs::path klasor = Paket("Cari/Data/002/2009");
+  const auto saglam = Suit::Baytlar(
+      {klasor / "cari-CariHareket.pbf", klasor / "cari-CariKart.pbf", klasor / "cari-CariNot.pbf"});
+  const auto vt = s_->Veritabanlari("001", "2009");
+  const fs::path cari = s_->C("Cari/Data/001/2009/cari.mdb");
+  const std::string once = px::testing::ReadAll(cari);
+  for (const auto& d : durumlar) {
+    SCOPED_TRACE(d.ad);
+    for (const auto& e : fs::directory_iterator(klasor)) fs::remove(e.path());
+    for (const auto& [p, b] : saglam) std::ofstream(p, std::ios::binary) << b;
+    d.boz(klasor);
+    const auto r = s_->GeriAl("P", "002", "2009", "001", "2009", platform::SystemFiles(), {"Cari"});
+    EXPECT_TRUE(r.sonuc.hata);
+    EXPECT_NE(Hatalar(r.kutular).find(d.hata), std::string::npos) << Hatalar(r.kutular);
+    EXPECT_TRUE(px::testing::ReadAll(cari) == once);
+    EXPECT_EQ(s_->ArtikGeciciler(), std::vector<fs::path>{});
+  }
+}
+
+TEST_F(Hatalar001, AFailingDiskAtEveryWriteLeavesTheModuleByteIdentical) {
+  const std::vector<fs::path> vt = {s_->C("Butce/Data/001/2009/butce.mdb")};
+  const auto once = Suit::Baytlar(vt);
+  auto calistir = [&](const px::testing::FailPlan& plan) {
+    px::testing::FailingFiles files(plan);
+    auto r = s_->GeriAl("P", "002", "2009", "001", "2009", files, {"Bütçe"});
+    return std::make_pair(r, files.counts());
+  };
+  // A clean run counts the writes, flushes and renames of the module (and its copy taken
+  // before the change); it is then undone.
+  const auto [temiz, sayilar] = calistir({});
+  ASSERT_TRUE(temiz.sonuc.sona_ulasti) << Hatalar(temiz.kutular);
+  ASSERT_GT(sayilar.writes, 0u);
+  const auto sonra = Suit::Baytlar(vt);
+  ASSERT_NE(sonra, once);
+  for (const auto& [p, b] : once) std::ofstream(p, std::ios::binary) << b;
+
+  std::vector<px::testing::FailPlan> planlar;
+  auto ekle = [&](uint64_t yazma, uint64_t yansitma, uint64_t ad, uint64_t dolu) {
+    planlar.push_back({yazma, yansitma, ad, dolu});
+  };
+  for (uint64_t n = 1; n <= sayilar.writes; ++n) ekle(n, 0, 0, UINT64_MAX);
+  for (uint64_t n = 1; n <= sayilar.syncs; ++n) ekle(0, n, 0, UINT64_MAX);
+  for (uint64_t n = 1; n <= sayilar.renames; ++n) ekle(0, 0, n, UINT64_MAX);
+  for (uint64_t k = 0; k < 8; ++k) ekle(0, 0, 0, sayilar.bytes_written * k / 8);
+  for (const auto& plan : planlar) {
+    SCOPED_TRACE("write " + std::to_string(plan.fail_write) + ", flush " +
+                 std::to_string(plan.fail_sync) + ", rename " + std::to_string(plan.fail_rename) +
+                 ", full after " + std::to_string(plan.disk_full_after) + " bytes");
+    const auto [r, _] = calistir(plan);
+    EXPECT_TRUE(r.sonuc.hata);
+    EXPECT_NE(Hatalar(r.kutular).find("Hata Kodu"), std::string::npos);
+    EXPECT_TRUE(Suit::Baytlar(vt) == once);
+    EXPECT_EQ(s_->ArtikGeciciler(), std::vector<fs::path>{});
+  }
+  const auto [sonraki, __] = calistir({});
+  EXPECT_TRUE(sonraki.sonuc.sona_ulasti) << Hatalar(sonraki.kutular);
+}
+
+// The program killed at a few moments of a whole restore: each database is as before or,
+// read by Jackcess, as after; a run after the kill completes and leaves no temporary files.
+TEST_F(Hatalar001, AKilledRestoreLeavesEachDatabaseAsBeforeOrAsAfter) {
+  PX_JET_ORACLE_OR_SKIP();
+  const auto vt = s_->Veritabanlari("001", "2009");
+  const auto once = Suit::Baytlar(vt);
+  const std::vector<std::string> komut = {
+      "--evet", "geri-al", "--kaynak", "D:\\Yedek",          "--paket", "P",        "--sirket",
+      "001",    "--yil",   "2009",     "--paketteki-sirket", "002",     "--onaysiz"};
+  auto geri_yukle = [&] {
+    for (const auto& [p, b] : once) std::ofstream(p, std::ios::binary) << b;
+  };
+  auto tam = px::testing::RunProgram(komut);
+  ASSERT_TRUE(tam.ExitedWith(0)) << tam.Describe() << tam.out;
+  const auto sonra = Dok(vt);
+
+  const fs::path anlik = s_->Gecici() / "anlik";
+  std::vector<std::pair<fs::path, fs::path>> degisenler;  // snapshot, database
+  int oldurulen = 0;
+  for (double sure : {0.1, 0.25, 0.4, 0.6, 0.9}) {
+    geri_yukle();
+    auto r = px::testing::RunProgram(komut, {.input = "", .timeout_seconds = sure});
+    oldurulen += r.timed_out;
+    for (const auto& p : vt) {
+      if (px::testing::ReadAll(p) == once.at(p)) continue;
+      const fs::path kopya = anlik / std::to_string(degisenler.size()) / p.filename();
+      fs::create_directories(kopya.parent_path());
+      fs::copy_file(p, kopya);
+      degisenler.emplace_back(kopya, p);
+    }
+    auto sonraki = px::testing::RunProgram(komut);
+    EXPECT_TRUE(sonraki.ExitedWith(0)) << sure << " s: " << sonraki.Describe() << sonraki.out;
+    EXPECT_EQ(s_->ArtikGeciciler(), std::vector<fs::path>{}) << sure << " s";
+  }
+  EXPECT_GT(oldurulen, 0) << "no run was killed: the moments are too late for this machine";
+  std::vector<fs::path> kopyalar;
+  for (const auto& [k, _] : degisenler) kopyalar.push_back(k);
+  const auto okunan = Dok(kopyalar);
+  for (const auto& [k, p] : degisenler) {
+    SCOPED_TRACE(k.string());
+    ASSERT_TRUE(okunan.count(k.string()));
+    for (const auto& [ad, t] : sonra.at(p.string())) {
+      ASSERT_TRUE(okunan.at(k.string()).count(ad)) << ad;
+      EXPECT_EQ(okunan.at(k.string()).at(ad).satirlar, t.satirlar) << ad;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace px::restorecheck
