@@ -191,6 +191,10 @@ Result<std::u16string> IndexUnits(std::string_view utf8) {
   std::u16string units;
   size_t i = 0;
   while (i < utf8.size() && units.size() < kMaxTextKeyUnits) {
+    if (static_cast<unsigned char>(utf8[i]) < 0x80) {  // most text: one byte, one unit
+      units.push_back(char16_t(utf8[i++]));
+      continue;
+    }
     auto cp = NextUtf8(utf8, i);
     if (!cp) return Status::InvalidArgument("text is not valid UTF-8 at byte " + std::to_string(i));
     if (*cp >= 0x10000) {

@@ -125,6 +125,13 @@ Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8) {
   out.reserve(utf8.size() * 2);
   size_t i = 0;
   while (i < utf8.size()) {
+    const auto lead = static_cast<unsigned char>(utf8[i]);
+    if (lead < 0x80) {  // most text: one byte, one unit
+      out.push_back(lead);
+      out.push_back(0);
+      ++i;
+      continue;
+    }
     auto cp = NextUtf8(utf8, i);
     if (!cp) {
       return Status::InvalidArgument("text is not valid UTF-8 at byte " + std::to_string(i));
@@ -135,7 +142,8 @@ Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8) {
       const uint16_t hi = uint16_t(0xD800 + (c >> 10)), lo = uint16_t(0xDC00 + (c & 0x3FF));
       out.insert(out.end(), {uint8_t(hi), uint8_t(hi >> 8), uint8_t(lo), uint8_t(lo >> 8)});
     } else {
-      out.insert(out.end(), {uint8_t(c), uint8_t(c >> 8)});
+      out.push_back(uint8_t(c));
+      out.push_back(uint8_t(c >> 8));
     }
   }
   return out;
