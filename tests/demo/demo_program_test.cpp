@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "jet/jet_oracle.h"
 #include "platform/utf8_path.h"
+#include "support/jet_oracle.h"
 #include "support/process.h"
 #include "support/temp_folder.h"
 
@@ -69,14 +69,13 @@ TEST_F(DemoProgram, EveryDatabasePassesMdbKontrol) {
 }
 
 TEST_F(DemoProgram, JackcessFindsNothingWrongInOneDatabaseOfEachKind) {
-  if (!jet::JetOracleAvailable()) GTEST_SKIP() << "jet-oracle or java not found";
+  PX_JET_ORACLE_OR_SKIP();
   // The companies (Turkish letters in a text key), and module databases with AutoNumber and
   // text keys, ordinary indexes, memos, dates and an empty table.
   for (const char* relative :
        {"C/Pergonix/Genel/Data/sirket.mdb", "C/Pergonix/Cari/Data/001/2009/cari.mdb",
         "C/Pergonix/Personel/Data/002/2010/personel.mdb"}) {
-    const auto r =
-        RunProcess({jet::JetOracleTool().string(), "check", (Root() / relative).string()});
+    const auto r = testing::RunJetOracle({"check", (Root() / relative).string()});
     EXPECT_TRUE(r.ExitedWith(0)) << relative << ": " << r.Describe() << r.out.substr(0, 2000);
   }
 }
