@@ -76,6 +76,6 @@ if ! diff -r "$work/linux" "$work/wine" >"$work/diff.txt"; then
   head -n 40 "$work/diff.txt"
   exit 1
 fi
-failed=$(grep -lvx 0 "$work"/linux/*.code | wc -l)
+failed=$( (grep -lvx 0 "$work"/linux/*.code || true) | wc -l)
 echo "compare-wine: $(find "$work/linux" -type f | wc -l) outputs of $n tables and recordset files" \
   "identical under Wine ($failed commands ended with an error on both)"

@@ -69,9 +69,7 @@ TEST_F(DemoProgram, EveryDatabasePassesMdbKontrol) {
 }
 
 TEST_F(DemoProgram, JackcessFindsNothingWrongInOneDatabaseOfEachKind) {
-  if (const std::string missing = testing::JetOracleMissing(); !missing.empty()) {
-    GTEST_SKIP() << missing;
-  }
+  PX_JET_ORACLE_OR_SKIP();
   // The companies (Turkish letters in a text key), and module databases with AutoNumber and
   // text keys, ordinary indexes, memos, dates and an empty table.
   for (const char* relative :
