@@ -6,6 +6,7 @@
 
 #include "core/sha256.h"
 #include "platform/host_path.h"
+#include "platform/utf8_path.h"
 
 namespace px::backup {
 namespace {
@@ -25,7 +26,7 @@ Result<std::string> Host(const std::string& yol) {
     return host;
   }
   PX_ASSIGN_OR_RETURN(fs::path host, ToHostPath(yol));
-  return host.string();
+  return Utf8FromPath(host);
 }
 
 // The system's file layer on domain paths.

@@ -4,6 +4,7 @@
 
 #include "platform/host_path.h"
 #include "platform/text_case.h"
+#include "platform/utf8_path.h"
 
 namespace px::db {
 namespace {
@@ -27,7 +28,7 @@ class Pool final : public DatabasePool {
   // The host path and the key it is known by.
   static Result<std::pair<std::string, std::string>> KeyOf(std::string_view path) {
     PX_ASSIGN_OR_RETURN(std::filesystem::path host, ToHostPath(path));
-    std::string host_text = host.lexically_normal().string();
+    std::string host_text = Utf8FromPath(host.lexically_normal());
     std::string key = FoldCase(host_text);
     return std::make_pair(std::move(host_text), std::move(key));
   }

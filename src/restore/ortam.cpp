@@ -7,6 +7,7 @@
 #include "core/sha256.h"
 #include "platform/host_path.h"
 #include "platform/text_case.h"
+#include "platform/utf8_path.h"
 #include "settings/hata_mesaji.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_reader.h"
@@ -26,8 +27,8 @@ HostDosyalar::HostDosyalar() : files_(platform::SystemFiles()) {}
 
 Result<std::vector<DosyaGirdisi>> HostDosyalar::Liste(const std::string& klasor) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(klasor));
-  if (!files_.Exists(p.string())) return Status::NotFound("folder " + klasor + " not found");
-  PX_ASSIGN_OR_RETURN(auto girdiler, files_.List(p.string()));
+  if (!files_.Exists(Utf8FromPath(p))) return Status::NotFound("folder " + klasor + " not found");
+  PX_ASSIGN_OR_RETURN(auto girdiler, files_.List(Utf8FromPath(p)));
   std::vector<DosyaGirdisi> out;
   for (const auto& g : girdiler) out.push_back({g.name, g.is_folder});
   // Listed by name, as the file system object lists an NTFS folder.
@@ -39,22 +40,22 @@ Result<std::vector<DosyaGirdisi>> HostDosyalar::Liste(const std::string& klasor)
 
 Result<std::unique_ptr<RowSource>> HostDosyalar::TabloAc(const std::string& yol) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
-  PX_ASSIGN_OR_RETURN(auto reader, xbf::XbfReader::OpenFile(p.string()));
+  PX_ASSIGN_OR_RETURN(auto reader, xbf::XbfReader::OpenFile(Utf8FromPath(p)));
   return std::unique_ptr<RowSource>(std::move(reader));
 }
 
 Status HostDosyalar::Ac(const std::string& pbf, const std::string& hedef) {
   PX_ASSIGN_OR_RETURN(fs::path kaynak, Host(pbf));
   PX_ASSIGN_OR_RETURN(fs::path cikti, Host(hedef));
-  return xbf::Ac(kaynak.string(), cikti.string());
+  return xbf::Ac(Utf8FromPath(kaynak), Utf8FromPath(cikti));
 }
 
 Status HostDosyalar::Kopyala(const std::string& kaynak, const std::string& hedef) {
   PX_ASSIGN_OR_RETURN(fs::path k, Host(kaynak));
   PX_ASSIGN_OR_RETURN(fs::path h, Host(hedef));
-  const std::string gecici = platform::TempNameBeside(h.string());
+  const std::string gecici = platform::TempNameBeside(Utf8FromPath(h));
   Status s = [&]() -> Status {
-    PX_ASSIGN_OR_RETURN(auto girdi, files_.Open(k.string(), platform::OpenMode::kRead));
+    PX_ASSIGN_OR_RETURN(auto girdi, files_.Open(Utf8FromPath(k), platform::OpenMode::kRead));
     PX_ASSIGN_OR_RETURN(auto cikti, files_.Open(gecici, platform::OpenMode::kCreateAlways));
     std::vector<uint8_t> parca(size_t{1} << 16);
     for (uint64_t konum = 0;;) {
@@ -65,7 +66,7 @@ Status HostDosyalar::Kopyala(const std::string& kaynak, const std::string& hedef
     }
     PX_RETURN_IF_ERROR(cikti->Sync());
     cikti.reset();
-    return files_.Rename(gecici, h.string());
+    return files_.Rename(gecici, Utf8FromPath(h));
   }();
   if (!s.ok()) {
     (void)files_.Remove(gecici);
@@ -76,18 +77,18 @@ Status HostDosyalar::Kopyala(const std::string& kaynak, const std::string& hedef
 
 Status HostDosyalar::Sil(const std::string& yol) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
-  return files_.Remove(p.string());
+  return files_.Remove(Utf8FromPath(p));
 }
 
 Result<std::string> HostDosyalar::Oku(const std::string& yol) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
-  if (!files_.Exists(p.string())) return Status::NotFound(yol + ": file not found");
-  return platform::ReadFileWhole(files_, p.string());
+  if (!files_.Exists(Utf8FromPath(p))) return Status::NotFound(yol + ": file not found");
+  return platform::ReadFileWhole(files_, Utf8FromPath(p));
 }
 
 Result<DosyaOzeti> HostDosyalar::Ozet(const std::string& yol) {
   PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
-  PX_ASSIGN_OR_RETURN(auto dosya, files_.Open(p.string(), platform::OpenMode::kRead));
+  PX_ASSIGN_OR_RETURN(auto dosya, files_.Open(Utf8FromPath(p), platform::OpenMode::kRead));
   Sha256 sha;
   std::vector<uint8_t> parca(size_t{1} << 16);
   DosyaOzeti ozet;
@@ -107,7 +108,7 @@ Status HostDosyalar::KlasorlerYarat(const std::string& yol) {
   for (const auto& parca : p) {
     yolda /= parca;
     if (yolda == yolda.root_path()) continue;
-    PX_RETURN_IF_ERROR(files_.CreateFolder(yolda.string()));
+    PX_RETURN_IF_ERROR(files_.CreateFolder(Utf8FromPath(yolda)));
   }
   return Status::Ok();
 }
