@@ -12,6 +12,10 @@ TEST(TextCase, FoldingMatchesAcrossTurkishAndLatinLetters) {
   EXPECT_TRUE(EqualsIgnoreCase("İRSALİYE", "irsaliye"));
   EXPECT_FALSE(EqualsIgnoreCase("Cek", "Çek"));
   EXPECT_FALSE(EqualsIgnoreCase("Yil", "Yil "));
+  EXPECT_TRUE(EqualsIgnoreCase("KodŞube", "kODşUBE"));  // an ASCII prefix, then Turkish
+  EXPECT_FALSE(EqualsIgnoreCase("Kod1ş", "Kod2ş"));
+  EXPECT_FALSE(EqualsIgnoreCase("Kod", "Kodş"));
+  EXPECT_TRUE(EqualsIgnoreCase("", ""));
 }
 
 TEST(TextCase, TurkishCapitals) {
