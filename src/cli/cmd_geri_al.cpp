@@ -172,6 +172,9 @@ void OrtamIle(bool onceki_kopya, Calistir calistir) {
                        {},
                        nullptr,
                        {}};
+  if (Status s = restore::OncekiKopyaArtiklariniSil(dosyalar, ayarlar.CalismaAlani()); !s.ok()) {
+    std::cerr << "warning: " << s.ToString() << "\n";
+  }
   calistir(ortam);
   havuz->CloseAll();
 #else

@@ -23,6 +23,29 @@ Result<fs::path> Host(const std::string& yol) {
 
 }  // namespace
 
+namespace {
+
+Status ArtiklariSil(Dosyalar& dosyalar, const std::string& klasor, int derinlik) {
+  if (derinlik > 16) return Status::Ok();  // deeper than any copy is kept
+  auto liste = dosyalar.Liste(klasor);
+  if (!liste.ok()) return liste.status().IsNotFound() ? Status::Ok() : liste.status();
+  for (const DosyaGirdisi& g : *liste) {
+    const std::string yol = klasor + "\\" + g.ad;
+    if (g.klasor) {
+      PX_RETURN_IF_ERROR(ArtiklariSil(dosyalar, yol, derinlik + 1));
+    } else if (g.ad.starts_with(".~") && g.ad.ends_with(".tmp")) {
+      PX_RETURN_IF_ERROR(dosyalar.Sil(yol));
+    }
+  }
+  return Status::Ok();
+}
+
+}  // namespace
+
+Status OncekiKopyaArtiklariniSil(Dosyalar& dosyalar, const std::string& kok) {
+  return ArtiklariSil(dosyalar, kok + "\\GeriAlOncesi", 0);
+}
+
 HostDosyalar::HostDosyalar() : files_(platform::SystemFiles()) {}
 
 Result<std::vector<DosyaGirdisi>> HostDosyalar::Liste(const std::string& klasor) {

@@ -52,6 +52,11 @@ class Dosyalar {
   virtual Status KlasorlerYarat(const std::string& yol) = 0;
 };
 
+// A run killed while it copied a database before changing it leaves the copy's temporary
+// file (".~NAME.tmp") in its own copies folder, where no later run looks: each run removes
+// such leftovers below `kok` + "\GeriAlOncesi" first.
+Status OncekiKopyaArtiklariniSil(Dosyalar& dosyalar, const std::string& kok);
+
 // The operating system's files through the drive map and the program's file layer: copies
 // stream in bounded chunks, are flushed and renamed into place.
 class HostDosyalar : public Dosyalar {

@@ -13,6 +13,7 @@
 #include "db/text_of.h"
 #include "jet/database.h"
 #include "platform/utf8_path.h"
+#include "support/samples.h"
 
 namespace px::db {
 namespace {
@@ -93,9 +94,7 @@ class RecordingWriter : public jet::Writer {
 class AccessDatabaseTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists(Sample("testV2000.mdb"))) {
-      GTEST_SKIP() << "sample testV2000.mdb not found under " PX_SHARED_DIR;
-    }
+    PX_SAMPLE_OR_SKIP(sample, "mdb/testV2000.mdb");
     auto file = jet::Database::Open(Sample("testV2000.mdb"));
     ASSERT_TRUE(file.ok()) << file.status().ToString();
     db_ = AccessDatabaseOver(std::make_unique<RecordingWriter>(std::move(*file), log_));

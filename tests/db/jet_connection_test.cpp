@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "db/jet_connection.h"
+#include "support/samples.h"
 
 namespace px::db {
 namespace {
@@ -13,9 +14,7 @@ std::string Sample(const char* name) {
 }
 
 TEST(JetConnection, TablesAndFilteredQuery) {
-  if (!std::filesystem::exists(Sample("indexTestV2000.mdb"))) {
-    GTEST_SKIP() << "sample indexTestV2000.mdb not found under " PX_SHARED_DIR;
-  }
+  PX_SAMPLE_OR_SKIP(sample, "mdb/indexTestV2000.mdb");
   auto conn = OpenAccessConnection(Sample("indexTestV2000.mdb"));
   ASSERT_TRUE(conn.ok()) << conn.status().ToString();
   auto tables = (*conn)->Tables();
@@ -45,7 +44,7 @@ TEST(JetConnection, TablesAndFilteredQuery) {
 TEST(JetConnection, MissingTableAndFileAreErrors) {
   auto missing = OpenAccessConnection("/nonexistent/dir/sirket.mdb");
   EXPECT_FALSE(missing.ok());
-  if (!std::filesystem::exists(Sample("testV2000.mdb"))) GTEST_SKIP() << "no samples";
+  PX_SAMPLE_OR_SKIP(sample, "mdb/testV2000.mdb");
   auto conn = OpenAccessConnection(Sample("testV2000.mdb"));
   ASSERT_TRUE(conn.ok());
   auto q = (*conn)->Query("SELECT * FROM tblSirket");

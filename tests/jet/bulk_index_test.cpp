@@ -13,6 +13,7 @@
 #include "jet/page_store.h"
 #include "jet/writer.h"
 #include "platform/files.h"
+#include "support/samples.h"
 #include "support/temp_folder.h"
 
 namespace px::jet {
@@ -234,9 +235,7 @@ TEST_F(BulkIndexTest, UniqueAndRequiredViolationsAreRefused) {
 // A Jet 3 file Access wrote (its index pages take one-byte prefixes): rows that go between
 // and after the 512 there are merged into its indexes.
 TEST(BulkIndexJet3, RowsMergeIntoAnAccessWrittenIndex) {
-  const std::filesystem::path sample =
-      std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb" / "compIndexTestV1997.mdb";
-  if (!std::filesystem::exists(sample)) GTEST_SKIP() << "no sample " << sample;
+  PX_SAMPLE_OR_SKIP(sample, "mdb/compIndexTestV1997.mdb");
   TempFolder dir;
   const std::string path = dir.str() + "/jet3.mdb";
   std::filesystem::copy_file(sample, path);

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "jet/index_page.h"
+#include "support/samples.h"
 
 namespace px::jet {
 namespace {
@@ -18,8 +19,7 @@ std::vector<uint8_t> ReadFile(const std::filesystem::path& p) {
 }
 
 TEST(IndexPage, EveryPageOfTheSamplesReencodesToTheSameEntries) {
-  const auto dir = std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb";
-  if (!std::filesystem::exists(dir)) GTEST_SKIP() << "samples not found under " << dir;
+  PX_SAMPLE_OR_SKIP(dir, "mdb");
   size_t pages = 0, entries = 0, compressed = 0;
   for (const auto& file : std::filesystem::directory_iterator(dir)) {
     const auto bytes = ReadFile(file.path());

@@ -30,9 +30,7 @@ ColumnSpec Column(const std::string& name, int ado_type, int size = 0) {
 class Jet3Schema : public ::testing::Test {
  protected:
   void SetUp() override {
-    const std::filesystem::path sample =
-        std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb" / "testV1997.mdb";
-    if (!std::filesystem::exists(sample)) GTEST_SKIP() << "sample not found: " << sample;
+    PX_SAMPLE_OR_SKIP(sample, "mdb/testV1997.mdb");
     path_ = temp_.path() / "jet3.mdb";
     std::filesystem::copy_file(sample, path_);
   }

@@ -15,6 +15,7 @@
 #include "jet/table_writer.h"
 #include "jet/usage_map_writer.h"
 #include "memory_pages.h"
+#include "support/samples.h"
 
 namespace px::jet {
 namespace {
@@ -58,8 +59,7 @@ std::vector<std::string> TableRows(Database& db, const std::string& table,
 }
 
 TEST(TableWriterSamples, EveryTableEmptiedRefilledAndUpdatedInPlace) {
-  const auto dir = std::filesystem::path(PX_SHARED_DIR) / "samples" / "mdb";
-  if (!std::filesystem::exists(dir)) GTEST_SKIP() << "samples not found under " << dir;
+  PX_SAMPLE_OR_SKIP(dir, "mdb");
   size_t tables_done = 0, rows_done = 0;
   std::vector<std::string> refused_tables;
   for (const auto& entry : std::filesystem::directory_iterator(dir)) {
@@ -185,8 +185,7 @@ namespace {
 // Damage the writer meets in a file: each case spoils one structure of testV2000's Table1
 // and expects an error that names the file and the page, never a crash.
 TEST(TableWriterSamples, DamageIsAnErrorNamingFileAndPage) {
-  const auto path = std::filesystem::path(PX_SHARED_DIR) / "samples/mdb/testV2000.mdb";
-  if (!std::filesystem::exists(path)) GTEST_SKIP() << "sample not found: " << path;
+  PX_SAMPLE_OR_SKIP(path, "mdb/testV2000.mdb");
   const auto clean = MemoryPages::ReadFile(path);
   auto db = Database::OpenMemory(clean, "testV2000.mdb");
   ASSERT_TRUE(db.ok());
@@ -258,8 +257,7 @@ namespace {
 // Random damage to the pages a table's writer reads (its data, maps, index and definition
 // pages): every run ends in success or an error, never a crash or a hang.
 TEST(TableWriterSamples, RandomDamageNeverCrashes) {
-  const auto path = std::filesystem::path(PX_SHARED_DIR) / "samples/mdb/indexTestV2000.mdb";
-  if (!std::filesystem::exists(path)) GTEST_SKIP() << "sample not found: " << path;
+  PX_SAMPLE_OR_SKIP(path, "mdb/indexTestV2000.mdb");
   const auto clean = MemoryPages::ReadFile(path);
   auto db = Database::OpenMemory(clean, "i.mdb");
   ASSERT_TRUE(db.ok());

@@ -24,7 +24,7 @@ const std::string kPaketKlasoru = "Yedek/P/";
 class Hatalar001 : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!fs::exists(px::testing::SamplePath("suite/Pergonix"))) GTEST_SKIP() << "no sample suite";
+    PX_SAMPLE_OR_SKIP(suite, "suite/Pergonix");
     s_.emplace();
     s_->Yedekle("P", "002", "2009");
   }

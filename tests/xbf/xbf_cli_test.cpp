@@ -8,6 +8,7 @@
 #include "support/process.h"
 #include "support/temp_folder.h"
 
+#include "support/samples.h"
 #include "xbf_test_util.h"
 
 namespace px::xbf {
@@ -136,9 +137,8 @@ TEST_F(XbfCommands, SemaListsTheFields) {
 }
 
 TEST_F(XbfCommands, AktarWritesAnAccessTableAsAdoWouldAndReadsBack) {
-  const fs::path mdb = fs::path(PX_SHARED_DIR) / "samples" / "mdb" / "testV2000.mdb";
-  if (!fs::exists(mdb)) GTEST_SKIP() << "Access samples not found at " << mdb;
-  ASSERT_EQ(Run("xbf aktar " + mdb.string() + " Table1 " + Quoted("a-Table1.xbf")), 0);
+  PX_SAMPLE_OR_SKIP(mdb, "mdb/testV2000.mdb");
+  ASSERT_EQ(Run("xbf aktar " + mdb + " Table1 " + Quoted("a-Table1.xbf")), 0);
   const std::string xml = testing::ReadAll(File("a-Table1.xbf"));
   // Jet's column flags as ADO persists them; Yes/No is not nullable yet may be null.
   EXPECT_NE(xml.find("<s:AttributeType name='A' rs:number='1' rs:nullable='true' "
@@ -152,18 +152,17 @@ TEST_F(XbfCommands, AktarWritesAnAccessTableAsAdoWouldAndReadsBack) {
                      "dt:maxLength='16' rs:fixedlength='true'/>"),
             std::string::npos);
   ASSERT_EQ(Run("xbf satirlar " + Quoted("a-Table1.xbf"), Path("xbf.jsonl")), 0);
-  ASSERT_EQ(Run("mdb satirlar " + mdb.string() + " Table1", Path("mdb.jsonl")), 0);
+  ASSERT_EQ(Run("mdb satirlar " + mdb + " Table1", Path("mdb.jsonl")), 0);
   EXPECT_EQ(testing::ReadAll(File("xbf.jsonl")), testing::ReadAll(File("mdb.jsonl")));
-  ASSERT_EQ(Run("xbf aktar " + mdb.string() + " Table1 " + Quoted("a-Table1.pbf")), 0);
+  ASSERT_EQ(Run("xbf aktar " + mdb + " Table1 " + Quoted("a-Table1.pbf")), 0);
   ASSERT_EQ(Run("pbf ac " + Quoted("a-Table1.pbf") + " " + Quoted("unpacked.xbf")), 0);
   EXPECT_EQ(testing::ReadAll(File("unpacked.xbf")), xml);
-  EXPECT_NE(Run("xbf aktar " + mdb.string() + " NoSuchTable " + Quoted("x.xbf")), 0);
+  EXPECT_NE(Run("xbf aktar " + mdb + " NoSuchTable " + Quoted("x.xbf")), 0);
   EXPECT_FALSE(fs::exists(File("x.xbf")));
 }
 
 TEST_F(XbfCommands, AktarOfEveryAccessSampleTableReadsBackTheSameRows) {
-  const fs::path dir = fs::path(PX_SHARED_DIR) / "samples" / "mdb";
-  if (!fs::is_directory(dir)) GTEST_SKIP() << "Access samples not found at " << dir;
+  PX_SAMPLE_OR_SKIP(dir, "mdb");
   int tables = 0, empty = 0;
   for (const auto& e : fs::directory_iterator(dir)) {
     const std::string mdb = e.path().string();
