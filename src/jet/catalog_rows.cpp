@@ -6,6 +6,7 @@
 
 #include "jet/data_page.h"
 #include "jet/long_value.h"
+#include "jet/row_writer.h"
 #include "jet/text.h"
 #include "jet/usage_map.h"
 #include "platform/codepage.h"
@@ -385,51 +386,6 @@ Result<std::vector<uint8_t>> LongValueBytes(PageStore& store, const TableDef& de
 
 }  // namespace
 
-std::vector<uint8_t> AssembleRow(const TableDef& def, const std::vector<RowPart>& parts) {
-  size_t fixed_size = 0;
-  for (const ColumnDef& c : def.columns) {
-    if (c.fixed() && c.type != coltype::kBoolean) {
-      fixed_size = std::max<size_t>(fixed_size, size_t(c.fixed_offset) + c.length);
-    }
-  }
-  std::vector<uint8_t> row(2 + fixed_size, 0);
-  StoreLe16(row.data(), def.max_cols);
-  std::vector<uint8_t> null_mask((def.max_cols + 7) / 8, 0);
-  std::vector<const std::vector<uint8_t>*> var_data(def.var_cols, nullptr);
-  for (size_t i = 0; i < def.columns.size() && i < parts.size(); ++i) {
-    const ColumnDef& c = def.columns[i];
-    const RowPart& part = parts[i];
-    if (c.number >= def.max_cols) continue;
-    const bool set = c.type == coltype::kBoolean ? part.bit : part.present;
-    if (set) null_mask[c.number / 8] |= uint8_t(1u << (c.number % 8));
-    if (!part.present || c.type == coltype::kBoolean) continue;
-    if (c.fixed()) {
-      std::memcpy(row.data() + 2 + c.fixed_offset, part.bytes.data(),
-                  std::min(part.bytes.size(), size_t(c.length)));
-    } else if (c.var_index < def.var_cols) {
-      var_data[c.var_index] = &part.bytes;
-    }
-  }
-  uint8_t two[2];
-  if (def.var_cols > 0) {
-    std::vector<uint16_t> offsets(def.var_cols);
-    for (size_t k = 0; k < def.var_cols; ++k) {
-      offsets[k] = uint16_t(row.size());
-      if (var_data[k] != nullptr) row.insert(row.end(), var_data[k]->begin(), var_data[k]->end());
-    }
-    StoreLe16(two, uint16_t(row.size()));
-    row.insert(row.end(), two, two + 2);
-    for (size_t k = def.var_cols; k-- > 0;) {
-      StoreLe16(two, offsets[k]);
-      row.insert(row.end(), two, two + 2);
-    }
-  }
-  StoreLe16(two, def.var_cols);
-  row.insert(row.end(), two, two + 2);
-  row.insert(row.end(), null_mask.begin(), null_mask.end());
-  return row;
-}
-
 Result<std::vector<uint8_t>> EncodeValuesRow(PageStore& store, const TableDef& def,
                                              std::span<const Value> values, AppendState& state,
                                              const std::string& table) {
@@ -503,7 +459,11 @@ Result<std::vector<uint8_t>> EncodeValuesRow(PageStore& store, const TableDef& d
       PX_ASSIGN_OR_RETURN(out, FixedBytes(c, v, where));
     }
   }
-  std::vector<uint8_t> row = AssembleRow(def, parts);
+  std::vector<ColumnData> columns(parts.size());
+  for (size_t i = 0; i < parts.size(); ++i) {
+    columns[i] = ColumnData{!parts[i].present, parts[i].bit, parts[i].bytes};
+  }
+  PX_ASSIGN_OR_RETURN(std::vector<uint8_t> row, EncodeRow(f, def, columns, where));
   if (row.size() > kMaxJet4RowSize) {
     return Status::InvalidArgument(where + ": the row is " + std::to_string(row.size()) +
                                    " bytes, more than a row may hold (" +

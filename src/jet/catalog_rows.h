@@ -44,9 +44,6 @@ struct RowPart {
   std::vector<uint8_t> bytes;
 };
 
-// Row bytes from parts indexed like def.columns.
-std::vector<uint8_t> AssembleRow(const TableDef& def, const std::vector<RowPart>& parts);
-
 // Row bytes of `values` (indexed like def.columns; Null for absent columns). Memo and OLE
 // values longer than an inline value go to LVAL pages listed in the column's usage map.
 Result<std::vector<uint8_t>> EncodeValuesRow(PageStore& store, const TableDef& def,

@@ -153,13 +153,13 @@ class WriterImpl final : public Writer {
   }
   Status AddPrimaryKey(std::string_view table, std::string_view key_name,
                        std::string_view column) override {
-    IndexSpec spec;
-    spec.name = std::string(key_name);
-    spec.columns = {{std::string(column), true}};
-    spec.primary = true;
-    spec.unique = true;
-    spec.required = true;
-    return Step([&] { return DoAddIndex(std::string(table), spec); });
+    IndexSpec key;
+    key.name = std::string(key_name);
+    key.columns = {{std::string(column), true}};
+    key.primary = true;
+    key.unique = true;
+    key.required = true;
+    return Step([&] { return DoAddIndex(std::string(table), key); });
   }
   Status AddIndex(std::string_view table, const IndexSpec& index) override {
     return Step([&] { return DoAddIndex(std::string(table), index); });
@@ -456,15 +456,15 @@ class WriterImpl final : public Writer {
     return RowPointer{page, uint8_t(*slot)};
   }
 
-  Status DoAddColumn(const std::string& table, const ColumnSpec& spec) {
+  Status DoAddColumn(const std::string& table, const ColumnSpec& wanted) {
     PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
     PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
-    const std::string what = Where(e->name) + ": column " + spec.name;
-    if (spec.name.empty() || spec.name.size() > 4 * kMaxNameChars) {
+    const std::string what = Where(e->name) + ": column " + wanted.name;
+    if (wanted.name.empty() || wanted.name.size() > 4 * kMaxNameChars) {
       return Status::InvalidArgument(what + ": not a valid column name");
     }
     for (const ColumnDef& c : def.columns) {
-      if (JetTextEquals(c.name, spec.name, db_->header().sort_order)) {
+      if (JetTextEquals(c.name, wanted.name, db_->header().sort_order)) {
         return Status::InvalidArgument(what + " already exists");
       }
     }
@@ -472,17 +472,17 @@ class WriterImpl final : public Writer {
       return Status::InvalidArgument(what + ": the table has 255 columns already");
     }
     const JetFormat& f = store_->format();
-    PX_ASSIGN_OR_RETURN(JetType jt, MapAdoType(spec, f, what));
-    if (spec.autoincrement && jt.type != coltype::kLong && jt.type != coltype::kGuid) {
+    PX_ASSIGN_OR_RETURN(JetType jt, MapAdoType(wanted, f, what));
+    if (wanted.autoincrement && jt.type != coltype::kLong && jt.type != coltype::kGuid) {
       return Status::InvalidArgument(what + ": only a Long or GUID column can be an AutoNumber");
     }
     ColumnDef c;
-    c.name = spec.name;
+    c.name = wanted.name;
     c.type = jt.type;
     c.number = def.max_cols;
     c.length = jt.length;
     c.flags = jt.fixed ? kUserFixedFlags : kUserVarFlags;
-    if (spec.autoincrement) {
+    if (wanted.autoincrement) {
       c.flags |= jt.type == coltype::kGuid ? colflag::kAutoGuid : colflag::kAutoLong;
     }
     if (jt.type == coltype::kText || jt.type == coltype::kMemo) {
@@ -494,11 +494,11 @@ class WriterImpl final : public Writer {
       }
     }
     if (jt.type == coltype::kNumeric) {
-      c.precision = uint8_t(spec.precision == 0 ? 18 : spec.precision);
-      c.scale = uint8_t(spec.scale);
+      c.precision = uint8_t(wanted.precision == 0 ? 18 : wanted.precision);
+      c.scale = uint8_t(wanted.scale);
       if (c.precision > 28 || c.scale > c.precision) {
-        return Status::InvalidArgument(what + ": precision " + std::to_string(spec.precision) +
-                                       " and scale " + std::to_string(spec.scale) +
+        return Status::InvalidArgument(what + ": precision " + std::to_string(wanted.precision) +
+                                       " and scale " + std::to_string(wanted.scale) +
                                        " are not valid");
       }
     }
@@ -526,14 +526,14 @@ class WriterImpl final : public Writer {
     writers_.erase(def.page);
     field_columns_.erase(def.page);
     PX_RETURN_IF_ERROR(StoreTableDef(*store_, def, db_->text_code_page()));
-    if (spec.autoincrement && jt.type == coltype::kLong && def.row_count > 0) {
+    if (wanted.autoincrement && jt.type == coltype::kLong && def.row_count > 0) {
       PX_RETURN_IF_ERROR(NumberExistingRows(*e, def.columns.back().number));
     }
-    if (!spec.allow_zero_length && !spec.required) return Status::Ok();
+    if (!wanted.allow_zero_length && !wanted.required) return Status::Ok();
     ColumnProperties props;
-    props.allow_zero_length = spec.allow_zero_length;
-    props.required = spec.required;
-    return WriteColumnProperties(*e, spec.name, props);
+    props.allow_zero_length = wanted.allow_zero_length;
+    props.required = wanted.required;
+    return WriteColumnProperties(*e, wanted.name, props);
   }
 
   // An AutoNumber column added to a table with rows numbers them 1, 2, ... in the order a
@@ -617,20 +617,20 @@ class WriterImpl final : public Writer {
     return Status::Ok();
   }
 
-  Status DoAddIndex(const std::string& table, const IndexSpec& spec) {
+  Status DoAddIndex(const std::string& table, const IndexSpec& wanted) {
     PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
     PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
-    const std::string what = Where(e->name) + ": index " + spec.name;
+    const std::string what = Where(e->name) + ": index " + wanted.name;
     for (const LogicalIndex& l : def.logical_indexes) {
-      if (spec.primary && l.type == kLogicalIndexPrimary) {
+      if (wanted.primary && l.type == kLogicalIndexPrimary) {
         return Status::InvalidArgument(Where(e->name) + " already has a primary key (" + l.name +
                                        ")");
       }
-      if (JetTextEquals(l.name, spec.name, db_->header().sort_order)) {
+      if (JetTextEquals(l.name, wanted.name, db_->header().sort_order)) {
         return Status::InvalidArgument(what + " already exists");
       }
     }
-    if (spec.columns.empty() || spec.columns.size() > kMaxIndexColumns) {
+    if (wanted.columns.empty() || wanted.columns.size() > kMaxIndexColumns) {
       return Status::InvalidArgument(what + ": an index has 1 to 10 columns");
     }
     if (def.row_count > 0) {
@@ -638,7 +638,7 @@ class WriterImpl final : public Writer {
       PX_RETURN_IF_ERROR(TableFor(e->name).status());
     }
     RealIndex r;
-    for (const auto& [name, ascending] : spec.columns) {
+    for (const auto& [name, ascending] : wanted.columns) {
       int found = -1;
       for (size_t i = 0; i < def.columns.size(); ++i) {
         if (JetTextEquals(def.columns[i].name, name, db_->header().sort_order)) found = int(i);
@@ -649,10 +649,10 @@ class WriterImpl final : public Writer {
       }
       r.columns.push_back({def.columns[size_t(found)].number, ascending});
     }
-    r.flags = spec.primary ? kPrimaryKeyFlags
-                           : uint8_t((spec.unique ? idxflag::kUnique : 0) |
-                                     (spec.ignore_nulls ? idxflag::kIgnoreNulls : 0) |
-                                     (spec.required ? idxflag::kRequired : 0));
+    r.flags = wanted.primary ? kPrimaryKeyFlags
+                             : uint8_t((wanted.unique ? idxflag::kUnique : 0) |
+                                       (wanted.ignore_nulls ? idxflag::kIgnoreNulls : 0) |
+                                       (wanted.required ? idxflag::kRequired : 0));
     if (store_->format().version == JetVersion::kJet4) r.flags |= kJet4IndexMark;
     PX_ASSIGN_OR_RETURN(RowPointer map, NewMapRow(def, e->name));
     PX_ASSIGN_OR_RETURN(MutablePage leaf, store_->Allocate(page_type::kIndexLeaf, def.page));
@@ -662,10 +662,10 @@ class WriterImpl final : public Writer {
     r.used_map = map;
     PX_RETURN_IF_ERROR(SetUsageMapPage(*store_, map, r.root_page, true, what));
     LogicalIndex l;
-    l.name = spec.name;
+    l.name = wanted.name;
     l.number = uint32_t(def.logical_indexes.size());
     l.real_index = uint32_t(def.real_indexes.size());
-    l.type = spec.primary ? kLogicalIndexPrimary : kLogicalIndexPlain;
+    l.type = wanted.primary ? kLogicalIndexPrimary : kLogicalIndexPlain;
     def.real_indexes.push_back(std::move(r));
     def.logical_indexes.push_back(std::move(l));
     if (def.row_count > 0) PX_RETURN_IF_ERROR(FillIndex(*e, def, def.real_indexes.size() - 1));

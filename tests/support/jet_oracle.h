@@ -38,9 +38,9 @@ inline std::optional<std::filesystem::path> JetOracleBuild(const TempFolder& fol
                                                            const std::string& name,
                                                            const std::string& json,
                                                            std::string& error) {
-  const auto spec = folder.Write(name + ".json", json);
+  const auto tables_json = folder.Write(name + ".json", json);
   const auto file = folder.path() / name;
-  const RunResult r = RunJetOracle({"build", Utf8FromPath(file), Utf8FromPath(spec)});
+  const RunResult r = RunJetOracle({"build", Utf8FromPath(file), Utf8FromPath(tables_json)});
   if (!r.ExitedWith(0)) {
     error = r.Describe();
     return std::nullopt;
