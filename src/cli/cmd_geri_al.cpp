@@ -12,7 +12,6 @@
 #include "db/jet_connection.h"
 #include "modules/moduller.h"
 #include "platform/clock.h"
-#include "platform/temp_path.h"
 #include "restore/geri_al.h"
 #include "settings/baglanti_acici.h"
 #include "settings/veritabani_bilgisi.h"
@@ -160,6 +159,7 @@ void OrtamIle(bool onceki_kopya, Calistir calistir) {
   HostFileSystem fs;
   restore::HostDosyalar dosyalar;
   auto havuz = db::NewAccessDatabasePool(platform::SystemFiles());
+  const GeciciKlasor gecici = GeciciKlasoruAl();
   restore::Ortam ortam{fs,
                        dosyalar,
                        *havuz,
@@ -167,7 +167,7 @@ void OrtamIle(bool onceki_kopya, Calistir calistir) {
                        [](const std::string& yol) { return db::OpenAccessConnection(yol); },
                        ayarlar.CalismaAlani(),
                        ayarlar.VeriTabaniTuru(),
-                       TempPath(),
+                       gecici.yol,
                        onceki_kopya ? OncekiKopyaKlasoru(fs, ayarlar.CalismaAlani()) : "",
                        {},
                        nullptr,

@@ -6,7 +6,6 @@
 #include "backup/yedekleme.h"
 #include "cli/commands.h"
 #include "db/jet_connection.h"
-#include "platform/temp_path.h"
 #include "settings/baglanti_acici.h"
 #include "settings/veritabani_bilgisi.h"
 
@@ -82,7 +81,8 @@ void Yedekle(const YedekleSecenekleri& s) {
   o.fs = &fs;
   o.files = &backup::HostFiles();
   o.kok = bilgi.CalismaAlani();
-  o.gecici_klasor = TempPath();
+  const GeciciKlasor gecici = GeciciKlasoruAl();
+  o.gecici_klasor = gecici.yol;
   o.ac = [](const std::string& yol) { return db::OpenAccessConnection(yol); };
   o.program = std::string("pergonix-yedek ") + PX_VERSION;
   backup::Yedekleme yedekleme(std::move(o));

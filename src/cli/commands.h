@@ -2,12 +2,14 @@
 // Sub-commands of pergonix-yedek. Each Add* registers its commands on the app; command
 // callbacks report failures through Fail(), which prints the message and sets the exit code.
 
+#include <memory>
 #include <string>
 
 #include <CLI/CLI.hpp>
 
 #include "core/status.h"
 #include "operator/operator.h"
+#include "platform/files.h"
 
 namespace px::cli {
 
@@ -48,6 +50,16 @@ inline constexpr int kExitCancelled = 3;  // the operator declined or cancelled
 // The host path (UTF-8) of a path given on the command line; Fail()s when its drive has no
 // folder.
 std::string HostPathOrFail(const std::string& path);
+
+// The temporary folder of a backup or restore run, held for the run: both stage files there
+// under the table's own name, so a second run on the same machine waits for none and is
+// refused (Fail) rather than mixing its files with the first's. The lock is released when
+// the returned object is destroyed.
+struct GeciciKlasor {
+  std::string yol;
+  std::unique_ptr<platform::FileLock> kilit;
+};
+GeciciKlasor GeciciKlasoruAl();
 
 // Runs the program; returns the process exit code.
 int Run(int argc, char** argv);

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "platform/files.h"
 #include "platform/utf8_path.h"
 #include "support/jet_oracle.h"
 #include "support/process.h"
@@ -62,9 +63,16 @@ class YedekleProgrami : public ::testing::Test {
   RunResult Run(const std::string& args) {
     px::testing::ScopedEnv drives("PERGONIX_DRIVES", "C=" + Utf8FromPath(d_.path() / "C") +
                                                          ";D=" + Utf8FromPath(d_.path() / "D"));
+    // Runs stage their files in the temporary folder: one of the test's own (TMP on Windows).
+    const std::string tmp = Utf8FromPath(Gecici());
+    px::testing::ScopedEnv tmpdir("TMPDIR", tmp), tmp_win("TMP", tmp), temp_win("TEMP", tmp);
     return RunProgram(Args(args));
   }
   fs::path Paket(const std::string& ad) const { return d_.path() / "D" / "Yedek" / ad; }
+  fs::path Gecici() {
+    fs::create_directories(d_.path() / "tmp");
+    return d_.path() / "tmp";
+  }
 
   px::testing::TempFolder d_;
 };
@@ -185,6 +193,18 @@ TEST_F(YedekleProgrami, ExitCodesOfTheRun) {
           "--modul Cari");
   EXPECT_EQ(o.exit_code, 0) << o.Describe();
   EXPECT_NE(o.err.find("Klasöründe Eski Bir Yedek Bulundu!"), std::string::npos) << o.err;
+  // A second run beside one that holds the temporary folder is refused before it starts.
+  {
+    const std::string kilit = Utf8FromPath(Gecici() / "pergonix-yedek.lock");
+    auto tutulan = platform::SystemFiles().LockExclusive(kilit);
+    ASSERT_TRUE(tutulan.ok()) << tutulan.status().ToString();
+    o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek --modul Cari");
+    EXPECT_EQ(o.exit_code, 1) << o.Describe();
+    EXPECT_NE(o.err.find("another backup or restore is using the temporary folder"),
+              std::string::npos)
+        << o.err;
+    EXPECT_EQ(o.err.find("Yedekleniyor"), std::string::npos) << o.err;
+  }
   // A missing shared file is an error box.
   fs::remove(d_.path() / "C/Pergonix/Genel/Data/YedekDosya.ini");
   EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek").exit_code, 1);

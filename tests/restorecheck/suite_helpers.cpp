@@ -188,8 +188,11 @@ std::vector<fs::path> Suit::ArtikGeciciler() const {
   for (const auto& e : fs::recursive_directory_iterator(kok_.path() / "C")) {
     if (e.path().filename().string().starts_with(".~")) out.push_back(e.path());
   }
+  // The empty lock file that keeps two runs apart stays; staging files do not.
   for (const auto& e : fs::directory_iterator(Gecici())) {
-    if (e.is_regular_file()) out.push_back(e.path());
+    if (e.is_regular_file() && e.path().filename() != "pergonix-yedek.lock") {
+      out.push_back(e.path());
+    }
   }
   return out;
 }
