@@ -275,6 +275,9 @@ struct Calisma {
   const char* bayraklar;
   std::function<void(GeriAlTest&)> kontrol = nullptr;
 };
+void PrintTo(const Calisma& c, std::ostream* os) {
+  *os << c.ad;
+}
 
 // Cari alone, with the one overall warning.
 void YalnizCari(GeriAlGirdileri& g) {
