@@ -77,4 +77,8 @@ Result<WriteStatement> ParseWriteStatement(std::string_view sql);
 // The expression as SQL text, for messages: "MID(k, 4, 3)", "'005' + MID(k, 4, 3)".
 std::string ExprText(const SqlExpr& e);
 
+// The statement as text, as the restore writes it: "INSERT INTO t (a, [Key]) Values ('x',Null)".
+// Only a column named Key, a reserved word, is bracketed; values are joined without blanks.
+std::string InsertText(const InsertStatement& st);
+
 }  // namespace px::db

@@ -241,11 +241,35 @@ Result<int64_t> RunDelete(TableStore& store, const DeleteStatement& st) {
   return int64_t(n);
 }
 
+// Where each named field sits in the table. A restore names the same fields row after row:
+// their places are looked up once. A remembered place counts only where the table still has
+// the field by that exact name.
+Status FieldPlaces(const TableFields& table, std::span<const std::string> names,
+                   std::vector<size_t>& places) {
+  bool known = places.size() == names.size();
+  for (size_t k = 0; known && k < names.size(); ++k) {
+    known = places[k] < table.fields.size() && table.fields[places[k]].name == names[k];
+  }
+  if (known) return Status::Ok();
+  places.clear();
+  for (const std::string& name : names) {
+    auto i = FindField(table.fields, name, table.name);
+    if (!i.ok()) {
+      places.clear();
+      return i.status();
+    }
+    places.push_back(*i);
+  }
+  return Status::Ok();
+}
+
 Result<int64_t> RunInsert(TableStore& store, const InsertStatement& st) {
   PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(st.table));
+  static thread_local std::vector<size_t> places;
+  PX_RETURN_IF_ERROR(FieldPlaces(*table, st.columns, places));
   Row row(table->fields.size(), Value(Null{}));
   for (size_t k = 0; k < st.columns.size(); ++k) {
-    PX_ASSIGN_OR_RETURN(size_t i, FindField(table->fields, st.columns[k], table->name));
+    const size_t i = places[k];
     PX_ASSIGN_OR_RETURN(row[i], LiteralValue(table->name, table->fields[i], st.values[k]));
   }
   for (size_t i = 0; i < row.size(); ++i) {
@@ -288,6 +312,28 @@ Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql) {
     return n.status().WithContext("SQL \"" + std::string(sql) + "\"");
   }
   return n;
+}
+
+Result<int64_t> ExecuteInsert(TableStore& store, const InsertStatement& st) {
+  Result<int64_t> n = RunInsert(store, st);
+  if (!n.ok() && n.status().IsNotSupported()) {
+    return n.status().WithContext("SQL \"" + InsertText(st) + "\"");
+  }
+  return n;
+}
+
+Result<int64_t> PreparedInsert::Run(TableStore& store, const InsertStatement& st) {
+  if (!ready_ || st.table != table_ || st.columns != columns_) {
+    // A new shape runs through its text once, so that whatever the parser refuses is
+    // refused the same way.
+    ready_ = false;
+    PX_ASSIGN_OR_RETURN(int64_t n, ExecuteWriteStatement(store, InsertText(st)));
+    table_ = st.table;
+    columns_ = st.columns;
+    ready_ = true;
+    return n;
+  }
+  return ExecuteInsert(store, st);
 }
 
 Status InsertByFieldName(TableStore& store, std::string_view table_name,
