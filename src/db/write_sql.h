@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "core/result.h"
+#include "core/value.h"
 
 namespace px::db {
 
@@ -35,6 +36,10 @@ struct SqlExpr {
   std::vector<SqlExpr> args;
   int64_t start = 0;
   std::optional<int64_t> length;
+  // For a literal given as a statement's parts: the value `text` was made from, when the
+  // caller keeps it alive until the statement has run. A column takes it directly where
+  // reading `text` back gives that value unchanged; never set by the parser.
+  const Value* bound = nullptr;
 
   bool IsLiteral() const {
     return kind == Kind::kNull || kind == Kind::kText || kind == Kind::kNumber ||

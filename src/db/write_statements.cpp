@@ -1,7 +1,10 @@
 #include "db/write_statements.h"
 
+#include <climits>
+#include <cmath>
 #include <optional>
 
+#include "core/value_text.h"
 #include "db/field_index.h"
 #include "db/jet_criteria.h"
 #include "db/jet_text.h"
@@ -48,8 +51,49 @@ Status CheckColumnValue(const std::string& table, const FieldInfo& field, Value&
   return Status::Ok();
 }
 
+// The column's value of a literal made from `*e.bound`, without reading its text, where
+// reading the text back is known to give the same value: numbers the text writes in their
+// shortest exact form, money in its plain form, and dates in whole seconds. Anything else
+// (text, numbers out of the column's range, subnormal doubles that read back as zero,
+// dates outside years 100 to 9999, which the text refuses) goes through the text.
+std::optional<Value> BoundValue(const FieldInfo& field, const SqlExpr& e) {
+  const Value& v = *e.bound;
+  if (e.kind == SqlExpr::Kind::kMoney) {
+    const auto* c = std::get_if<Currency>(&v);
+    if (c != nullptr && field.ado_type == ado::kCurrency) return Value(*c);
+    return std::nullopt;
+  }
+  if (e.kind != SqlExpr::Kind::kText) return std::nullopt;
+  switch (field.ado_type) {
+    case ado::kDouble:
+      if (const double* d = std::get_if<double>(&v)) {
+        if (*d == 0) return Value(0.0);  // "-0" reads back as 0
+        if (std::isnormal(*d)) return Value(*d);
+      }
+      return std::nullopt;
+    case ado::kInteger:
+      if (const int64_t* i = std::get_if<int64_t>(&v)) {
+        if (*i >= INT32_MIN && *i <= INT32_MAX) return Value(*i);
+      }
+      return std::nullopt;
+    case ado::kDate:
+      if (const OleDate* d = std::get_if<OleDate>(&v)) {
+        auto parts = OleDateToParts(d->days);
+        if (!parts || parts->year < 100 || parts->year > 9999) return std::nullopt;
+        parts->millisecond = 0;
+        return Value(OleDate{PartsToOleDate(*parts)});
+      }
+      return std::nullopt;
+    default:
+      return std::nullopt;
+  }
+}
+
 // A literal of a statement as the column's value.
 Result<Value> LiteralValue(const std::string& table, const FieldInfo& field, const SqlExpr& e) {
+  if (e.bound != nullptr) {
+    if (auto v = BoundValue(field, e)) return std::move(*v);
+  }
   Result<Value> v = Value(Null{});
   switch (e.kind) {
     case SqlExpr::Kind::kNull:

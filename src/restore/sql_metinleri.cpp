@@ -71,6 +71,7 @@ Status InsertDegeriKoy(const FieldInfo& saha, const Value& deger, db::SqlExpr& o
   const bool bos = IsNull(deger);
   out.text.clear();
   out.kind = Kind::kNull;
+  out.bound = &deger;
   if (bos && saha.ado_type != ado::kVarWChar) return Status::Ok();
   switch (saha.ado_type) {
     case ado::kBoolean:

@@ -33,8 +33,9 @@ Result<std::string> InsertDegeri(const FieldInfo& saha, const Value& deger);
 Result<std::string> InsertMetni(std::string_view tablo, const std::vector<FieldInfo>& sahalar,
                                 const Row& satir);
 // The same INSERT as its parts, the text's values without their quotes: InsertMetni() is
-// db::InsertText() of it. `komut` is reused row after row (the names are kept when the
-// table and fields are the same).
+// db::InsertText() of it. Each value also points at its source in `satir` (SqlExpr::bound),
+// which must live until the statement has run. `komut` is reused row after row (the names
+// are kept when the table and fields are the same).
 Status InsertKomutu(std::string_view tablo, const std::vector<FieldInfo>& sahalar, const Row& satir,
                     db::InsertStatement& komut);
 
