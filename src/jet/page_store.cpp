@@ -21,6 +21,17 @@ std::string FileNameOf(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// A prepared file beside a database is a shared commit that a killed program left undecided
+// or unfinished: until its commit record has been dealt with, the database is not opened.
+Status RefusePrepared(platform::FileLayer& files, const std::string& host_path,
+                      const std::string& display_name) {
+  const std::string prepared = PreparedFileBeside(host_path);
+  if (!files.Exists(prepared)) return Status::Ok();
+  return Status::Busy(display_name +
+                      ": an interrupted restore has not finished with the database (" + prepared +
+                      " lies beside it); run the restore again to finish it or put it back");
+}
+
 }  // namespace
 
 std::string SpillFileBeside(const std::string& host_path) {
@@ -31,6 +42,11 @@ std::string SpillFileBeside(const std::string& host_path) {
 std::string ScratchFileBeside(const std::string& host_path) {
   std::string temp = platform::TempNameBeside(host_path);
   return temp.substr(0, temp.size() - 4) + ".runs.tmp";
+}
+
+std::string PreparedFileBeside(const std::string& host_path) {
+  std::string temp = platform::TempNameBeside(host_path);
+  return temp.substr(0, temp.size() - 4) + ".commit.tmp";
 }
 
 std::string LdbPathOf(const std::string& host_path) {
@@ -88,8 +104,9 @@ void PageStore::DropTemporaries() {
   resident_order_.clear();
   spilled_.clear();
   spilled_count_ = 0;
-  if (spill_ != nullptr) {
+  if (spill_made_) {
     spill_.reset();
+    spill_made_ = false;
     (void)files_.Remove(SpillFileBeside(path_));
   }
   if (scratch_ != nullptr) {
@@ -165,9 +182,13 @@ Result<std::unique_ptr<PageStore>> PageStore::Open(platform::FileLayer& files,
                                 ": page 0: the database is encrypted; "
                                 "decrypt it in Access before changing it");
   }
+  PX_RETURN_IF_ERROR(RefusePrepared(files, host_path, display_name));
   std::unique_ptr<PageStore> store(
       new PageStore(files, host_path, std::move(display_name), *header.format, options));
   PX_RETURN_IF_ERROR(store->LockAndOpenBase());
+  // With the lock held, a spill or scratch file beside the database is a killed program's.
+  PX_RETURN_IF_ERROR(files.Remove(SpillFileBeside(host_path)));
+  PX_RETURN_IF_ERROR(files.Remove(ScratchFileBeside(host_path)));
   if (store->page_count_ <= kGlobalMapPage) {
     return Status::Corruption(store->display_name_ +
                               ": page 1 (global usage map) is beyond "
@@ -189,6 +210,7 @@ Result<std::unique_ptr<PageStore>> PageStore::Create(platform::FileLayer& files,
   if (files.Exists(host_path)) {
     return Status::InvalidArgument(display_name + ": the file already exists");
   }
+  PX_RETURN_IF_ERROR(RefusePrepared(files, host_path, display_name));
   return std::unique_ptr<PageStore>(
       new PageStore(files, host_path, std::move(display_name), format, options));
 }
@@ -217,17 +239,24 @@ Status PageStore::ReadBase(uint32_t number, MutableBytes out) {
 
 Status PageStore::OpenSpill() {
   if (spill_ != nullptr) return Status::Ok();
+  if (prepared_) {
+    return Status::InvalidArgument(display_name_ + ": the changes are being committed");
+  }
   auto spill = files_.Open(SpillFileBeside(path_), platform::OpenMode::kCreateAlways);
   if (!spill.ok()) {
     return spill.status().WithContext(display_name_ + ": cannot set changed pages aside");
   }
   spill_ = std::move(*spill);
+  spill_made_ = true;
   return Status::Ok();
 }
 
 Result<PageStore::Slot*> PageStore::Resident(uint32_t number) {
   if (auto it = resident_.find(number); it != resident_.end()) return &it->second;
   if (!Spilled(number)) return nullptr;
+  if (spill_ == nullptr) {
+    return Status::InvalidArgument(Where(number) + ": the changes are being committed");
+  }
   auto buf = std::make_shared<std::vector<uint8_t>>(page_size());
   PX_ASSIGN_OR_RETURN(size_t n, spill_->ReadAt(uint64_t(number) * page_size(), *buf));
   if (n != buf->size()) {
@@ -278,6 +307,9 @@ Result<PageData> PageStore::Lookup(uint32_t number) {
 }
 
 Result<MutablePage> PageStore::Modify(uint32_t number) {
+  if (prepared_) {
+    return Status::InvalidArgument(Where(number) + ": the changes are being committed");
+  }
   if (number >= page_count_) {
     return Status::Corruption(Where(number) + " is beyond the end of the file (" +
                               std::to_string(page_count_) + " pages)");
@@ -465,44 +497,87 @@ Status PageStore::CompleteSpill() {
   return spill_->Sync();
 }
 
-Status PageStore::Commit() {
-  if (!changed()) return Status::Ok();
-  const std::string spill_path = SpillFileBeside(path_);
+Status PageStore::WriteNewFile() {
   Status st = CompleteSpill();
   if (st.ok() && base_ == nullptr && files_.Exists(path_)) {
     st = Status::InvalidArgument(display_name_ + ": the file already exists");
   }
   if (!st.ok()) return st.WithContext(display_name_ + ": the changes were not saved");
+  return Status::Ok();
+}
+
+Status PageStore::Install(const std::string& from) {
   // The old file goes: let go of it (Windows cannot rename over an open file), and of the
-  // spill file, which becomes the database.
+  // spill file, which may be what becomes the database.
   base_.reset();
   lock_.reset();
   spill_.reset();
-  st = files_.Rename(spill_path, path_);
+  Status st = files_.Rename(from, path_);
   if (!st.ok()) {
-    // The original is still in place: take it back, and the spill file with it.
-    Status back = Status::Ok();
-    if (committed_page_count_ > 0) back = LockAndOpenBase();
-    if (back.ok()) {
-      auto spill = files_.Open(spill_path, platform::OpenMode::kReadWrite);
-      if (spill.ok()) {
-        spill_ = std::move(*spill);
-      } else {
-        back = spill.status();
-      }
+    // The original is still in place: take it back.
+    if (committed_page_count_ > 0) {
+      if (Status back = LockAndOpenBase(); !back.ok()) return st.WithContext(back.message());
     }
-    if (!back.ok()) return st.WithContext(back.message());
     return st.WithContext(display_name_ + ": the changes were not saved");
   }
   DropTemporaries();
   committed_free_ = free_;
   // The committed file is the new base; taking its lock can race only with a program that
   // opens it in the instant after the rename.
-  PX_RETURN_IF_ERROR(LockAndOpenBase());
-  return Status::Ok();
+  return LockAndOpenBase();
+}
+
+Status PageStore::Commit() {
+  if (prepared_) return Finish();
+  if (!changed()) return Status::Ok();
+  PX_RETURN_IF_ERROR(WriteNewFile());
+  const std::string spill_path = SpillFileBeside(path_);
+  Status st = Install(spill_path);
+  if (!st.ok() && spill_ == nullptr) {
+    // The transaction stays open: its spilled pages are read from the spill file again.
+    auto spill = files_.Open(spill_path, platform::OpenMode::kReadWrite);
+    if (!spill.ok()) return st.WithContext(spill.status().message());
+    spill_ = std::move(*spill);
+  }
+  return st;
+}
+
+Result<bool> PageStore::Prepare() {
+  if (prepared_) return true;
+  if (!changed()) return false;
+  PX_RETURN_IF_ERROR(WriteNewFile());
+  spill_.reset();  // closed before the rename, as Windows needs
+  const std::string spill_path = SpillFileBeside(path_);
+  Status st = files_.Rename(spill_path, PreparedFileBeside(path_));
+  if (!st.ok()) {
+    auto spill = files_.Open(spill_path, platform::OpenMode::kReadWrite);
+    if (spill.ok()) spill_ = std::move(*spill);
+    return st.WithContext(display_name_ + ": the changes were not saved");
+  }
+  spill_made_ = false;  // it is the prepared file now
+  prepared_ = true;
+  return true;
+}
+
+Status PageStore::Finish() {
+  if (!prepared_) return Status::Ok();
+  prepared_ = false;
+  Status st = Install(PreparedFileBeside(path_));
+  if (!st.ok()) {
+    // The prepared file now belongs to the commit record that decided it.
+    DropTemporaries();
+    page_count_ = committed_page_count_;
+    free_ = committed_free_;
+    pager_->Refresh();
+  }
+  return st;
 }
 
 void PageStore::Rollback() {
+  if (prepared_) {
+    prepared_ = false;
+    (void)files_.Remove(PreparedFileBeside(path_));
+  }
   DropTemporaries();
   page_count_ = committed_page_count_;
   free_ = committed_free_;

@@ -14,6 +14,13 @@
 // the rename the original is untouched; the rename is atomic. A failure leaves the original
 // as it was and the transaction open (Rollback() drops it).
 //
+// Databases that commit together (db/group_commit.h) split Commit() in two: Prepare() leaves
+// the new file complete and flushed as ".~NAME.commit.tmp" beside the original, and Finish()
+// renames it over the original. A spill file ".~NAME.pages.tmp" is never anything but a
+// transaction's scratch, so a store that opens a database removes one a killed program left;
+// a prepared file is the business of the group's commit record, and while one lies beside a
+// database the store refuses to open it.
+//
 // The file is locked for the store's lifetime (platform::FileLayer::LockExclusive), and a
 // file with Jet's ".ldb" lock file beside it is refused.
 //
@@ -108,7 +115,20 @@ class PageStore final : public PageOverlay {
     return !resident_.empty() || spilled_count_ != 0 || page_count_ != committed_page_count_;
   }
   Status Commit();
+  // Rollback() after Prepare() removes the prepared file.
   void Rollback();
+
+  // The first half of a commit shared with other databases: the new database complete and
+  // flushed in PreparedFileBeside(path()), the original untouched. False when the
+  // transaction changed nothing (there is no file, and Finish() does nothing). Afterwards
+  // nothing changes the store but Finish() or Rollback(). A failure leaves the transaction
+  // open and no prepared file.
+  Result<bool> Prepare();
+  // The second half: the prepared file renamed over the original. On failure the original
+  // is in place, the store is back at it with the transaction dropped, and the prepared file
+  // stays where it is for the commit record's owner to finish.
+  Status Finish();
+  bool prepared() const { return prepared_; }
 
   // The reader over the store (overlay included); the Database of a writer uses it.
   Pager& pager() { return *pager_; }
@@ -150,6 +170,12 @@ class PageStore final : public PageOverlay {
   // Writes every page the spill file lacks into it: the new database, flushed.
   Status CompleteSpill();
   Status ReadBase(uint32_t number, MutableBytes out);
+  // The spill file completed into the new file and flushed (an existing file refuses a
+  // created database's).
+  Status WriteNewFile();
+  // Renames `from` (complete and flushed) over the database and opens the result; on failure
+  // takes the original back.
+  Status Install(const std::string& from);
   void DropTemporaries();
   std::string Where(uint32_t number) const;
 
@@ -168,10 +194,12 @@ class PageStore final : public PageOverlay {
   std::vector<bool> spilled_;                    // by page number: a copy sits in the spill file
   size_t spilled_count_ = 0;
   std::unique_ptr<platform::File> spill_;
+  bool spill_made_ = false;  // this transaction made the spill file
   std::unique_ptr<platform::File> scratch_;
   uint64_t scratch_end_ = 0;
   FreePages free_;  // reusable: free in the page map, or freed since
   FreePages committed_free_;
+  bool prepared_ = false;  // the new file waits in PreparedFileBeside(path_)
 };
 
 // The store as the row and index writers see it (writable_pages.h). A span it hands out
@@ -201,6 +229,9 @@ class PageStorePages final : public WritablePages {
 std::string SpillFileBeside(const std::string& host_path);
 // The scratch file of a database at `host_path`: ".~NAME.runs.tmp" beside it.
 std::string ScratchFileBeside(const std::string& host_path);
+// The prepared new file of a database at `host_path` between the two halves of a shared
+// commit: ".~NAME.commit.tmp" beside it.
+std::string PreparedFileBeside(const std::string& host_path);
 // Jet's lock file of a database: the same name with ".ldb" for its extension.
 std::string LdbPathOf(const std::string& host_path);
 

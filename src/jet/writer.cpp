@@ -144,6 +144,28 @@ class WriterImpl final : public Writer {
     in_transaction_ = false;
     return Discard();
   }
+  Result<bool> PrepareCommit() override {
+    if (!in_transaction_) {
+      return Status::InvalidArgument(store_->name() + ": no transaction is open");
+    }
+    Status flushed = FlushIndexes();
+    if (!flushed.ok()) {
+      in_transaction_ = false;
+      (void)Discard();
+      return flushed;
+    }
+    return store_->Prepare();
+  }
+  Status FinishCommit() override {
+    if (!in_transaction_) {
+      return Status::InvalidArgument(store_->name() + ": no transaction is open");
+    }
+    in_transaction_ = false;
+    Status st = store_->Finish();
+    if (!st.ok()) (void)Discard();
+    return st;
+  }
+  const std::string& host_path() const override { return store_->path(); }
 
   Status CreateTable(std::string_view table) override {
     return Step([&] { return DoCreateTable(std::string(table)); });
@@ -209,11 +231,11 @@ class WriterImpl final : public Writer {
     return changed;
   }
 
-  // Lays out a new database and, outside a transaction, writes it.
-  Status LayOut() {
+  // Lays out a new database and, when `write`, writes it.
+  Status LayOut(bool write) {
     PX_RETURN_IF_ERROR(LayOutNewDatabase(*store_, OleNow()));
     PX_ASSIGN_OR_RETURN(db_, Database::OpenPager(store_->pager()));
-    return store_->Commit();
+    return write ? store_->Commit() : Status::Ok();
   }
   void SetDatabase(std::unique_ptr<Database> db) { db_ = std::move(db); }
 
@@ -827,6 +849,11 @@ class WriterImpl final : public Writer {
 
 }  // namespace
 
+const std::string& Writer::host_path() const {
+  static const std::string kNone;
+  return kNone;
+}
+
 Result<std::unique_ptr<Writer>> Writer::Open(platform::FileLayer& files,
                                              const std::string& host_path,
                                              std::string display_name) {
@@ -841,7 +868,17 @@ Result<std::unique_ptr<Writer>> Writer::Create(platform::FileLayer& files,
   PX_ASSIGN_OR_RETURN(auto store,
                       PageStore::Create(files, host_path, kJet4Format, std::move(display_name)));
   auto writer = std::make_unique<WriterImpl>(std::move(store), nullptr);
-  PX_RETURN_IF_ERROR(writer->LayOut());
+  PX_RETURN_IF_ERROR(writer->LayOut(true));
+  return std::unique_ptr<Writer>(std::move(writer));
+}
+
+Result<std::unique_ptr<Writer>> Writer::CreateUnwritten(platform::FileLayer& files,
+                                                        const std::string& host_path,
+                                                        std::string display_name) {
+  PX_ASSIGN_OR_RETURN(auto store,
+                      PageStore::Create(files, host_path, kJet4Format, std::move(display_name)));
+  auto writer = std::make_unique<WriterImpl>(std::move(store), nullptr);
+  PX_RETURN_IF_ERROR(writer->LayOut(false));
   return std::unique_ptr<Writer>(std::move(writer));
 }
 

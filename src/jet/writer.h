@@ -73,6 +73,12 @@ class Writer {
   static Result<std::unique_ptr<Writer>> Create(platform::FileLayer& files,
                                                 const std::string& host_path,
                                                 std::string display_name = {});
+  // A new database as Create() makes it, laid out but not written: the layout is part of
+  // the next transaction (or of the next change made outside one), so the file appears only
+  // when that commits. Rolled back, the writer is left with nothing to work on.
+  static Result<std::unique_ptr<Writer>> CreateUnwritten(platform::FileLayer& files,
+                                                         const std::string& host_path,
+                                                         std::string display_name = {});
   virtual ~Writer() = default;
 
   // The database as it stands, open transaction included.
@@ -81,6 +87,18 @@ class Writer {
   virtual Status Begin() = 0;
   virtual Status Commit() = 0;
   virtual Status Rollback() = 0;
+
+  // Commit() in two halves, for databases that commit together (db/group_commit.h).
+  // PrepareCommit() leaves the transaction's database complete and flushed in
+  // PreparedFileBeside(host_path()), the file untouched; false when the transaction changed
+  // nothing. A failure leaves the transaction open (Rollback() drops it), except a unique
+  // key held twice, which rolls it back as Commit() does. After it only FinishCommit(),
+  // which renames the prepared file over the database, or Rollback(), which removes it.
+  // A writer without a file of its own (a test's) keeps these defaults: nothing to prepare,
+  // Commit() at the finish, no path.
+  virtual Result<bool> PrepareCommit() { return false; }
+  virtual Status FinishCommit() { return Commit(); }
+  virtual const std::string& host_path() const;
 
   virtual Status CreateTable(std::string_view table) = 0;
   virtual Status AddColumn(std::string_view table, const ColumnSpec& column) = 0;
