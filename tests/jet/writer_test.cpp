@@ -348,23 +348,17 @@ void ColumnsAndKeysAddedToRows(Writer& w) {
   ASSERT_TRUE(w.AddColumn("T", Col("C", ado::kDouble)).ok());
   std::vector<Value> row2 = {int64_t(8), std::string("b"), 2.5};
   ASSERT_TRUE(w.InsertRow("T", row2).ok());
-  auto rows = Rows(w.db(), "T");
-  ASSERT_EQ(rows.size(), 2u);
-  EXPECT_TRUE(rows[0][0] == Value(int64_t(7)));
-  EXPECT_TRUE(IsNull(rows[0][1]) && IsNull(rows[0][2]));
-  EXPECT_TRUE(rows[1][2] == Value(2.5));
+  EXPECT_EQ(Rows(w.db(), "T"),
+            (std::vector<Row>{{int64_t(7), Null{}, Null{}}, {int64_t(8), std::string("b"), 2.5}}));
   // An AutoNumber column added now numbers the rows there are, and goes on from there.
   ColumnSpec no = Col("No", ado::kInteger);
   no.autoincrement = true;
   ASSERT_TRUE(w.AddColumn("T", no).ok());
   std::vector<Value> row3 = {int64_t(9), std::string("c"), 3.5, Null{}};
   ASSERT_TRUE(w.InsertRow("T", row3).ok());
-  rows = Rows(w.db(), "T");
-  ASSERT_EQ(rows.size(), 3u);
-  EXPECT_TRUE(rows[0][3] == Value(int64_t(1)));
-  EXPECT_TRUE(rows[1][3] == Value(int64_t(2)));
-  EXPECT_TRUE(rows[2][3] == Value(int64_t(3)));
-  EXPECT_TRUE(rows[0][0] == Value(int64_t(7)) && IsNull(rows[0][1]));
+  EXPECT_EQ(Rows(w.db(), "T"), (std::vector<Row>{{int64_t(7), Null{}, Null{}, int64_t(1)},
+                                                 {int64_t(8), std::string("b"), 2.5, int64_t(2)},
+                                                 {int64_t(9), std::string("c"), 3.5, int64_t(3)}}));
   // Keys on a table with rows: the rows go into the index; a key the rows violate is refused.
   EXPECT_TRUE(w.AddPrimaryKey("T", "PrimaryKey", "No").ok());
   Status st = w.AddIndex("T", IndexSpec{"Tekil", {{"B", true}}, false, true, false, true});
@@ -472,19 +466,18 @@ void DeletesAndUpdates(Writer& w) {
   });
   ASSERT_TRUE(changed.ok()) << changed.status().ToString();
   EXPECT_EQ(*changed, 3u);
-  auto rows = Rows(w.db(), "T");
-  ASSERT_EQ(rows.size(), 5u);
-  EXPECT_TRUE(rows[1][1] == Value(std::string("005-1")));
-  EXPECT_TRUE(rows[3][1] == Value(std::string("001-3")));
+  std::vector<Row> want;
+  for (const char* kod : {"001-0", "005-1", "005-2", "001-3", "005-4"}) {
+    want.push_back({int64_t(want.size() + 1), std::string(kod)});
+  }
+  EXPECT_EQ(Rows(w.db(), "T"), want);
   auto deleted = w.DeleteAll("T");
   ASSERT_TRUE(deleted.ok()) << deleted.status().ToString();
   EXPECT_EQ(*deleted, 5u);
   EXPECT_TRUE(Rows(w.db(), "T").empty());
   std::vector<Value> row = {Null{}, std::string("yeni")};
   ASSERT_TRUE(w.InsertRow("T", row).ok());
-  rows = Rows(w.db(), "T");
-  ASSERT_EQ(rows.size(), 1u);
-  EXPECT_TRUE(rows[0][0] == Value(int64_t(6)));
+  EXPECT_EQ(Rows(w.db(), "T"), (std::vector<Row>{{int64_t(6), std::string("yeni")}}));
 }
 
 TEST_F(WriterTest, DeleteAllAndUpdateRows) {

@@ -506,11 +506,7 @@ TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
   };
   const Case cases[] = {
       {[](auto& g) { g.paket.clear(); }, "Lütfen Bir Paket Seçin!"},
-      {[](auto& g) {
-         g.kaynak.clear();
-         g.hedef_yil.clear();
-       },
-       "Lütfen Yedeklerin Bulunduğu Klasörü Seçin!"},
+      {[](auto& g) { g.kaynak = g.hedef_yil = ""; }, "Lütfen Yedeklerin Bulunduğu Klasörü Seçin!"},
       {[](auto& g) { g.kaynak_yil.clear(); }, "Lütfen Geri Alınacak Yılı Seçin!"},
       {[](auto& g) { g.hedef_yil.clear(); }, "Lütfen Yedeklerin Kopyalanacağı Yılı Seçin!"},
       {[](auto& g) { g.moduller.clear(); }, "Geri Alınacak Modül Bulunamadı!"},

@@ -58,6 +58,14 @@ std::unique_ptr<db::MemoryConnection> SirketVeritabani(Value derece) {
   return c;
 }
 
+// The location and connection settings, "|"-separated: work area, year, company, user,
+// kind, provider, server, server login, password.
+std::string Konum(clsVeritabaniBilgisi& b) {
+  return b.CalismaAlani() + "|" + b.CalismaYili() + "|" + b.SirketNo() + "|" + b.KullaniciAdi() +
+         "|" + b.VeriTabaniTuru() + "|" + b.Provider() + "|" + b.SQLServerAdi() + "|" +
+         b.SqlServerKullanici() + "|" + b.SqlServerKullaniciSifre();
+}
+
 class VeritabaniBilgisiTest : public ::testing::Test {
  protected:
   VeritabaniBilgisiOrtami Ortam() {
@@ -78,15 +86,7 @@ class VeritabaniBilgisiTest : public ::testing::Test {
 
 TEST_F(VeritabaniBilgisiTest, DefaultsWithoutConfigFile) {
   clsVeritabaniBilgisi b(Ortam());
-  EXPECT_EQ(b.CalismaAlani(), "C:\\Pergonix");
-  EXPECT_EQ(b.CalismaYili(), "2026");
-  EXPECT_EQ(b.SirketNo(), "001");
-  EXPECT_EQ(b.KullaniciAdi(), "PERGO");
-  EXPECT_EQ(b.VeriTabaniTuru(), "Access");
-  EXPECT_EQ(b.Provider(), "Microsoft.Jet.OLEDB.4.0");
-  EXPECT_EQ(b.SQLServerAdi(), "");
-  EXPECT_EQ(b.SqlServerKullanici(), "pergo");
-  EXPECT_EQ(b.SqlServerKullaniciSifre(), "51736420");
+  EXPECT_EQ(Konum(b), "C:\\Pergonix|2026|001|PERGO|Access|Microsoft.Jet.OLEDB.4.0||pergo|51736420");
   // The company database could not be opened: unknown company, no box, level 0.
   EXPECT_EQ(b.SirketAdi(), "Bilinmeyen Şirket Adı");
   EXPECT_EQ(b.VergiNo(), "");
@@ -112,15 +112,9 @@ TEST_F(VeritabaniBilgisiTest, TrickyConfigReadsAsTheProfileFunctionsReturnIt) {
       "SqlServerAdi=SUNUCU\\SQLEXPRESS\r\n"
       "SqlServerSifre=\r\n");
   clsVeritabaniBilgisi b(Ortam());
-  EXPECT_EQ(b.CalismaAlani(), "D:\\Muhasebe\\Pergo");
-  EXPECT_EQ(b.CalismaYili(), "2009");
-  EXPECT_EQ(b.SirketNo(), "002");
-  EXPECT_EQ(b.KullaniciAdi(), "ÖZGÜR İLKER");
-  EXPECT_EQ(b.VeriTabaniTuru(), "SQLServer");
-  EXPECT_EQ(b.Provider(), "SQLOLEDB");
-  EXPECT_EQ(b.SQLServerAdi(), "SUNUCU\\SQLEXPRESS");
-  EXPECT_EQ(b.SqlServerKullanici(), "pergo");
-  EXPECT_EQ(b.SqlServerKullaniciSifre(), "");
+  EXPECT_EQ(
+      Konum(b),
+      "D:\\Muhasebe\\Pergo|2009|002|ÖZGÜR İLKER|SQLServer|SQLOLEDB|SUNUCU\\SQLEXPRESS|pergo|");
   ASSERT_EQ(acici_.istenen.size(), 1u);
   EXPECT_EQ(acici_.istenen[0].baglanti_metni,
             "provider=SQLOLEDB;server=SUNUCU\\SQLEXPRESS;uid=pergo;password=;database=sirket ");
@@ -214,15 +208,7 @@ TEST_F(VeritabaniBilgisiTest, LegacyFixedLayout) {
   clsVeritabaniBilgisi b = clsVeritabaniBilgisi(Ortam());
   c_.Write("pergonix/pergo.ini", PergoKaydi("D:\\Pergonix", 'S'));
   b.KonumBilgisiPergoINI();
-  EXPECT_EQ(b.CalismaAlani(), "D:\\Pergonix");
-  EXPECT_EQ(b.CalismaYili(), "2008");
-  EXPECT_EQ(b.SirketNo(), "005");
-  EXPECT_EQ(b.KullaniciAdi(), "İLKER");
-  EXPECT_EQ(b.SQLServerAdi(), "SUNUCU");
-  EXPECT_EQ(b.VeriTabaniTuru(), "S");
-  EXPECT_EQ(b.Provider(), "SQLOLEDB");
-  EXPECT_EQ(b.SqlServerKullanici(), "sa");
-  EXPECT_EQ(b.SqlServerKullaniciSifre(), "");
+  EXPECT_EQ(Konum(b), "D:\\Pergonix|2008|005|İLKER|S|SQLOLEDB|SUNUCU|sa|");
 
   c_.Write("pergonix/pergo.ini", PergoKaydi("C:\\P", 'A'));
   b.KonumBilgisiPergoINI();

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "support/process.h"
+#include "support/temp_folder.h"
 #include "xbf/pbf.h"
 #include "xbf_test_util.h"
 
@@ -15,21 +16,10 @@ namespace fs = std::filesystem;
 
 class PbfFiles : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("px_pbf_test_" + std::to_string(::getpid()) + "_" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
+  std::string Path(const std::string& name) const { return (dir_.path() / name).string(); }
+  void Put(const std::string& name, const std::string& bytes) const { dir_.Write(name, bytes); }
 
-  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
-  void Put(const std::string& name, const std::string& bytes) const {
-    std::ofstream(Path(name), std::ios::binary) << bytes;
-  }
-
-  fs::path dir_;
+  ::px::testing::TempFolder dir_;
 };
 
 std::string Payload() {
@@ -105,7 +95,7 @@ TEST_F(PbfFiles, DamagedOrTruncatedStreamsAreErrorsAndWriteNothing) {
     EXPECT_NE(st.message().find("bad.pbf"), std::string::npos) << st.message();
     EXPECT_EQ(testing::ReadAll(Path("out")), "previous") << what;
   }
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir_), {}), 4);  // no temporary files left
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir_.path()), {}), 4);  // no temporary files left
   EXPECT_TRUE(Ac(Path("missing.pbf"), Path("out")).IsNotFound());
 }
 
