@@ -6,6 +6,7 @@
 #include "db/select_sql.h"
 #include "db/write_statements.h"
 #include "jet/database.h"
+#include "jet/page_store.h"
 #include "platform/text_case.h"
 
 namespace px::db {
@@ -41,6 +42,8 @@ class AccessDatabase final : public Database, private TableStore {
   Result<int64_t> Execute(std::string_view sql) override {
     return ExecuteWriteStatement(*this, sql);
   }
+
+  Result<int64_t> Insert(const InsertStatement& st) override { return insert_.Run(*this, st); }
 
   Status AddRow(std::string_view table, const std::vector<FieldInfo>& fields,
                 const Row& values) override {
@@ -93,6 +96,13 @@ class AccessDatabase final : public Database, private TableStore {
     ForgetFields();  // tables and columns made in the transaction are gone
     return writer_->Rollback();
   }
+  std::optional<PreparedCommit> CommitFiles() const override {
+    const std::string& path = writer_->host_path();
+    if (path.empty()) return std::nullopt;
+    return PreparedCommit{jet::PreparedFileBeside(path), path};
+  }
+  Result<bool> PrepareCommit() override { return writer_->PrepareCommit(); }
+  Status FinishCommit() override { return writer_->FinishCommit(); }
 
  private:
   jet::Database& db() { return writer_->db(); }
@@ -138,6 +148,7 @@ class AccessDatabase final : public Database, private TableStore {
   }
 
   std::unique_ptr<jet::Writer> writer_;
+  PreparedInsert insert_;
   // Fields of the tables statements have named, until the next change of tables or columns.
   std::map<std::string, TableFields> fields_;
   std::string last_name_;

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "core/result.h"
 #include "core/value.h"
 #include "db/connection.h"
+#include "db/write_sql.h"
 
 namespace px::db {
 
@@ -37,11 +39,22 @@ struct SchemaColumn {
   int64_t ordinal = 0;  // ORDINAL_POSITION
 };
 
+// Where a database's new state waits between the two halves of a shared commit: a complete,
+// flushed file beside the database, renamed over it to finish. Host paths.
+struct PreparedCommit {
+  std::string prepared;
+  std::string target;
+  bool operator==(const PreparedCommit&) const = default;
+};
+
 class Database : public Connection {
  public:
   // "DELETE FROM t", "INSERT INTO t (...) Values (...)", "UPDATE t SET ... WHERE ...":
   // the number of rows affected. Anything else is refused with an error quoting it.
   virtual Result<int64_t> Execute(std::string_view sql) = 0;
+  // The same INSERT given as its parts (db/write_sql.h): what Execute(InsertText(st)) does.
+  // A backend that runs the parts itself skips making and parsing the text of every row.
+  virtual Result<int64_t> Insert(const InsertStatement& st) { return Execute(InsertText(st)); }
 
   // A recordset's AddNew, one assignment per field by name, Update. Fields the table
   // lacks are an error naming the table and the field.
@@ -66,6 +79,17 @@ class Database : public Connection {
   virtual Status Begin() = 0;
   virtual Status Commit() = 0;
   virtual Status Rollback() = 0;
+
+  // Commit() in two halves, for databases that commit together (db/group_commit.h).
+  // CommitFiles(): where PrepareCommit() leaves the new state; none for a backend that keeps
+  // no files, which then commits in FinishCommit() (these defaults).
+  // PrepareCommit(): the new state complete and flushed at CommitFiles().prepared, the
+  // database untouched; false when the transaction changed nothing. A failure leaves the
+  // transaction for Rollback(). Afterwards only FinishCommit() (the rename) or Rollback()
+  // (which removes the prepared file); a failed FinishCommit() leaves the prepared file.
+  virtual std::optional<PreparedCommit> CommitFiles() const { return std::nullopt; }
+  virtual Result<bool> PrepareCommit() { return false; }
+  virtual Status FinishCommit() { return Commit(); }
 };
 
 // One open database per file: every step that names the same file gets the same open
@@ -80,6 +104,10 @@ class DatabasePool {
   virtual Result<Database*> Create(std::string_view path) = 0;
   virtual void Close(std::string_view path) = 0;
   virtual void CloseAll() = 0;
+  // Commits the open transactions of `databases` (opened through this pool) together: all
+  // of them or, after an error, none (db/group_commit.h tells how a killed program's
+  // commit is finished). Afterwards the caller closes them without rolling them back.
+  virtual Status CommitTogether(std::span<Database* const> databases) = 0;
 };
 
 }  // namespace px::db
