@@ -90,6 +90,7 @@ Pager::Pager(std::unique_ptr<PageSource> source, uint32_t page_size, uint32_t db
 
 void Pager::Refresh() {
   lru_.clear();
+  spare_.reset();
   index_.clear();
   page_count_ = uint32_t(std::min<uint64_t>(source_->size() / page_size_, 0xFFFFFFu + 1));
 }
@@ -104,13 +105,18 @@ Result<Page> Pager::Get(uint32_t number) {
     lru_.splice(lru_.begin(), lru_, it->second);
     return Page{number, it->second->second};
   }
+  if (lru_.size() >= capacity_) {
+    // The page that leaves the cache lends its buffer to the one read next, unless a
+    // reader still holds it.
+    index_.erase(lru_.back().first);
+    if (lru_.back().second.use_count() == 1) {
+      spare_ = std::const_pointer_cast<std::vector<uint8_t>>(std::move(lru_.back().second));
+    }
+    lru_.pop_back();
+  }
   PX_ASSIGN_OR_RETURN(PageData data, Load(number));
   lru_.emplace_front(number, data);
   index_[number] = lru_.begin();
-  if (lru_.size() > capacity_) {
-    index_.erase(lru_.back().first);
-    lru_.pop_back();
-  }
   return Page{number, std::move(data)};
 }
 
@@ -120,7 +126,8 @@ Result<PageData> Pager::Load(uint32_t number) {
                               " is beyond the end of the file (" + std::to_string(page_count_) +
                               " pages)");
   }
-  auto buf = std::make_shared<std::vector<uint8_t>>(page_size_);
+  auto buf = std::move(spare_);
+  if (!buf) buf = std::make_shared<std::vector<uint8_t>>(page_size_);
   PX_RETURN_IF_ERROR(source_->Read(uint64_t(number) * page_size_, *buf));
   if (db_key_ != 0 && number != 0) {
     uint8_t key[4];

@@ -85,6 +85,7 @@ class Pager {
   PageOverlay* overlay_ = nullptr;
   std::list<std::pair<uint32_t, PageData>> lru_;  // front = most recent
   std::unordered_map<uint32_t, decltype(lru_)::iterator> index_;
+  std::shared_ptr<std::vector<uint8_t>> spare_;  // a dropped page's buffer, for the next read
 };
 
 }  // namespace px::jet
