@@ -20,7 +20,10 @@
 // (its page store is what the writer is made of) refuses the two restore runs.
 #if __has_include("db/access_database.h") && __has_include("jet/page_store.h")
 #include "db/access_database.h"
+#include "db/group_commit.h"
 #include "platform/files.h"
+#include "platform/host_path.h"
+#include "platform/utf8_path.h"
 #define PX_HAVE_ACCESS_POOL 1
 #endif
 
@@ -158,7 +161,15 @@ void OrtamIle(bool onceki_kopya, Calistir calistir) {
   settings::clsVeritabaniBilgisi ayarlar(std::move(so));
   HostFileSystem fs;
   restore::HostDosyalar dosyalar;
-  auto havuz = db::NewAccessDatabasePool(platform::SystemFiles());
+  // A module's databases commit together through a record in the work area, where the next
+  // run finishes a commit this one could not.
+  const std::string kayit =
+      ayarlar.CalismaAlani() + "\\GeriAlOncesi\\" + std::string(db::kCommitRecordName);
+  if (auto yer = ToHostPath(kayit); yer.ok()) {
+    Status s = db::FinishInterruptedCommit(platform::SystemFiles(), Utf8FromPath(*yer));
+    if (!s.ok()) std::cerr << "warning: " << s.ToString() << "\n";
+  }
+  auto havuz = db::NewAccessDatabasePool(platform::SystemFiles(), kayit);
   const GeciciKlasor gecici = GeciciKlasoruAl();
   restore::Ortam ortam{fs,
                        dosyalar,

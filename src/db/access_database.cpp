@@ -6,6 +6,7 @@
 #include "db/select_sql.h"
 #include "db/write_statements.h"
 #include "jet/database.h"
+#include "jet/page_store.h"
 #include "platform/text_case.h"
 
 namespace px::db {
@@ -95,6 +96,13 @@ class AccessDatabase final : public Database, private TableStore {
     ForgetFields();  // tables and columns made in the transaction are gone
     return writer_->Rollback();
   }
+  std::optional<PreparedCommit> CommitFiles() const override {
+    const std::string& path = writer_->host_path();
+    if (path.empty()) return std::nullopt;
+    return PreparedCommit{jet::PreparedFileBeside(path), path};
+  }
+  Result<bool> PrepareCommit() override { return writer_->PrepareCommit(); }
+  Status FinishCommit() override { return writer_->FinishCommit(); }
 
  private:
   jet::Database& db() { return writer_->db(); }

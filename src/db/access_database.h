@@ -8,6 +8,7 @@
 // next change, and never after the database is closed.
 
 #include <memory>
+#include <string>
 
 #include "db/database.h"
 #include "jet/writer.h"
@@ -21,7 +22,10 @@ namespace px::db {
 std::unique_ptr<Database> AccessDatabaseOver(std::unique_ptr<jet::Writer> writer);
 
 // A pool that opens and creates Access files through jet::Writer on `files`, which must
-// outlive it.
-std::unique_ptr<DatabasePool> NewAccessDatabasePool(platform::FileLayer& files);
+// outlive it. A created database's file appears when its first transaction commits (or at
+// its first change outside one). `commit_record`: where databases committed together keep
+// their record (db/group_commit.h); empty: each commits alone.
+std::unique_ptr<DatabasePool> NewAccessDatabasePool(platform::FileLayer& files,
+                                                    std::string commit_record = {});
 
 }  // namespace px::db

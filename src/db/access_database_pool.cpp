@@ -5,14 +5,19 @@
 
 namespace px::db {
 
-std::unique_ptr<DatabasePool> NewAccessDatabasePool(platform::FileLayer& files) {
-  return NewDatabasePool([&files](const std::string& host_path, const std::string& display,
-                                  bool create) -> Result<std::unique_ptr<Database>> {
-    auto writer = create ? jet::Writer::Create(files, host_path, display)
-                         : jet::Writer::Open(files, host_path, display);
-    if (!writer.ok()) return writer.status();
-    return AccessDatabaseOver(std::move(*writer));
-  });
+std::unique_ptr<DatabasePool> NewAccessDatabasePool(platform::FileLayer& files,
+                                                    std::string commit_record) {
+  return NewDatabasePool(
+      [&files](const std::string& host_path, const std::string& display,
+               bool create) -> Result<std::unique_ptr<Database>> {
+        // A new database is written by the transaction that fills it, so that no empty file
+        // is ever left for a live one.
+        auto writer = create ? jet::Writer::CreateUnwritten(files, host_path, display)
+                             : jet::Writer::Open(files, host_path, display);
+        if (!writer.ok()) return writer.status();
+        return AccessDatabaseOver(std::move(*writer));
+      },
+      {&files, std::move(commit_record)});
 }
 
 }  // namespace px::db

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,14 @@ struct NewColumn {
 struct SchemaColumn {
   std::string name;     // COLUMN_NAME
   int64_t ordinal = 0;  // ORDINAL_POSITION
+};
+
+// Where a database's new state waits between the two halves of a shared commit: a complete,
+// flushed file beside the database, renamed over it to finish. Host paths.
+struct PreparedCommit {
+  std::string prepared;
+  std::string target;
+  bool operator==(const PreparedCommit&) const = default;
 };
 
 class Database : public Connection {
@@ -70,6 +79,17 @@ class Database : public Connection {
   virtual Status Begin() = 0;
   virtual Status Commit() = 0;
   virtual Status Rollback() = 0;
+
+  // Commit() in two halves, for databases that commit together (db/group_commit.h).
+  // CommitFiles(): where PrepareCommit() leaves the new state; none for a backend that keeps
+  // no files, which then commits in FinishCommit() (these defaults).
+  // PrepareCommit(): the new state complete and flushed at CommitFiles().prepared, the
+  // database untouched; false when the transaction changed nothing. A failure leaves the
+  // transaction for Rollback(). Afterwards only FinishCommit() (the rename) or Rollback()
+  // (which removes the prepared file); a failed FinishCommit() leaves the prepared file.
+  virtual std::optional<PreparedCommit> CommitFiles() const { return std::nullopt; }
+  virtual Result<bool> PrepareCommit() { return false; }
+  virtual Status FinishCommit() { return Commit(); }
 };
 
 // One open database per file: every step that names the same file gets the same open
@@ -84,6 +104,10 @@ class DatabasePool {
   virtual Result<Database*> Create(std::string_view path) = 0;
   virtual void Close(std::string_view path) = 0;
   virtual void CloseAll() = 0;
+  // Commits the open transactions of `databases` (opened through this pool) together: all
+  // of them or, after an error, none (db/group_commit.h tells how a killed program's
+  // commit is finished). Afterwards the caller closes them without rolling them back.
+  virtual Status CommitTogether(std::span<Database* const> databases) = 0;
 };
 
 }  // namespace px::db

@@ -10,6 +10,10 @@
 
 #include "db/database.h"
 
+namespace px::platform {
+class FileLayer;
+}
+
 namespace px::db {
 
 // Opens an existing file, or creates a new one, given its host path and the name that
@@ -17,6 +21,15 @@ namespace px::db {
 using DatabaseOpener = std::function<Result<std::unique_ptr<Database>>(
     const std::string& host_path, const std::string& display_name, bool create)>;
 
-std::unique_ptr<DatabasePool> NewDatabasePool(DatabaseOpener opener);
+// Where the pool's databases keep the record of a commit they share (db/group_commit.h):
+// `record` a domain or host path; empty: databases that keep files commit only alone.
+struct CommitRecordPlace {
+  platform::FileLayer* files = nullptr;
+  std::string record;
+};
+
+// With a record place, a record a killed run left is dealt with before the first database
+// opens (and before any other while one is there): an error in doing so fails the open.
+std::unique_ptr<DatabasePool> NewDatabasePool(DatabaseOpener opener, CommitRecordPlace place = {});
 
 }  // namespace px::db

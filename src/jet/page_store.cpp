@@ -21,6 +21,17 @@ std::string FileNameOf(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// A prepared file beside a database is a shared commit that a killed program left undecided
+// or unfinished: until its commit record has been dealt with, the database is not opened.
+Status RefusePrepared(platform::FileLayer& files, const std::string& host_path,
+                      const std::string& display_name) {
+  const std::string prepared = PreparedFileBeside(host_path);
+  if (!files.Exists(prepared)) return Status::Ok();
+  return Status::Busy(display_name +
+                      ": an interrupted restore has not finished with the database (" + prepared +
+                      " lies beside it); run the restore again to finish it or put it back");
+}
+
 }  // namespace
 
 std::string SpillFileBeside(const std::string& host_path) {
@@ -31,6 +42,11 @@ std::string SpillFileBeside(const std::string& host_path) {
 std::string ScratchFileBeside(const std::string& host_path) {
   std::string temp = platform::TempNameBeside(host_path);
   return temp.substr(0, temp.size() - 4) + ".runs.tmp";
+}
+
+std::string PreparedFileBeside(const std::string& host_path) {
+  std::string temp = platform::TempNameBeside(host_path);
+  return temp.substr(0, temp.size() - 4) + ".commit.tmp";
 }
 
 std::string LdbPathOf(const std::string& host_path) {
@@ -88,8 +104,9 @@ void PageStore::DropTemporaries() {
   resident_order_.clear();
   spilled_.clear();
   spilled_count_ = 0;
-  if (spill_ != nullptr) {
+  if (spill_made_) {
     spill_.reset();
+    spill_made_ = false;
     (void)files_.Remove(SpillFileBeside(path_));
   }
   if (scratch_ != nullptr) {
@@ -165,14 +182,22 @@ Result<std::unique_ptr<PageStore>> PageStore::Open(platform::FileLayer& files,
                                 ": page 0: the database is encrypted; "
                                 "decrypt it in Access before changing it");
   }
+  PX_RETURN_IF_ERROR(RefusePrepared(files, host_path, display_name));
   std::unique_ptr<PageStore> store(
       new PageStore(files, host_path, std::move(display_name), *header.format, options));
   PX_RETURN_IF_ERROR(store->LockAndOpenBase());
+  // With the lock held, a spill or scratch file beside the database is a killed program's.
+  PX_RETURN_IF_ERROR(files.Remove(SpillFileBeside(host_path)));
+  PX_RETURN_IF_ERROR(files.Remove(ScratchFileBeside(host_path)));
   if (store->page_count_ <= kGlobalMapPage) {
     return Status::Corruption(store->display_name_ +
                               ": page 1 (global usage map) is beyond "
                               "the end of the file");
   }
+  auto free = ReadFreePages(*store->pager_, *header.format, store->page_count_);
+  if (!free.ok()) return free.status();
+  store->free_ = std::move(*free);
+  store->committed_free_ = store->free_;
   return store;
 }
 
@@ -185,6 +210,7 @@ Result<std::unique_ptr<PageStore>> PageStore::Create(platform::FileLayer& files,
   if (files.Exists(host_path)) {
     return Status::InvalidArgument(display_name + ": the file already exists");
   }
+  PX_RETURN_IF_ERROR(RefusePrepared(files, host_path, display_name));
   return std::unique_ptr<PageStore>(
       new PageStore(files, host_path, std::move(display_name), format, options));
 }
@@ -213,17 +239,24 @@ Status PageStore::ReadBase(uint32_t number, MutableBytes out) {
 
 Status PageStore::OpenSpill() {
   if (spill_ != nullptr) return Status::Ok();
+  if (prepared_) {
+    return Status::InvalidArgument(display_name_ + ": the changes are being committed");
+  }
   auto spill = files_.Open(SpillFileBeside(path_), platform::OpenMode::kCreateAlways);
   if (!spill.ok()) {
     return spill.status().WithContext(display_name_ + ": cannot set changed pages aside");
   }
   spill_ = std::move(*spill);
+  spill_made_ = true;
   return Status::Ok();
 }
 
 Result<PageStore::Slot*> PageStore::Resident(uint32_t number) {
   if (auto it = resident_.find(number); it != resident_.end()) return &it->second;
   if (!Spilled(number)) return nullptr;
+  if (spill_ == nullptr) {
+    return Status::InvalidArgument(Where(number) + ": the changes are being committed");
+  }
   auto buf = std::make_shared<std::vector<uint8_t>>(page_size());
   PX_ASSIGN_OR_RETURN(size_t n, spill_->ReadAt(uint64_t(number) * page_size(), *buf));
   if (n != buf->size()) {
@@ -274,6 +307,9 @@ Result<PageData> PageStore::Lookup(uint32_t number) {
 }
 
 Result<MutablePage> PageStore::Modify(uint32_t number) {
+  if (prepared_) {
+    return Status::InvalidArgument(Where(number) + ": the changes are being committed");
+  }
   if (number >= page_count_) {
     return Status::Corruption(Where(number) + " is beyond the end of the file (" +
                               std::to_string(page_count_) + " pages)");
@@ -310,34 +346,19 @@ Status PageStore::MarkGlobal(uint32_t number, bool free) {
   uint8_t* row = &p[start];
   const size_t row_len = end - start;
   if (row[0] == kUsageMapInline) {
-    uint32_t first = LoadLe32(row + 1);
+    const uint32_t first = LoadLe32(row + 1);
     const size_t bits = (row_len - 5) * 8;
-    if (number < first || number >= first + bits) {
-      if (free) return Status::Ok();  // outside the window pages count as free
-      // Move the window so that it ends just past `number`; pages below it count as free
-      // but are never handed out again by this store.
-      // A whole byte of the window at a time, rounded up so that `number` stays inside.
-      uint32_t new_first = number + 1 > bits ? uint32_t(number + 1 - bits) : 0;
-      new_first = (new_first + 7) / 8 * 8;
-      std::memset(row + 5, 0xFF, row_len - 5);
-      StoreLe32(row + 1, new_first);
-      for (uint32_t pg = new_first; pg < page_count_ && pg < new_first + bits; ++pg) {
-        const bool is_free = std::find(freed_.begin(), freed_.end(), pg) != freed_.end();
-        if (!is_free) row[5 + (pg - new_first) / 8] &= uint8_t(~(1u << ((pg - new_first) % 8)));
+    if (number >= first && number - first < bits) {
+      const uint32_t bit = number - first;
+      if (free) {
+        row[5 + bit / 8] |= uint8_t(1u << (bit % 8));
+      } else {
+        row[5 + bit / 8] &= uint8_t(~(1u << (bit % 8)));
       }
-      first = new_first;
+      return Status::Ok();
     }
-    const uint32_t bit = number - first;
-    if (bit >= bits) {
-      return Status::Corruption(Where(kGlobalMapPage) + ": page " + std::to_string(number) +
-                                " lies outside the global usage map");
-    }
-    if (free) {
-      row[5 + bit / 8] |= uint8_t(1u << (bit % 8));
-    } else {
-      row[5 + bit / 8] &= uint8_t(~(1u << (bit % 8)));
-    }
-    return Status::Ok();
+    // Moving the window would leave pages in use below it, which Jet counts as free.
+    PX_RETURN_IF_ERROR(PromoteGlobalMap(row, row_len));
   }
   if (row[0] == kUsageMapReference) {
     const size_t per_page = (page_size() - kUsageMapPageHeader) * 8;
@@ -345,11 +366,10 @@ Status PageStore::MarkGlobal(uint32_t number, bool free) {
     if (1 + 4 * (slot + 1) > row_len) {
       return Status::NotSupported(Where(number) + ": beyond the reach of the global usage map");
     }
-    const uint32_t bitmap_page = LoadLe32(row + 1 + 4 * slot);
+    uint32_t bitmap_page = LoadLe32(row + 1 + 4 * slot);
     if (bitmap_page == 0) {
-      if (free) return Status::Ok();
-      return Status::NotSupported(Where(number) +
-                                  ": the global usage map has no bitmap page for it");
+      PX_ASSIGN_OR_RETURN(bitmap_page, AppendGlobalMapPage(slot));
+      StoreLe32(row + 1 + 4 * slot, bitmap_page);
     }
     map_page = MutablePage();
     PX_ASSIGN_OR_RETURN(MutablePage bm, Modify(bitmap_page));
@@ -365,11 +385,51 @@ Status PageStore::MarkGlobal(uint32_t number, bool free) {
                             std::to_string(row[0]));
 }
 
+Result<uint32_t> PageStore::AppendGlobalMapPage(size_t slot) {
+  if (page_count_ >= 0xFFFFFFu) {
+    return Status::NotSupported(display_name_ + ": the database has reached its largest size");
+  }
+  const uint32_t number = page_count_++;
+  PX_ASSIGN_OR_RETURN(MutablePage bm, Modify(number));
+  FillGlobalMapPage(bm.bytes(), slot, page_count_, free_);
+  // The bitmap page itself is used; it may lie in the range of another slot.
+  const size_t per_page = (page_size() - kUsageMapPageHeader) * 8;
+  if (number / per_page == slot) {
+    const size_t bit = number - slot * per_page;
+    bm.bytes()[kUsageMapPageHeader + bit / 8] &= uint8_t(~(1u << (bit % 8)));
+    return number;
+  }
+  bm = MutablePage();
+  PX_RETURN_IF_ERROR(MarkGlobal(number, false));
+  return number;
+}
+
+Status PageStore::PromoteGlobalMap(uint8_t* row, size_t row_len) {
+  const size_t per_page = (page_size() - kUsageMapPageHeader) * 8;
+  const size_t slots = (row_len - 1) / 4;
+  // The bitmap pages come from the end of the file, so they count themselves.
+  std::vector<uint32_t> bitmaps;
+  while (bitmaps.size() * per_page < size_t{page_count_} + 1) {
+    if (bitmaps.size() >= slots || page_count_ >= 0xFFFFFFu) {
+      return Status::NotSupported(Where(kGlobalMapPage) +
+                                  ": the global usage map cannot name every page of the file");
+    }
+    bitmaps.push_back(page_count_++);
+  }
+  for (size_t slot = 0; slot < bitmaps.size(); ++slot) {
+    PX_ASSIGN_OR_RETURN(MutablePage bm, Modify(bitmaps[slot]));
+    FillGlobalMapPage(bm.bytes(), slot, page_count_, free_);
+  }
+  std::fill(row, row + row_len, uint8_t{0});
+  row[0] = kUsageMapReference;
+  for (size_t slot = 0; slot < bitmaps.size(); ++slot) StoreLe32(row + 1 + 4 * slot, bitmaps[slot]);
+  return Status::Ok();
+}
+
 Result<MutablePage> PageStore::Allocate(uint8_t page_type, uint32_t owner) {
   uint32_t number;
-  if (!freed_.empty()) {
-    number = freed_.back();
-    freed_.pop_back();
+  if (std::optional<uint32_t> reused = free_.TakeLowest()) {
+    number = *reused;
   } else {
     if (page_count_ >= 0xFFFFFFu) {
       return Status::NotSupported(display_name_ + ": the database has reached its largest size");
@@ -396,9 +456,9 @@ Status PageStore::Free(uint32_t number) {
   if (number <= kGlobalMapPage || number >= page_count_) {
     return Status::InvalidArgument(Where(number) + " cannot be freed");
   }
-  if (std::find(freed_.begin(), freed_.end(), number) != freed_.end()) return Status::Ok();
+  if (free_.Contains(number)) return Status::Ok();
+  free_.Add(number);
   PX_RETURN_IF_ERROR(MarkGlobal(number, true));
-  freed_.push_back(number);
   return Status::Ok();
 }
 
@@ -437,47 +497,90 @@ Status PageStore::CompleteSpill() {
   return spill_->Sync();
 }
 
-Status PageStore::Commit() {
-  if (!changed()) return Status::Ok();
-  const std::string spill_path = SpillFileBeside(path_);
+Status PageStore::WriteNewFile() {
   Status st = CompleteSpill();
   if (st.ok() && base_ == nullptr && files_.Exists(path_)) {
     st = Status::InvalidArgument(display_name_ + ": the file already exists");
   }
   if (!st.ok()) return st.WithContext(display_name_ + ": the changes were not saved");
-  // The old file goes: let go of it (Windows cannot rename over an open file), and of the
-  // spill file, which becomes the database.
-  base_.reset();
-  lock_.reset();
-  spill_.reset();
-  st = files_.Rename(spill_path, path_);
-  if (!st.ok()) {
-    // The original is still in place: take it back, and the spill file with it.
-    Status back = Status::Ok();
-    if (committed_page_count_ > 0) back = LockAndOpenBase();
-    if (back.ok()) {
-      auto spill = files_.Open(spill_path, platform::OpenMode::kReadWrite);
-      if (spill.ok()) {
-        spill_ = std::move(*spill);
-      } else {
-        back = spill.status();
-      }
-    }
-    if (!back.ok()) return st.WithContext(back.message());
-    return st.WithContext(display_name_ + ": the changes were not saved");
-  }
-  DropTemporaries();
-  committed_freed_ = freed_;
-  // The committed file is the new base; taking its lock can race only with a program that
-  // opens it in the instant after the rename.
-  PX_RETURN_IF_ERROR(LockAndOpenBase());
   return Status::Ok();
 }
 
+Status PageStore::Install(const std::string& from) {
+  // The old file goes: let go of it (Windows cannot rename over an open file), and of the
+  // spill file, which may be what becomes the database.
+  base_.reset();
+  lock_.reset();
+  spill_.reset();
+  Status st = files_.Rename(from, path_);
+  if (!st.ok()) {
+    // The original is still in place: take it back.
+    if (committed_page_count_ > 0) {
+      if (Status back = LockAndOpenBase(); !back.ok()) return st.WithContext(back.message());
+    }
+    return st.WithContext(display_name_ + ": the changes were not saved");
+  }
+  DropTemporaries();
+  committed_free_ = free_;
+  // The committed file is the new base; taking its lock can race only with a program that
+  // opens it in the instant after the rename.
+  return LockAndOpenBase();
+}
+
+Status PageStore::Commit() {
+  if (prepared_) return Finish();
+  if (!changed()) return Status::Ok();
+  PX_RETURN_IF_ERROR(WriteNewFile());
+  const std::string spill_path = SpillFileBeside(path_);
+  Status st = Install(spill_path);
+  if (!st.ok() && spill_ == nullptr) {
+    // The transaction stays open: its spilled pages are read from the spill file again.
+    auto spill = files_.Open(spill_path, platform::OpenMode::kReadWrite);
+    if (!spill.ok()) return st.WithContext(spill.status().message());
+    spill_ = std::move(*spill);
+  }
+  return st;
+}
+
+Result<bool> PageStore::Prepare() {
+  if (prepared_) return true;
+  if (!changed()) return false;
+  PX_RETURN_IF_ERROR(WriteNewFile());
+  spill_.reset();  // closed before the rename, as Windows needs
+  const std::string spill_path = SpillFileBeside(path_);
+  Status st = files_.Rename(spill_path, PreparedFileBeside(path_));
+  if (!st.ok()) {
+    auto spill = files_.Open(spill_path, platform::OpenMode::kReadWrite);
+    if (spill.ok()) spill_ = std::move(*spill);
+    return st.WithContext(display_name_ + ": the changes were not saved");
+  }
+  spill_made_ = false;  // it is the prepared file now
+  prepared_ = true;
+  return true;
+}
+
+Status PageStore::Finish() {
+  if (!prepared_) return Status::Ok();
+  prepared_ = false;
+  Status st = Install(PreparedFileBeside(path_));
+  if (!st.ok()) {
+    // The prepared file now belongs to the commit record that decided it.
+    DropTemporaries();
+    page_count_ = committed_page_count_;
+    free_ = committed_free_;
+    pager_->Refresh();
+  }
+  return st;
+}
+
 void PageStore::Rollback() {
+  if (prepared_) {
+    prepared_ = false;
+    (void)files_.Remove(PreparedFileBeside(path_));
+  }
   DropTemporaries();
   page_count_ = committed_page_count_;
-  freed_ = committed_freed_;
+  free_ = committed_free_;
   pager_->Refresh();
 }
 

@@ -14,11 +14,20 @@
 // the rename the original is untouched; the rename is atomic. A failure leaves the original
 // as it was and the transaction open (Rollback() drops it).
 //
+// Databases that commit together (db/group_commit.h) split Commit() in two: Prepare() leaves
+// the new file complete and flushed as ".~NAME.commit.tmp" beside the original, and Finish()
+// renames it over the original. A spill file ".~NAME.pages.tmp" is never anything but a
+// transaction's scratch, so a store that opens a database removes one a killed program left;
+// a prepared file is the business of the group's commit record, and while one lies beside a
+// database the store refuses to open it.
+//
 // The file is locked for the store's lifetime (platform::FileLayer::LockExclusive), and a
 // file with Jet's ".ldb" lock file beside it is refused.
 //
-// Pages are allocated by appending to the file, or by reusing a page this store freed;
-// the global usage map (page 1, row 0: bit set = page free) is kept consistent with both.
+// Pages are allocated by reusing the lowest page the global usage map (page 1, row 0: bit
+// set = page free) marks free, or one this store freed (free_pages.h), and otherwise by
+// appending to the file; the map is kept consistent with both. An inline map that cannot
+// name a page is promoted to a reference map, as Access does for larger files.
 
 #include <cstdint>
 #include <list>
@@ -29,6 +38,7 @@
 
 #include "core/result.h"
 #include "jet/format.h"
+#include "jet/free_pages.h"
 #include "jet/page_source.h"
 #include "jet/writable_pages.h"
 
@@ -105,7 +115,20 @@ class PageStore final : public PageOverlay {
     return !resident_.empty() || spilled_count_ != 0 || page_count_ != committed_page_count_;
   }
   Status Commit();
+  // Rollback() after Prepare() removes the prepared file.
   void Rollback();
+
+  // The first half of a commit shared with other databases: the new database complete and
+  // flushed in PreparedFileBeside(path()), the original untouched. False when the
+  // transaction changed nothing (there is no file, and Finish() does nothing). Afterwards
+  // nothing changes the store but Finish() or Rollback(). A failure leaves the transaction
+  // open and no prepared file.
+  Result<bool> Prepare();
+  // The second half: the prepared file renamed over the original. On failure the original
+  // is in place, the store is back at it with the transaction dropped, and the prepared file
+  // stays where it is for the commit record's owner to finish.
+  Status Finish();
+  bool prepared() const { return prepared_; }
 
   // The reader over the store (overlay included); the Database of a writer uses it.
   Pager& pager() { return *pager_; }
@@ -139,9 +162,20 @@ class PageStore final : public PageOverlay {
   Status OpenSpill();
   Status SpillSome();
   Status MarkGlobal(uint32_t number, bool free);
+  // Rewrites the inline global map `row` as a reference map, on bitmap pages appended to
+  // the file, stating the pages of free_ free and every other page of the file used.
+  Status PromoteGlobalMap(uint8_t* row, size_t row_len);
+  // A bitmap page appended for slot `slot` of the reference global map.
+  Result<uint32_t> AppendGlobalMapPage(size_t slot);
   // Writes every page the spill file lacks into it: the new database, flushed.
   Status CompleteSpill();
   Status ReadBase(uint32_t number, MutableBytes out);
+  // The spill file completed into the new file and flushed (an existing file refuses a
+  // created database's).
+  Status WriteNewFile();
+  // Renames `from` (complete and flushed) over the database and opens the result; on failure
+  // takes the original back.
+  Status Install(const std::string& from);
   void DropTemporaries();
   std::string Where(uint32_t number) const;
 
@@ -160,10 +194,12 @@ class PageStore final : public PageOverlay {
   std::vector<bool> spilled_;                    // by page number: a copy sits in the spill file
   size_t spilled_count_ = 0;
   std::unique_ptr<platform::File> spill_;
+  bool spill_made_ = false;  // this transaction made the spill file
   std::unique_ptr<platform::File> scratch_;
   uint64_t scratch_end_ = 0;
-  std::vector<uint32_t> freed_;  // freed in this store's lifetime, reusable
-  std::vector<uint32_t> committed_freed_;
+  FreePages free_;  // reusable: free in the page map, or freed since
+  FreePages committed_free_;
+  bool prepared_ = false;  // the new file waits in PreparedFileBeside(path_)
 };
 
 // The store as the row and index writers see it (writable_pages.h). A span it hands out
@@ -193,6 +229,9 @@ class PageStorePages final : public WritablePages {
 std::string SpillFileBeside(const std::string& host_path);
 // The scratch file of a database at `host_path`: ".~NAME.runs.tmp" beside it.
 std::string ScratchFileBeside(const std::string& host_path);
+// The prepared new file of a database at `host_path` between the two halves of a shared
+// commit: ".~NAME.commit.tmp" beside it.
+std::string PreparedFileBeside(const std::string& host_path);
 // Jet's lock file of a database: the same name with ".ldb" for its extension.
 std::string LdbPathOf(const std::string& host_path);
 

@@ -49,6 +49,17 @@ struct IndexSpec {
   bool unique = false;
   bool ignore_nulls = false;
   bool required = false;
+  // One end of a relationship: a foreign key's logical index pointing at index number
+  // `other_index` of `other_table` (the other end). It shares the real index of an index
+  // on the same columns when the table has one.
+  struct ForeignKey {
+    std::string other_table;
+    uint32_t other_index = 0;
+    uint8_t table_type = 0;  // as Jet stores it: which end of the relationship this is
+    uint8_t cascade_update = 0;
+    uint8_t cascade_delete = 0;
+  };
+  std::optional<ForeignKey> foreign_key;
 };
 
 class Writer {
@@ -63,6 +74,12 @@ class Writer {
   static Result<std::unique_ptr<Writer>> Create(platform::FileLayer& files,
                                                 const std::string& host_path,
                                                 std::string display_name = {});
+  // A new database as Create() makes it, laid out but not written: the layout is part of
+  // the next transaction (or of the next change made outside one), so the file appears only
+  // when that commits. Rolled back, the writer is left with nothing to work on.
+  static Result<std::unique_ptr<Writer>> CreateUnwritten(platform::FileLayer& files,
+                                                         const std::string& host_path,
+                                                         std::string display_name = {});
   virtual ~Writer() = default;
 
   // The database as it stands, open transaction included.
@@ -71,6 +88,18 @@ class Writer {
   virtual Status Begin() = 0;
   virtual Status Commit() = 0;
   virtual Status Rollback() = 0;
+
+  // Commit() in two halves, for databases that commit together (db/group_commit.h).
+  // PrepareCommit() leaves the transaction's database complete and flushed in
+  // PreparedFileBeside(host_path()), the file untouched; false when the transaction changed
+  // nothing. A failure leaves the transaction open (Rollback() drops it), except a unique
+  // key held twice, which rolls it back as Commit() does. After it only FinishCommit(),
+  // which renames the prepared file over the database, or Rollback(), which removes it.
+  // A writer without a file of its own (a test's) keeps these defaults: nothing to prepare,
+  // Commit() at the finish, no path.
+  virtual Result<bool> PrepareCommit() { return false; }
+  virtual Status FinishCommit() { return Commit(); }
+  virtual const std::string& host_path() const;
 
   virtual Status CreateTable(std::string_view table) = 0;
   virtual Status AddColumn(std::string_view table, const ColumnSpec& column) = 0;

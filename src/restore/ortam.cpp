@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "core/sha256.h"
+#include "db/group_commit.h"
 #include "platform/host_path.h"
 #include "platform/text_case.h"
 #include "platform/utf8_path.h"
@@ -33,7 +34,7 @@ Status ArtiklariSil(Dosyalar& dosyalar, const std::string& klasor, int derinlik)
     const std::string yol = klasor + "\\" + g.ad;
     if (g.klasor) {
       PX_RETURN_IF_ERROR(ArtiklariSil(dosyalar, yol, derinlik + 1));
-    } else if (g.ad.starts_with(".~") && g.ad.ends_with(".tmp")) {
+    } else if (g.ad.starts_with(".~") && g.ad.ends_with(".tmp") && g.ad != db::kCommitRecordName) {
       PX_RETURN_IF_ERROR(dosyalar.Sil(yol));
     }
   }
@@ -188,24 +189,14 @@ Result<db::Database*> ModulIslemi::Yarat(const std::string& yol) {
 }
 
 Status ModulIslemi::Bitir() {
-  for (size_t i = 0; i < acik_.size(); ++i) {
-    Status s = acik_[i].second->Commit();
-    if (!s.ok()) {
-      // Those before are in; this one and the rest are rolled back.
-      for (size_t j = i; j < acik_.size(); ++j) {
-        if (j > i) (void)acik_[j].second->Rollback();
-        ortam_.havuz.Close(acik_[j].first);
-      }
-      for (size_t j = 0; j < i; ++j) ortam_.havuz.Close(acik_[j].first);
-      acik_.clear();
-      bitti_ = true;
-      return s;
-    }
-  }
+  std::vector<db::Database*> veritabanlari;
+  for (const auto& [p, d] : acik_) veritabanlari.push_back(d);
+  // All of them or none; the pool rolls them back itself when it must.
+  Status s = ortam_.havuz.CommitTogether(veritabanlari);
   for (const auto& [p, d] : acik_) ortam_.havuz.Close(p);
   acik_.clear();
   bitti_ = true;
-  return Status::Ok();
+  return s;
 }
 
 void ModulIslemi::GeriCevir() {

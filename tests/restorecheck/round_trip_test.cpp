@@ -234,5 +234,65 @@ TEST(GidisDonus, OverDatabasesWithOtherRowsAndMissingColumnsAndTables) {
   EXPECT_EQ(s.ArtikGeciciler(), std::vector<fs::path>{});
 }
 
+// The year restore of every company of 2009 into 2011: each company-and-year database of the
+// modules the item table restores comes back table for table, the Personel keys as they were;
+// "Çek" and "İşletme" match no item, so nothing of theirs is made or touched; extra files
+// come back at all three levels.
+TEST(GidisDonus, AYearRestoreOfEveryCompany) {
+  PX_SAMPLE_OR_SKIP(ornek, "suite/Pergonix");
+  PX_JET_ORACLE_OR_SKIP();
+  Suit s;
+  s.Yedekle("P", "001", "2009", true);
+  std::vector<fs::path> yillik;
+  for (const char* sirket : {"001", "002"}) {
+    for (const auto& p : s.Veritabanlari(sirket, "2009")) {
+      const std::string modul = fs::relative(p, s.C()).begin()->string();
+      if (p.parent_path().filename() == "2009" && modul != "Cek") yillik.push_back(p);
+    }
+  }
+  ASSERT_EQ(yillik.size(), 18u);
+  const auto kaynak = Dok(yillik);
+  const char* const ekler[] = {"Beyanname/Data/BeyannameSablon.xml",
+                               "Demirbas/Data/001/Amortisman.ayr",
+                               "Demirbas/Data/002/Amortisman.ayr"};
+  std::map<std::string, std::string> ek_baytlari;
+  for (const char* ek : ekler) {
+    ek_baytlari[ek] = px::testing::ReadAll(s.C(ek));
+    fs::remove(s.C(ek));
+  }
+  const std::vector<fs::path> dokunulmaz = {s.C("Isletme/Data/isletme.mdb"),
+                                            s.C("Siparis/Data/siparis.mdb"),
+                                            s.C("Servis/Data/servis.mdb")};
+  const auto dokunulmaz_once = Suit::Baytlar(dokunulmaz);
+
+  const auto r = s.YilGeriAl("P", "2009", "2011");
+  EXPECT_TRUE(r.sonuc.sona_ulasti);
+  EXPECT_FALSE(r.sonuc.hata) << Hatalar(r.kutular);
+  std::set<std::string> moduller;
+  for (const auto& m : r.sonuc.moduller) {
+    EXPECT_EQ(m.durum, "Tamam") << m.sirket << " " << m.modul;
+    moduller.insert(m.modul);
+  }
+  for (const char* hic : {"Çek", "İşletme", "Sipariş", "Teknik Servis"}) {
+    EXPECT_FALSE(moduller.count(hic)) << hic;
+  }
+  Karsilastir(
+      kaynak,
+      [&](const fs::path& p) {
+        std::string g = fs::relative(p, s.C()).string();
+        g.replace(g.find("/2009/"), 6, "/2011/");
+        return s.C(g);
+      },
+      "", "");
+  for (const char* sirket : {"001", "002"}) {
+    EXPECT_FALSE(fs::exists(s.C(std::string("Cek/Data/") + sirket + "/2011")));
+    EXPECT_EQ(
+        px::testing::ReadAll(s.C(std::string("Cari/Data/") + sirket + "/2011/CariRapor.rpt")),
+        px::testing::ReadAll(s.C(std::string("Cari/Data/") + sirket + "/2009/CariRapor.rpt")));
+  }
+  for (const char* ek : ekler) EXPECT_EQ(px::testing::ReadAll(s.C(ek)), ek_baytlari[ek]) << ek;
+  EXPECT_TRUE(Suit::Baytlar(dokunulmaz) == dokunulmaz_once);
+}
+
 }  // namespace
 }  // namespace px::restorecheck

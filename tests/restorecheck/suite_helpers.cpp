@@ -203,7 +203,8 @@ std::map<fs::path, std::string> Suit::Baytlar(const std::vector<fs::path>& dosya
   return out;
 }
 
-void Suit::Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil) {
+void Suit::Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil,
+                   bool tum_sirketler) {
   op::ScriptedOperator op({op::Answer::kYes, op::Answer::kYes, op::Answer::kYes});
   HostFileSystem fs;
   backup::YedekOrtami o;
@@ -219,29 +220,47 @@ void Suit::Yedekle(const std::string& paket, const std::string& sirket, const st
   g.sirket = sirket;
   g.yil = yil;
   g.hedef = "D:\\Yedek";
+  g.tum_sirketler = tum_sirketler;
   EXPECT_TRUE(yedekleme.YedeklemeBaslat(g).tamamlandi) << Hatalar(op.boxes);
 }
+
+namespace {
+
+// What a restore run works with: the suite on C:, the pool of real Access databases, an
+// operator that says Yes to the run's two questions.
+struct Calisma {
+  explicit Calisma(platform::FileLayer& files)
+      : dosyalar(files),
+        havuz(db::NewAccessDatabasePool(files, kCommitKaydi)),
+        op({op::Answer::kYes, op::Answer::kYes}),
+        ortam{fs,
+              dosyalar,
+              *havuz,
+              op,
+              [](const std::string& yol) { return db::OpenAccessConnection(yol); },
+              "C:\\Pergonix",
+              "Access",
+              TempPath(),
+              "C:\\Pergonix\\GeriAlOncesi\\test",
+              {},
+              nullptr,
+              {}} {}
+  HostFileSystem fs;
+  restore::HostDosyalar dosyalar;
+  std::unique_ptr<db::DatabasePool> havuz;
+  op::ScriptedOperator op;
+  restore::Ortam ortam;
+};
+
+}  // namespace
 
 Suit::GeriAlma Suit::GeriAl(const std::string& paket, const std::string& paket_sirket,
                             const std::string& paket_yil, const std::string& sirket,
                             const std::string& yil, platform::FileLayer& files,
                             std::vector<std::string> moduller) {
-  HostFileSystem fs;
-  restore::HostDosyalar dosyalar(files);
-  auto havuz = db::NewAccessDatabasePool(files);
-  op::ScriptedOperator op({op::Answer::kYes, op::Answer::kYes});
-  restore::Ortam ortam{fs,
-                       dosyalar,
-                       *havuz,
-                       op,
-                       [](const std::string& yol) { return db::OpenAccessConnection(yol); },
-                       "C:\\Pergonix",
-                       "Access",
-                       TempPath(),
-                       "C:\\Pergonix\\GeriAlOncesi\\test",
-                       {},
-                       nullptr,
-                       {}};
+  Calisma c(files);
+  HostFileSystem& fs = c.fs;
+  restore::Ortam& ortam = c.ortam;
   restore::GeriAlGirdileri g;
   g.paket = paket;
   g.sirket = sirket;
@@ -260,8 +279,34 @@ Suit::GeriAlma Suit::GeriAl(const std::string& paket, const std::string& paket_s
   }
   for (const auto& m : moduller) g.moduller.push_back({m, true});
   GeriAlma out{restore::GeriAlBaslat(ortam, g), {}};
-  havuz->CloseAll();
-  out.kutular = op.boxes;
+  c.havuz->CloseAll();
+  out.kutular = c.op.boxes;
+  return out;
+}
+
+Suit::GeriAlma Suit::YilGeriAl(const std::string& paket, const std::string& kaynak_yil,
+                               const std::string& hedef_yil) {
+  Calisma c(platform::SystemFiles());
+  restore::YilGeriAlGirdileri g;
+  g.paket = paket;
+  g.kaynak = "D:\\Yedek";
+  g.kaynak_yil = kaynak_yil;
+  g.hedef_yil = hedef_yil;
+  g.onaysiz = true;
+  const std::string paket_klasoru = "D:\\Yedek\\" + paket;
+  const auto sirketler = restore::PaketSirketleri(c.dosyalar, paket_klasoru);
+  for (const auto& m : modules::Moduller()) {
+    for (const auto& sirket : sirketler) {
+      if (restore::ModulPaketteVarmi(c.fs, paket_klasoru, std::string(m.klasor), sirket,
+                                     kaynak_yil)) {
+        g.moduller.push_back({std::string(m.ad), true});
+        break;
+      }
+    }
+  }
+  GeriAlma out{restore::YilGeriAl(c.ortam, g), {}};
+  c.havuz->CloseAll();
+  out.kutular = c.op.boxes;
   return out;
 }
 

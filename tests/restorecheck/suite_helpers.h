@@ -67,8 +67,10 @@ class Suit {
   // The files' bytes, by path.
   static std::map<fs::path, std::string> Baytlar(const std::vector<fs::path>& dosyalar);
 
-  // The backup tab's run into D:\Yedek\<paket>: compressed, every module.
-  void Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil);
+  // The backup tab's run into D:\Yedek\<paket>: compressed, every module; of every company
+  // in the company table when `tum_sirketler`.
+  void Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil,
+               bool tum_sirketler = false);
 
   // The restore tab's run from D:\Yedek\<paket> without questions per module; `files`
   // carries every write of the run (databases, copies, extra files).
@@ -80,11 +82,18 @@ class Suit {
                   const std::string& paket_yil, const std::string& sirket, const std::string& yil,
                   platform::FileLayer& files = platform::SystemFiles(),
                   std::vector<std::string> moduller = {});
+  // The year restore from D:\Yedek\<paket> into Access without questions per module; the
+  // items are the display names of the modules the package holds for any company.
+  GeriAlma YilGeriAl(const std::string& paket, const std::string& kaynak_yil,
+                     const std::string& hedef_yil);
 
  private:
   px::testing::TempFolder kok_;
   std::unique_ptr<px::testing::ScopedEnv> drives_, tmpdir_;
 };
+
+// Where the runs' module databases keep the record of the commit they share.
+inline constexpr char kCommitKaydi[] = "C:\\Pergonix\\GeriAlOncesi\\.~pergonix-commit.tmp";
 
 // "Hata" boxes among those shown, as one text for failure messages.
 std::string Hatalar(const std::vector<op::Box>& kutular);

@@ -1,0 +1,194 @@
+// Two Access databases committed together through the pool: the commit record read back
+// exactly, a failing write, flush or rename at every point leaving both as before or (once
+// decided) finished by the next opening, and a program killed at every file change leaving
+// both as before or both as after.
+#include "db/group_commit.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+#include "db/access_database.h"
+#include "jet/page_store.h"
+#include "support/dying_files.h"
+#include "support/failing_files.h"
+#include "support/temp_folder.h"
+
+namespace px::db {
+namespace {
+
+namespace fs = std::filesystem;
+using px::testing::ReadAll;
+
+TEST(CommitRecord, ReadsBackWhatWasWrittenAndRefusesAnythingElse) {
+  const CommitRecord kayit{true,
+                           {{"/v/.~a.mdb.commit.tmp", "/v/a.mdb"}, {"/w/.~b.commit.tmp", "/w/b"}}};
+  const std::string metin = EncodeCommitRecord(kayit);
+  EXPECT_EQ(metin,
+            "pergonix-commit 1\ndecided\n/v/.~a.mdb.commit.tmp\t/v/a.mdb\n"
+            "/w/.~b.commit.tmp\t/w/b\nend 2\n");
+  auto geri = DecodeCommitRecord(metin, "k");
+  ASSERT_TRUE(geri.ok()) << geri.status().ToString();
+  EXPECT_TRUE(geri->decided);
+  EXPECT_EQ(geri->files, kayit.files);
+
+  struct Bozuk {
+    std::string metin;
+    std::string hata;
+  };
+  const Bozuk bozuklar[] = {
+      {"", "k: line 1 of the commit record: the record ends early"},
+      {"pergonix-commit 2\ndecided\nend 0\n", "line 1 of the commit record: not a commit record"},
+      {"pergonix-commit 1\nmaybe\nend 0\n", "line 2 of the commit record: neither decided"},
+      {"pergonix-commit 1\nundecided\n/a /b\nend 1\n", "line 3 of the commit record: not a"},
+      {"pergonix-commit 1\nundecided\n\t/b\nend 1\n", "line 3 of the commit record: not a"},
+      {"pergonix-commit 1\nundecided\n/a\t/b\nend 2\n", "line 4 of the commit record: the count"},
+      {"pergonix-commit 1\nundecided\n/a\t/b\n", "line 3 of the commit record: the count"},
+      {"pergonix-commit 1\nundecided\n/a\t/b\nend 1", "line 4 of the commit record has no end"},
+  };
+  for (const auto& b : bozuklar) {
+    auto r = DecodeCommitRecord(b.metin, "k");
+    ASSERT_FALSE(r.ok()) << b.metin;
+    EXPECT_NE(r.status().message().find(b.hata), std::string::npos) << r.status().message();
+  }
+}
+
+// Two databases with one table each; a change adds rows to both.
+class IkiVeritabani : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    fs::create_directories(dir_.path() / "iki");
+    auto havuz = NewAccessDatabasePool(platform::SystemFiles());
+    for (const auto& p : vt_) {
+      auto d = havuz->Create(p.string());
+      ASSERT_TRUE(d.ok()) << d.status().ToString();
+      ASSERT_TRUE((*d)->CreateTable("Kayit").ok());
+      NewColumn ad{.name = "Ad", .ado_type = 202, .defined_size = 20};
+      ASSERT_TRUE((*d)->AppendColumn("Kayit", ad).ok());
+    }
+    havuz->CloseAll();
+    for (const auto& p : vt_) once_[p] = ReadAll(p);
+  }
+
+  // The change on `files`; its status.
+  Status Degistir(platform::FileLayer& files) {
+    auto havuz = NewAccessDatabasePool(files, kayit_);
+    std::vector<Database*> acik;
+    for (const auto& p : vt_) {
+      PX_ASSIGN_OR_RETURN(Database * d, havuz->Open(p.string()));
+      PX_RETURN_IF_ERROR(d->Begin());
+      acik.push_back(d);
+      for (int i = 0; i < 50; ++i) {
+        PX_RETURN_IF_ERROR(
+            d->Execute("INSERT INTO Kayit (Ad) Values ('satır " + std::to_string(i) + "')")
+                .status());
+      }
+    }
+    return havuz->CommitTogether(acik);
+  }
+  std::map<fs::path, std::string> Simdi() const {
+    std::map<fs::path, std::string> out;
+    for (const auto& p : vt_) out[p] = ReadAll(p);
+    return out;
+  }
+  void Eskiye() {
+    for (const auto& [p, b] : once_) std::ofstream(p, std::ios::binary | std::ios::trunc) << b;
+  }
+  // What the next run does first: a pool that opens the databases.
+  void SonrakiAcilis() {
+    auto havuz = NewAccessDatabasePool(platform::SystemFiles(), kayit_);
+    for (const auto& p : vt_) EXPECT_TRUE(havuz->Open(p.string()).ok()) << p;
+  }
+  std::vector<std::string> Artiklar() const {
+    std::vector<std::string> out;
+    for (const auto& e : fs::recursive_directory_iterator(dir_.path())) {
+      if (e.path().filename().string().starts_with(".~")) out.push_back(e.path().string());
+    }
+    return out;
+  }
+
+  px::testing::TempFolder dir_;
+  const std::vector<fs::path> vt_ = {dir_.path() / "bir.mdb", dir_.path() / "iki" / "iki.mdb"};
+  const std::string kayit_ = (dir_.path() / "kayitlar" / kCommitRecordName).string();
+  std::map<fs::path, std::string> once_;
+};
+
+TEST_F(IkiVeritabani, AFaultBeforeTheDecisionChangesNothingAndOneAfterItIsFinishedNextTime) {
+  px::testing::FailingFiles sayac;
+  ASSERT_TRUE(Degistir(sayac).ok());
+  const auto sonra = Simdi();
+  for (const auto& p : vt_) ASSERT_NE(sonra.at(p), once_.at(p));
+  EXPECT_EQ(Artiklar(), std::vector<std::string>{});
+  const px::testing::FileCounts n = sayac.counts();
+
+  std::vector<px::testing::FailPlan> planlar;
+  for (uint64_t i = 1; i <= n.writes; ++i) planlar.push_back({.fail_write = i});
+  for (uint64_t i = 1; i <= n.syncs; ++i) planlar.push_back({.fail_sync = i});
+  for (uint64_t i = 1; i <= n.renames; ++i) planlar.push_back({.fail_rename = i});
+  int kararli = 0, kararsiz = 0;
+  for (const auto& plan : planlar) {
+    SCOPED_TRACE("write " + std::to_string(plan.fail_write) + ", flush " +
+                 std::to_string(plan.fail_sync) + ", rename " + std::to_string(plan.fail_rename));
+    Eskiye();
+    px::testing::FailingFiles files(plan);
+    const Status st = Degistir(files);
+    ASSERT_FALSE(st.ok());
+    if (fs::exists(kayit_)) {
+      ++kararli;
+      EXPECT_NE(st.message().find("the next run finishes it"), std::string::npos) << st.message();
+      SonrakiAcilis();
+      EXPECT_TRUE(Simdi() == sonra);
+    } else {
+      ++kararsiz;
+      EXPECT_TRUE(Simdi() == once_) << st.message();
+    }
+    EXPECT_EQ(Artiklar(), std::vector<std::string>{});
+  }
+  EXPECT_GT(kararli, 0);
+  EXPECT_GT(kararsiz, 0);
+}
+
+TEST_F(IkiVeritabani, KilledAtAnyFileChangeBothAreAsBeforeOrAsAfterOnceReopened) {
+  px::testing::DyingFiles sayac(0);
+  ASSERT_TRUE(Degistir(sayac).ok());
+  const auto sonra = Simdi();
+  const uint64_t toplam = sayac.changes();
+  int once_kalan = 0;
+  for (uint64_t n = 1; n <= toplam; ++n) {
+    SCOPED_TRACE("killed at change " + std::to_string(n) + " of " + std::to_string(toplam));
+    Eskiye();
+    {
+      px::testing::DyingFiles files(n);
+      (void)Degistir(files);
+    }
+    SonrakiAcilis();
+    const auto simdi = Simdi();
+    if (simdi == once_) {
+      ++once_kalan;
+    } else {
+      EXPECT_TRUE(simdi == sonra) << "neither all before nor all after";
+    }
+    EXPECT_EQ(Artiklar(), std::vector<std::string>{});
+  }
+  EXPECT_GT(once_kalan, 0);
+}
+
+TEST_F(IkiVeritabani, APreparedFileLeftBesideADatabaseKeepsItClosedUntilTheRecordIsSeen) {
+  const std::string hazir = jet::PreparedFileBeside(vt_[0].string());
+  std::ofstream(hazir) << "x";
+  auto havuz = NewAccessDatabasePool(platform::SystemFiles());
+  auto d = havuz->Open(vt_[0].string());
+  ASSERT_FALSE(d.ok());
+  EXPECT_NE(d.status().message().find(hazir), std::string::npos) << d.status().message();
+  // An undecided record naming it lets the next opening remove it.
+  fs::create_directories(fs::path(kayit_).parent_path());
+  std::ofstream(kayit_) << EncodeCommitRecord({false, {{hazir, vt_[0].string()}}});
+  SonrakiAcilis();
+  EXPECT_FALSE(fs::exists(hazir));
+  EXPECT_EQ(ReadAll(vt_[0]), once_.at(vt_[0]));
+}
+
+}  // namespace
+}  // namespace px::db

@@ -1,0 +1,102 @@
+#pragma once
+// A file layer for crash tests: it passes every call to the system's files until the n-th
+// change of a file (a file created, a write, a flush, a truncation, a rename, a removal, a
+// folder made); that change and every call after it fail and reach nothing, as if the
+// program had been killed at that moment. Counting with n = 0 (never) tells a test how many
+// changes a flow makes.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/files.h"
+
+namespace px::testing {
+
+class DyingFiles final : public platform::FileLayer {
+ public:
+  explicit DyingFiles(uint64_t die_at) : die_at_(die_at) {}
+  uint64_t changes() const { return changes_; }
+  bool dead() const { return die_at_ != 0 && changes_ >= die_at_; }
+
+  Result<std::unique_ptr<platform::File>> Open(const std::string& path,
+                                               platform::OpenMode mode) override {
+    if (mode == platform::OpenMode::kCreateNew || mode == platform::OpenMode::kCreateAlways) {
+      PX_RETURN_IF_ERROR(Change(path));
+    } else if (dead()) {
+      return Dead(path);
+    }
+    PX_ASSIGN_OR_RETURN(auto file, inner_.Open(path, mode));
+    return std::unique_ptr<platform::File>(std::make_unique<Wrapped>(*this, std::move(file)));
+  }
+  Status Rename(const std::string& temp, const std::string& target) override {
+    PX_RETURN_IF_ERROR(Change(target));
+    return inner_.Rename(temp, target);
+  }
+  Status Remove(const std::string& path) override {
+    PX_RETURN_IF_ERROR(Change(path));
+    return inner_.Remove(path);
+  }
+  bool Exists(const std::string& path) override { return inner_.Exists(path); }
+  Result<std::vector<platform::FolderEntry>> List(const std::string& folder) override {
+    if (dead()) return Dead(folder);
+    return inner_.List(folder);
+  }
+  Status CreateFolder(const std::string& path) override {
+    PX_RETURN_IF_ERROR(Change(path));
+    return inner_.CreateFolder(path);
+  }
+  Result<std::unique_ptr<platform::FileLock>> LockExclusive(const std::string& path) override {
+    if (dead()) return Dead(path);
+    return inner_.LockExclusive(path);
+  }
+
+ private:
+  class Wrapped final : public platform::File {
+   public:
+    Wrapped(DyingFiles& owner, std::unique_ptr<platform::File> inner)
+        : owner_(owner), inner_(std::move(inner)) {}
+    Result<size_t> ReadAt(uint64_t offset, std::span<uint8_t> buf) override {
+      if (owner_.dead()) return owner_.Dead(path());
+      return inner_->ReadAt(offset, buf);
+    }
+    Status WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override {
+      PX_RETURN_IF_ERROR(owner_.Change(path()));
+      return inner_->WriteAt(offset, bytes);
+    }
+    Status Append(std::span<const uint8_t> bytes) override {
+      PX_RETURN_IF_ERROR(owner_.Change(path()));
+      return inner_->Append(bytes);
+    }
+    Result<uint64_t> Size() override {
+      if (owner_.dead()) return owner_.Dead(path());
+      return inner_->Size();
+    }
+    Status Truncate(uint64_t size) override {
+      PX_RETURN_IF_ERROR(owner_.Change(path()));
+      return inner_->Truncate(size);
+    }
+    Status Sync() override {
+      PX_RETURN_IF_ERROR(owner_.Change(path()));
+      return inner_->Sync();
+    }
+    const std::string& path() const override { return inner_->path(); }
+
+   private:
+    DyingFiles& owner_;
+    std::unique_ptr<platform::File> inner_;
+  };
+
+  Status Dead(const std::string& path) const { return Status::IOError(path + ": killed"); }
+  Status Change(const std::string& path) {
+    if (dead()) return Dead(path);
+    ++changes_;
+    return dead() ? Dead(path) : Status::Ok();
+  }
+
+  uint64_t die_at_;  // 0: never
+  uint64_t changes_ = 0;
+  platform::FileLayer& inner_ = platform::SystemFiles();
+};
+
+}  // namespace px::testing
