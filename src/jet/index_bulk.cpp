@@ -142,10 +142,13 @@ Status EntryRuns::Add(Bytes key, RowPointer row) {
   if (buffer_.size() + length > buffer_bytes_ && !slots_.empty()) {
     PX_RETURN_IF_ERROR(WriteRun());
   }
-  slots_.push_back({uint32_t(buffer_.size()), uint16_t(length)});
+  const size_t at = buffer_.size();
   buffer_.insert(buffer_.end(), key.begin(), key.end());
   buffer_.insert(buffer_.end(),
                  {uint8_t(row.page >> 16), uint8_t(row.page >> 8), uint8_t(row.page), row.row});
+  uint64_t prefix = 0;
+  for (size_t i = 0; i < 8; ++i) prefix = prefix << 8 | (i < length ? buffer_[at + i] : 0);
+  slots_.push_back({prefix, uint32_t(at), uint16_t(length)});
   ++count_;
   return Status::Ok();
 }
@@ -162,7 +165,10 @@ void EntryRuns::Clear() {
 
 void EntryRuns::SortBuffer() {
   const uint8_t* base = buffer_.data();
+  // Prefixes that differ order their entries as the bytes do (a shorter entry's zero padding
+  // never sorts after a longer one's byte); equal ones are compared whole.
   std::sort(slots_.begin(), slots_.end(), [base](const Slot& a, const Slot& b) {
+    if (a.prefix != b.prefix) return a.prefix < b.prefix;
     return Compare(Bytes(base + a.at, a.length), Bytes(base + b.at, b.length)) < 0;
   });
 }

@@ -56,6 +56,7 @@ class EntryRuns {
 
  private:
   struct Slot {
+    uint64_t prefix;  // the first eight bytes, big-endian, zeros past the end: sorts first
     uint32_t at;
     uint16_t length;
   };

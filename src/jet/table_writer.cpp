@@ -308,6 +308,14 @@ Result<std::vector<uint8_t>> TableWriter::BuildRow(std::span<const Value> values
   auto refresh = [&] {
     for (size_t i = 0; i < enc.size(); ++i) data[i] = {enc[i].null, enc[i].bit, enc[i].bytes};
   };
+  bool new_long_value = false;
+  for (size_t i = 0; i < enc.size() && !new_long_value; ++i) {
+    new_long_value = IsLongValue(def_.columns[i]) && !enc[i].null && (keep.empty() || keep[i].null);
+  }
+  if (!new_long_value) {  // nothing to place apart from the row: one pass
+    refresh();
+    return EncodeRow(f_, def_, data, where);
+  }
   // Size of the row with every new long value as a bare descriptor, then inline values
   // taken in column order while the row stays within its limit.
   std::vector<std::vector<uint8_t>> payload(enc.size());

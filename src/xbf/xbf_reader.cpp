@@ -298,6 +298,11 @@ Status XbfReader::AddField(const std::vector<XmlAttribute>& attrs, const XmlToke
 
   by_xml_name_[*xml_name] = fields_.size();
   xml_names_.push_back(*xml_name);
+  // Text is taken as written (ParseValue() copies it unchanged).
+  const int t = f.ado_type;
+  text_field_.push_back(t == ado::kVarWChar || t == ado::kWChar || t == ado::kLongVarWChar ||
+                        t == ado::kVarChar || t == ado::kChar || t == ado::kLongVarChar ||
+                        t == ado::kBSTR);
   fields_.push_back(std::move(f));
   return Status::Ok();
 }
@@ -306,7 +311,13 @@ Status XbfReader::AddField(const std::vector<XmlAttribute>& attrs, const XmlToke
 // Rows
 
 Status XbfReader::ReadRowValues(const XmlToken& t, Row& row, bool overlay) {
-  if (!overlay) row.assign(fields_.size(), Null{});
+  // A row read over the last one keeps its texts' storage: fields the new row does not name
+  // become Null at the end.
+  const bool fresh = !overlay;
+  if (fresh) {
+    row.resize(fields_.size());
+    named_.assign(fields_.size(), false);
+  }
   const std::string* force_null = nullptr;
   size_t guess = 0;  // rows name their fields in schema order, mostly
   for (size_t i = 0; i < t.attribute_count; ++i) {
@@ -323,9 +334,23 @@ Status XbfReader::ReadRowValues(const XmlToken& t, Row& row, bool overlay) {
       field = it->second;
     }
     guess = field + 1;
+    if (fresh) named_[field] = true;
+    if (text_field_[field]) {
+      if (auto* s = std::get_if<std::string>(&row[field])) {
+        s->assign(a.value);
+      } else {
+        row[field] = a.value;
+      }
+      continue;
+    }
     auto v = ParseValue(fields_[field], a.value);
     if (!v.ok()) return Fail(t, v.status().message());
     row[field] = std::move(*v);
+  }
+  if (fresh) {
+    for (size_t i = 0; i < row.size(); ++i) {
+      if (!named_[i]) row[i] = Null{};
+    }
   }
   if (force_null) {
     size_t pos = 0;

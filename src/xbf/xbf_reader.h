@@ -62,6 +62,8 @@ class XbfReader : public RowSource {
   std::vector<FieldInfo> fields_;
   std::unordered_map<std::string, size_t> by_xml_name_;
   std::vector<std::string> xml_names_;  // by field
+  std::vector<bool> text_field_;        // by field: the value is the attribute's text
+  std::vector<bool> named_;             // by field: set by the row being read
   std::string step_name_, step_canon_;  // the last data-section tag, and Canon() of it
   RowsetOptions rowset_;
   std::vector<Block> blocks_;

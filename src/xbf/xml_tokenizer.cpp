@@ -65,6 +65,27 @@ class XmlTokenizer::Chars {
     column += int(chars);
     return p - start;
   }
+  // Consumes blanks (space, TAB, CR, LF) as Get() would, one buffer at a time.
+  void SkipBlanks() {
+    for (;;) {
+      if (error_.ok() && continuations_ == 0) {
+        for (const size_t end = out_.size(); pos_ < end; ++pos_) {
+          const char c = out_[pos_];
+          if (c == ' ' || c == '\t' || c == '\r') {
+            ++column;
+          } else if (c == '\n') {
+            ++line;
+            column = 1;
+          } else {
+            return;
+          }
+        }
+      }
+      const int c = Peek();
+      if (c != ' ' && c != '\t' && c != '\r' && c != '\n') return;
+      Get();
+    }
+  }
   const Status& error() const { return error_; }
   bool utf16le() const { return encoding_ == Encoding::kUtf16Le; }
 
@@ -276,7 +297,6 @@ constexpr bool EndsName(int c) {
 // and those the loop itself must see.
 struct PlainBytes {
   bool name[128] = {};
-  bool blank[128] = {};
   bool in_quote[128] = {};
   bool in_apostrophe[128] = {};
   constexpr PlainBytes() {
@@ -286,7 +306,6 @@ struct PlainBytes {
       in_quote[c] = value && c != '"';
       in_apostrophe[c] = value && c != '\'';
     }
-    blank[' '] = blank['\t'] = blank['\r'] = true;
   }
 };
 constexpr PlainBytes kPlain;
@@ -312,11 +331,7 @@ void AppendUtf8(std::string& out, uint32_t cp) {
 }  // namespace
 
 Status XmlTokenizer::SkipBlank() {
-  for (;;) {
-    chars_->TakeRun(kPlain.blank, false, nullptr, SIZE_MAX);
-    if (!IsBlank(chars_->Peek())) break;
-    chars_->Get();
-  }
+  chars_->SkipBlanks();
   if (chars_->Peek() == -2) return Error("");
   return Status::Ok();
 }
