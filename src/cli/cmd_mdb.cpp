@@ -4,11 +4,13 @@
 //   mdb satirlar DOSYA TABLO    JSON Lines, one object a row, keys in column order
 //   mdb yarat DOSYA             a new, empty Jet 4 database; refuses an existing file
 //   mdb kopyala KAYNAK HEDEF [TABLO ...]
-//                               copies tables (columns, keys, indexes, rows) into HEDEF,
-//                               created when missing, in one transaction
+//                               copies tables (columns, keys, indexes, rows) and the
+//                               relationships among them into HEDEF, created when missing,
+//                               in one transaction
 //   mdb kontrol DOSYA           integrity check (cmd_mdb_kontrol.cpp)
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -137,12 +139,74 @@ void RunYarat(const std::string& path) {
   if (!writer.ok()) Fail(writer.status());
 }
 
+// The tables a copy takes, each with its indexes in the order the copy adds them, which
+// is the order it numbers them in: the table's own indexes first, then the foreign keys
+// of relationships whose other table is copied too, each group in Jet's numbering.
+struct CopyPlan {
+  struct Table {
+    const jet::CatalogEntry* entry;
+    jet::TableDef def;
+    std::vector<const jet::LogicalIndex*> own;
+    std::vector<const jet::LogicalIndex*> foreign;
+  };
+  std::vector<Table> tables;
+  // (definition page, index number) in the source: the index's number in the copy
+  std::map<std::pair<uint32_t, uint32_t>, uint32_t> numbers;
+  std::map<uint32_t, std::string> names;  // definition page: table name
+};
+
+Result<CopyPlan> PlanCopy(jet::Database& from,
+                          const std::vector<const jet::CatalogEntry*>& chosen) {
+  CopyPlan plan;
+  for (const jet::CatalogEntry* e : chosen) {
+    PX_ASSIGN_OR_RETURN(jet::TableDef def, from.ReadDefinition(*e));
+    plan.names[def.page] = e->name;
+    plan.tables.push_back({e, std::move(def), {}, {}});
+  }
+  for (CopyPlan::Table& t : plan.tables) {
+    std::vector<const jet::LogicalIndex*> all;
+    for (const jet::LogicalIndex& l : t.def.logical_indexes) all.push_back(&l);
+    std::sort(all.begin(), all.end(),
+              [](const auto* a, const auto* b) { return a->number < b->number; });
+    for (const jet::LogicalIndex* l : all) {
+      if (l->type != jet::kLogicalIndexForeign) {
+        t.own.push_back(l);
+      } else if (plan.names.count(l->related_table_page) != 0) {
+        t.foreign.push_back(l);
+      }
+    }
+    uint32_t number = 0;
+    for (const auto* group : {&t.own, &t.foreign}) {
+      for (const jet::LogicalIndex* l : *group) plan.numbers[{t.def.page, l->number}] = number++;
+    }
+  }
+  return plan;
+}
+
+Result<jet::IndexSpec> IndexSpecOf(jet::Database& from, const jet::TableDef& def,
+                                   const jet::LogicalIndex& l) {
+  const jet::RealIndex& r = def.real_indexes[l.real_index];
+  jet::IndexSpec index;
+  index.name = l.name;
+  index.primary = l.type == jet::kLogicalIndexPrimary;
+  index.unique = r.unique();
+  index.ignore_nulls = (r.flags & jet::idxflag::kIgnoreNulls) != 0;
+  index.required = (r.flags & jet::idxflag::kRequired) != 0;
+  for (const jet::IndexColumn& ic : r.columns) {
+    const int at = def.ColumnByNumber(ic.column_number);
+    if (at < 0) return Status::Corruption(from.file_name() + ": index " + l.name);
+    index.columns.emplace_back(def.columns[size_t(at)].name, ic.ascending);
+  }
+  return index;
+}
+
 // The definition of one table of `from` recreated in `to`: columns in field order with
-// their properties, then every index that is not a foreign key's.
-Status CopyDefinition(jet::Database& from, const jet::CatalogEntry& table, jet::Writer& to) {
-  PX_ASSIGN_OR_RETURN(jet::TableSchema schema, from.ReadSchema(table));
-  PX_ASSIGN_OR_RETURN(jet::TableDef def, from.ReadDefinition(table));
-  PX_RETURN_IF_ERROR(to.CreateTable(table.name));
+// their properties, then the table's own indexes (the foreign keys come with the
+// relationships, once every table is there).
+Status CopyDefinition(jet::Database& from, const CopyPlan::Table& table, jet::Writer& to) {
+  const std::string& name = table.entry->name;
+  PX_ASSIGN_OR_RETURN(jet::TableSchema schema, from.ReadSchema(*table.entry));
+  PX_RETURN_IF_ERROR(to.CreateTable(name));
   for (const FieldInfo& f : schema.fields) {
     jet::ColumnSpec c;
     c.name = f.name;
@@ -153,31 +217,79 @@ Status CopyDefinition(jet::Database& from, const jet::CatalogEntry& table, jet::
     c.allow_zero_length = f.allow_zero_length;
     c.required = f.required;
     c.autoincrement = f.autonumber;
-    PX_RETURN_IF_ERROR(to.AddColumn(table.name, c));
+    PX_RETURN_IF_ERROR(to.AddColumn(name, c));
   }
-  // In the order Jet numbered them, so that the copy numbers them alike.
-  std::vector<const jet::LogicalIndex*> indexes;
-  for (const jet::LogicalIndex& l : def.logical_indexes) indexes.push_back(&l);
-  std::sort(indexes.begin(), indexes.end(),
-            [](const auto* a, const auto* b) { return a->number < b->number; });
-  for (const jet::LogicalIndex* li : indexes) {
-    const jet::LogicalIndex& l = *li;
-    if (l.type == jet::kLogicalIndexForeign) continue;
-    const jet::RealIndex& r = def.real_indexes[l.real_index];
-    jet::IndexSpec index;
-    index.name = l.name;
-    index.primary = l.type == jet::kLogicalIndexPrimary;
-    index.unique = r.unique();
-    index.ignore_nulls = (r.flags & jet::idxflag::kIgnoreNulls) != 0;
-    index.required = (r.flags & jet::idxflag::kRequired) != 0;
-    for (const jet::IndexColumn& ic : r.columns) {
-      const int at = def.ColumnByNumber(ic.column_number);
-      if (at < 0) return Status::Corruption(from.file_name() + ": index " + l.name);
-      index.columns.emplace_back(def.columns[size_t(at)].name, ic.ascending);
-    }
-    PX_RETURN_IF_ERROR(to.AddIndex(table.name, index));
+  for (const jet::LogicalIndex* l : table.own) {
+    PX_ASSIGN_OR_RETURN(jet::IndexSpec index, IndexSpecOf(from, table.def, *l));
+    PX_RETURN_IF_ERROR(to.AddIndex(name, index));
   }
   return Status::Ok();
+}
+
+// The relationships among the copied tables: both ends' foreign-key indexes, then their
+// MSysRelationships rows.
+Status CopyRelationships(jet::Database& from, const CopyPlan& plan, jet::Writer& to) {
+  const jet::JetFormat& f = from.format();
+  for (const CopyPlan::Table& t : plan.tables) {
+    for (const jet::LogicalIndex* l : t.foreign) {
+      PX_ASSIGN_OR_RETURN(jet::IndexSpec index, IndexSpecOf(from, t.def, *l));
+      auto other = plan.numbers.find({l->related_table_page, uint32_t(l->related_index)});
+      if (other == plan.numbers.end()) {
+        return Status::Corruption(from.file_name() + ": table " + t.entry->name + ", index " +
+                                  l->name + ": the relationship names index " +
+                                  std::to_string(l->related_index) + " of table " +
+                                  plan.names.at(l->related_table_page) + ", which it lacks");
+      }
+      jet::IndexSpec::ForeignKey fk;
+      fk.other_table = plan.names.at(l->related_table_page);
+      fk.other_index = other->second;
+      fk.table_type = l->related_table_type;
+      if (l->raw.size() == f.logical_idx_size) {
+        fk.cascade_update = l->raw[f.logical_idx_type - 2];
+        fk.cascade_delete = l->raw[f.logical_idx_type - 1];
+      }
+      index.primary = false;
+      index.foreign_key = fk;
+      PX_RETURN_IF_ERROR(to.AddIndex(t.entry->name, index));
+    }
+  }
+  const std::string kRelationships = "MSysRelationships";
+  if (from.FindTable(kRelationships) == nullptr) return Status::Ok();
+  PX_ASSIGN_OR_RETURN(jet::TableSchema source, from.ReadSchema(kRelationships));
+  PX_ASSIGN_OR_RETURN(jet::TableSchema target, to.db().ReadSchema(kRelationships));
+  // Target field i takes source field at[i] (-1: none).
+  std::vector<int> at(target.fields.size(), -1);
+  int object = -1, referenced = -1;
+  for (size_t i = 0; i < source.fields.size(); ++i) {
+    const std::string& n = source.fields[i].name;
+    if (n == "szObject") object = int(i);
+    if (n == "szReferencedObject") referenced = int(i);
+    for (size_t k = 0; k < target.fields.size(); ++k) {
+      if (target.fields[k].name == n) at[k] = int(i);
+    }
+  }
+  if (object < 0 || referenced < 0) {
+    return Status::Corruption(from.file_name() +
+                              ": MSysRelationships lacks szObject or "
+                              "szReferencedObject");
+  }
+  auto copied = [&](const Value& v) {
+    const auto* s = std::get_if<std::string>(&v);
+    if (s == nullptr) return false;
+    for (const auto& [page, name] : plan.names) {
+      if (name == *s) return true;
+    }
+    return false;
+  };
+  PX_ASSIGN_OR_RETURN(auto reader, from.OpenTable(kRelationships));
+  Row row;
+  std::vector<Value> out(target.fields.size());
+  while (reader->Next(row)) {
+    if (!copied(row[size_t(object)]) || !copied(row[size_t(referenced)])) continue;
+    for (size_t k = 0; k < out.size(); ++k) out[k] = at[k] < 0 ? Value(Null{}) : row[size_t(at[k])];
+    PX_RETURN_IF_ERROR(to.InsertRow(kRelationships, out));
+  }
+  return reader->status();
 }
 
 Status CopyRows(jet::Database& from, const std::string& table, jet::Writer& to) {
@@ -205,11 +317,14 @@ void RunKopyala(const std::string& source, const std::string& target,
       chosen.push_back(e);
     }
   }
+  auto plan = PlanCopy(*from, chosen);
+  if (!plan.ok()) Fail(plan.status());
   Status st = (*to)->Begin();
-  for (const jet::CatalogEntry* e : chosen) {
-    if (st.ok()) st = CopyDefinition(*from, *e, **to);
-    if (st.ok()) st = CopyRows(*from, e->name, **to);
+  for (const CopyPlan::Table& t : plan->tables) {
+    if (st.ok()) st = CopyDefinition(*from, t, **to);
+    if (st.ok()) st = CopyRows(*from, t.entry->name, **to);
   }
+  if (st.ok()) st = CopyRelationships(*from, *plan, **to);
   if (st.ok()) st = (*to)->Commit();
   if (!st.ok()) {
     (void)(*to)->Rollback();

@@ -2,6 +2,12 @@
 
 #include <cstring>
 
+#if defined(__x86_64__) || defined(__i386__)
+#include <cpuid.h>
+#include <immintrin.h>
+#define PX_SHA_X86 1
+#endif
+
 namespace px {
 namespace {
 
@@ -19,13 +25,7 @@ constexpr uint32_t Rotr(uint32_t x, int n) {
   return (x >> n) | (x << (32 - n));
 }
 
-}  // namespace
-
-Sha256::Sha256()
-    : h_{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
-         0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19} {}
-
-void Sha256::Block(const uint8_t* p) {
+void PortableBlock(std::array<uint32_t, 8>& state, const uint8_t* p) {
   std::array<uint32_t, 64> w;
   for (int i = 0; i < 16; ++i) {
     w[i] = uint32_t(p[4 * i]) << 24 | uint32_t(p[4 * i + 1]) << 16 | uint32_t(p[4 * i + 2]) << 8 |
@@ -36,7 +36,8 @@ void Sha256::Block(const uint8_t* p) {
     const uint32_t s1 = Rotr(w[i - 2], 17) ^ Rotr(w[i - 2], 19) ^ (w[i - 2] >> 10);
     w[i] = w[i - 16] + s0 + w[i - 7] + s1;
   }
-  uint32_t a = h_[0], b = h_[1], c = h_[2], d = h_[3], e = h_[4], f = h_[5], g = h_[6], h = h_[7];
+  uint32_t a = state[0], b = state[1], c = state[2], d = state[3], e = state[4], f = state[5],
+           g = state[6], h = state[7];
   for (int i = 0; i < 64; ++i) {
     const uint32_t t1 =
         h + (Rotr(e, 6) ^ Rotr(e, 11) ^ Rotr(e, 25)) + ((e & f) ^ (~e & g)) + kK[i] + w[i];
@@ -50,14 +51,88 @@ void Sha256::Block(const uint8_t* p) {
     b = a;
     a = t1 + t2;
   }
-  h_[0] += a;
-  h_[1] += b;
-  h_[2] += c;
-  h_[3] += d;
-  h_[4] += e;
-  h_[5] += f;
-  h_[6] += g;
-  h_[7] += h;
+  state[0] += a;
+  state[1] += b;
+  state[2] += c;
+  state[3] += d;
+  state[4] += e;
+  state[5] += f;
+  state[6] += g;
+  state[7] += h;
+}
+
+#if PX_SHA_X86
+// SHA-NI, SSSE3 and SSE4.1, as the x86 SHA extensions need them.
+bool HasShaInstructions() {
+  unsigned a, b, c, d;
+  if (!__get_cpuid(1, &a, &b, &c, &d)) return false;
+  const bool ssse3 = c & (1u << 9), sse41 = c & (1u << 19);
+  if (!__get_cpuid_count(7, 0, &a, &b, &c, &d)) return false;
+  return ssse3 && sse41 && (b & (1u << 29));
+}
+
+// The state lives in two registers as the instructions want it: ABEF and CDGH. Each
+// sha256rnds2 does two rounds and swaps the roles of the two.
+__attribute__((target("sha,ssse3,sse4.1"))) void ShaNiBlocks(std::array<uint32_t, 8>& h,
+                                                             const uint8_t* p, size_t n) {
+  const __m128i byte_swap = _mm_set_epi64x(0x0c0d0e0f08090a0bLL, 0x0405060700010203LL);
+  __m128i dcba = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&h[0]));
+  __m128i hgfe = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&h[4]));
+  const __m128i cdab = _mm_shuffle_epi32(dcba, 0xB1);
+  const __m128i efgh = _mm_shuffle_epi32(hgfe, 0x1B);
+  __m128i abef = _mm_alignr_epi8(cdab, efgh, 8);
+  __m128i cdgh = _mm_blend_epi16(efgh, cdab, 0xF0);
+  for (; n > 0; --n, p += 64) {
+    const __m128i abef_before = abef, cdgh_before = cdgh;
+    __m128i w[4];
+    for (int g = 0; g < 16; ++g) {  // four rounds a group
+      __m128i& m = w[g % 4];
+      if (g < 4) {
+        m = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * g)),
+                             byte_swap);
+      } else {
+        // W[t] = s1(W[t-2]) + W[t-7] + s0(W[t-15]) + W[t-16], four at a time.
+        const __m128i& back4 = w[(g + 3) % 4];
+        const __m128i back7 = _mm_alignr_epi8(back4, w[(g + 2) % 4], 4);
+        m = _mm_sha256msg2_epu32(_mm_add_epi32(_mm_sha256msg1_epu32(m, w[(g + 1) % 4]), back7),
+                                 back4);
+      }
+      __m128i wk = _mm_add_epi32(m, _mm_loadu_si128(reinterpret_cast<const __m128i*>(&kK[4 * g])));
+      cdgh = _mm_sha256rnds2_epu32(cdgh, abef, wk);
+      wk = _mm_shuffle_epi32(wk, 0x0E);
+      abef = _mm_sha256rnds2_epu32(abef, cdgh, wk);
+    }
+    abef = _mm_add_epi32(abef, abef_before);
+    cdgh = _mm_add_epi32(cdgh, cdgh_before);
+  }
+  const __m128i feba = _mm_shuffle_epi32(abef, 0x1B);
+  const __m128i dchg = _mm_shuffle_epi32(cdgh, 0xB1);
+  dcba = _mm_blend_epi16(feba, dchg, 0xF0);
+  hgfe = _mm_alignr_epi8(dchg, feba, 8);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(&h[0]), dcba);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(&h[4]), hgfe);
+}
+#endif
+
+}  // namespace
+
+Sha256::Sha256(Engine engine)
+    : h_{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
+         0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19} {
+#if PX_SHA_X86
+  static const bool has_sha = HasShaInstructions();
+  accelerated_ = engine == Engine::kBest && has_sha;
+#else
+  (void)engine;
+  accelerated_ = false;
+#endif
+}
+
+void Sha256::Blocks(const uint8_t* p, size_t n) {
+#if PX_SHA_X86
+  if (accelerated_) return ShaNiBlocks(h_, p, n);
+#endif
+  for (; n > 0; --n, p += 64) PortableBlock(h_, p);
 }
 
 void Sha256::Update(std::string_view bytes) {
@@ -71,10 +146,12 @@ void Sha256::Update(std::string_view bytes) {
     p += take;
     n -= take;
     if (used_ < buf_.size()) return;
-    Block(buf_.data());
+    Blocks(buf_.data(), 1);
     used_ = 0;
   }
-  for (; n >= 64; p += 64, n -= 64) Block(p);
+  Blocks(p, n / 64);
+  p += n / 64 * 64;
+  n %= 64;
   if (n > 0) std::memcpy(buf_.data(), p, n);
   used_ = n;
 }
@@ -84,12 +161,12 @@ std::string Sha256::HexDigest() {
   buf_[used_++] = 0x80;
   if (used_ > 56) {
     std::memset(buf_.data() + used_, 0, 64 - used_);
-    Block(buf_.data());
+    Blocks(buf_.data(), 1);
     used_ = 0;
   }
   std::memset(buf_.data() + used_, 0, 56 - used_);
   for (int i = 0; i < 8; ++i) buf_[56 + i] = uint8_t(bits >> (56 - 8 * i));
-  Block(buf_.data());
+  Blocks(buf_.data(), 1);
   static constexpr char kHex[] = "0123456789abcdef";
   std::string out;
   for (uint32_t v : h_) {

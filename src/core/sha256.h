@@ -10,14 +10,19 @@ namespace px {
 
 class Sha256 {
  public:
-  Sha256();
+  // kBest uses the processor's SHA instructions where it has them; both give the same
+  // digests.
+  enum class Engine { kBest, kPortable };
+  explicit Sha256(Engine engine = Engine::kBest);
   void Update(std::string_view bytes);
   // The digest as 64 lower-case hexadecimal digits; the object is spent afterwards.
   std::string HexDigest();
 
  private:
-  void Block(const uint8_t* p);
+  // Hashes `n` 64-byte blocks at `p`.
+  void Blocks(const uint8_t* p, size_t n);
 
+  bool accelerated_;
   std::array<uint32_t, 8> h_;
   std::array<uint8_t, 64> buf_{};
   size_t used_ = 0;

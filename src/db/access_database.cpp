@@ -43,6 +43,8 @@ class AccessDatabase final : public Database, private TableStore {
     return ExecuteWriteStatement(*this, sql);
   }
 
+  Result<int64_t> Insert(const InsertStatement& st) override { return insert_.Run(*this, st); }
+
   Status AddRow(std::string_view table, const std::vector<FieldInfo>& fields,
                 const Row& values) override {
     return InsertByFieldName(*this, table, fields, values);
@@ -146,6 +148,7 @@ class AccessDatabase final : public Database, private TableStore {
   }
 
   std::unique_ptr<jet::Writer> writer_;
+  PreparedInsert insert_;
   // Fields of the tables statements have named, until the next change of tables or columns.
   std::map<std::string, TableFields> fields_;
   std::string last_name_;

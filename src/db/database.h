@@ -19,6 +19,7 @@
 #include "core/result.h"
 #include "core/value.h"
 #include "db/connection.h"
+#include "db/write_sql.h"
 
 namespace px::db {
 
@@ -51,6 +52,9 @@ class Database : public Connection {
   // "DELETE FROM t", "INSERT INTO t (...) Values (...)", "UPDATE t SET ... WHERE ...":
   // the number of rows affected. Anything else is refused with an error quoting it.
   virtual Result<int64_t> Execute(std::string_view sql) = 0;
+  // The same INSERT given as its parts (db/write_sql.h): what Execute(InsertText(st)) does.
+  // A backend that runs the parts itself skips making and parsing the text of every row.
+  virtual Result<int64_t> Insert(const InsertStatement& st) { return Execute(InsertText(st)); }
 
   // A recordset's AddNew, one assignment per field by name, Update. Fields the table
   // lacks are an error naming the table and the field.

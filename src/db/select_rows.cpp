@@ -119,6 +119,8 @@ int CompareForOrder(const Value& a, const Value& b) {
 
 Result<std::unique_ptr<RowSource>> SelectRows(std::unique_ptr<RowSource> table,
                                               const SelectStatement& st) {
+  // "SELECT * FROM t" is the table's own stream: rows go straight into the caller's row.
+  if (st.columns.empty() && st.where.empty() && st.order_by.empty()) return table;
   const std::vector<FieldInfo>& fields = table->fields();
   std::vector<size_t> projection;
   if (st.columns.empty()) {

@@ -264,4 +264,19 @@ std::string ExprText(const SqlExpr& e) {
   return {};
 }
 
+std::string InsertText(const InsertStatement& st) {
+  std::string sql = "INSERT INTO " + st.table + " (";
+  for (size_t i = 0; i < st.columns.size(); ++i) {
+    if (i > 0) sql += ", ";
+    sql += st.columns[i] == "Key" ? "[Key]" : st.columns[i];
+  }
+  sql += ") Values (";
+  for (size_t i = 0; i < st.values.size(); ++i) {
+    if (i > 0) sql += ",";
+    sql += ExprText(st.values[i]);
+  }
+  sql += ")";
+  return sql;
+}
+
 }  // namespace px::db

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "core/result.h"
+#include "core/value.h"
 
 namespace px::db {
 
@@ -35,6 +36,10 @@ struct SqlExpr {
   std::vector<SqlExpr> args;
   int64_t start = 0;
   std::optional<int64_t> length;
+  // For a literal given as a statement's parts: the value `text` was made from, when the
+  // caller keeps it alive until the statement has run. A column takes it directly where
+  // reading `text` back gives that value unchanged; never set by the parser.
+  const Value* bound = nullptr;
 
   bool IsLiteral() const {
     return kind == Kind::kNull || kind == Kind::kText || kind == Kind::kNumber ||
@@ -76,5 +81,9 @@ Result<WriteStatement> ParseWriteStatement(std::string_view sql);
 
 // The expression as SQL text, for messages: "MID(k, 4, 3)", "'005' + MID(k, 4, 3)".
 std::string ExprText(const SqlExpr& e);
+
+// The statement as text, as the restore writes it: "INSERT INTO t (a, [Key]) Values ('x',Null)".
+// Only a column named Key, a reserved word, is bracketed; values are joined without blanks.
+std::string InsertText(const InsertStatement& st);
 
 }  // namespace px::db

@@ -1,7 +1,10 @@
 #include "db/write_statements.h"
 
+#include <climits>
+#include <cmath>
 #include <optional>
 
+#include "core/value_text.h"
 #include "db/field_index.h"
 #include "db/jet_criteria.h"
 #include "db/jet_text.h"
@@ -48,8 +51,49 @@ Status CheckColumnValue(const std::string& table, const FieldInfo& field, Value&
   return Status::Ok();
 }
 
+// The column's value of a literal made from `*e.bound`, without reading its text, where
+// reading the text back is known to give the same value: numbers the text writes in their
+// shortest exact form, money in its plain form, and dates in whole seconds. Anything else
+// (text, numbers out of the column's range, subnormal doubles that read back as zero,
+// dates outside years 100 to 9999, which the text refuses) goes through the text.
+std::optional<Value> BoundValue(const FieldInfo& field, const SqlExpr& e) {
+  const Value& v = *e.bound;
+  if (e.kind == SqlExpr::Kind::kMoney) {
+    const auto* c = std::get_if<Currency>(&v);
+    if (c != nullptr && field.ado_type == ado::kCurrency) return Value(*c);
+    return std::nullopt;
+  }
+  if (e.kind != SqlExpr::Kind::kText) return std::nullopt;
+  switch (field.ado_type) {
+    case ado::kDouble:
+      if (const double* d = std::get_if<double>(&v)) {
+        if (*d == 0) return Value(0.0);  // "-0" reads back as 0
+        if (std::isnormal(*d)) return Value(*d);
+      }
+      return std::nullopt;
+    case ado::kInteger:
+      if (const int64_t* i = std::get_if<int64_t>(&v)) {
+        if (*i >= INT32_MIN && *i <= INT32_MAX) return Value(*i);
+      }
+      return std::nullopt;
+    case ado::kDate:
+      if (const OleDate* d = std::get_if<OleDate>(&v)) {
+        auto parts = OleDateToParts(d->days);
+        if (!parts || parts->year < 100 || parts->year > 9999) return std::nullopt;
+        parts->millisecond = 0;
+        return Value(OleDate{PartsToOleDate(*parts)});
+      }
+      return std::nullopt;
+    default:
+      return std::nullopt;
+  }
+}
+
 // A literal of a statement as the column's value.
 Result<Value> LiteralValue(const std::string& table, const FieldInfo& field, const SqlExpr& e) {
+  if (e.bound != nullptr) {
+    if (auto v = BoundValue(field, e)) return std::move(*v);
+  }
   Result<Value> v = Value(Null{});
   switch (e.kind) {
     case SqlExpr::Kind::kNull:
@@ -241,11 +285,35 @@ Result<int64_t> RunDelete(TableStore& store, const DeleteStatement& st) {
   return int64_t(n);
 }
 
+// Where each named field sits in the table. A restore names the same fields row after row:
+// their places are looked up once. A remembered place counts only where the table still has
+// the field by that exact name.
+Status FieldPlaces(const TableFields& table, std::span<const std::string> names,
+                   std::vector<size_t>& places) {
+  bool known = places.size() == names.size();
+  for (size_t k = 0; known && k < names.size(); ++k) {
+    known = places[k] < table.fields.size() && table.fields[places[k]].name == names[k];
+  }
+  if (known) return Status::Ok();
+  places.clear();
+  for (const std::string& name : names) {
+    auto i = FindField(table.fields, name, table.name);
+    if (!i.ok()) {
+      places.clear();
+      return i.status();
+    }
+    places.push_back(*i);
+  }
+  return Status::Ok();
+}
+
 Result<int64_t> RunInsert(TableStore& store, const InsertStatement& st) {
   PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(st.table));
+  static thread_local std::vector<size_t> places;
+  PX_RETURN_IF_ERROR(FieldPlaces(*table, st.columns, places));
   Row row(table->fields.size(), Value(Null{}));
   for (size_t k = 0; k < st.columns.size(); ++k) {
-    PX_ASSIGN_OR_RETURN(size_t i, FindField(table->fields, st.columns[k], table->name));
+    const size_t i = places[k];
     PX_ASSIGN_OR_RETURN(row[i], LiteralValue(table->name, table->fields[i], st.values[k]));
   }
   for (size_t i = 0; i < row.size(); ++i) {
@@ -288,6 +356,28 @@ Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql) {
     return n.status().WithContext("SQL \"" + std::string(sql) + "\"");
   }
   return n;
+}
+
+Result<int64_t> ExecuteInsert(TableStore& store, const InsertStatement& st) {
+  Result<int64_t> n = RunInsert(store, st);
+  if (!n.ok() && n.status().IsNotSupported()) {
+    return n.status().WithContext("SQL \"" + InsertText(st) + "\"");
+  }
+  return n;
+}
+
+Result<int64_t> PreparedInsert::Run(TableStore& store, const InsertStatement& st) {
+  if (!ready_ || st.table != table_ || st.columns != columns_) {
+    // A new shape runs through its text once, so that whatever the parser refuses is
+    // refused the same way.
+    ready_ = false;
+    PX_ASSIGN_OR_RETURN(int64_t n, ExecuteWriteStatement(store, InsertText(st)));
+    table_ = st.table;
+    columns_ = st.columns;
+    ready_ = true;
+    return n;
+  }
+  return ExecuteInsert(store, st);
 }
 
 Status InsertByFieldName(TableStore& store, std::string_view table_name,

@@ -5,7 +5,8 @@
 // decided here, the same for both: names matched without regard to case, each value
 // converted to its column's type as Jet converts text (db/jet_text.h), Null refused for
 // Required columns, text longer than its column refused, Null stored as No in Yes/No
-// columns, AutoNumber columns not updatable. Errors name the table and the column, and the value when one is at fault.
+// columns, AutoNumber columns not updatable. Errors name the table and the column, and the value
+// when one is at fault.
 
 #include <cstdint>
 #include <functional>
@@ -16,6 +17,7 @@
 
 #include "core/result.h"
 #include "core/value.h"
+#include "db/write_sql.h"
 
 namespace px::db {
 
@@ -41,6 +43,25 @@ class TableStore {
 // Parses and runs one "DELETE FROM", "INSERT INTO" or "UPDATE" statement; the number of
 // rows affected.
 Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql);
+
+// Runs an INSERT given as its parts exactly as ExecuteWriteStatement() runs its text
+// (db/write_sql.h InsertText), without making or parsing the text: 1, the rows added. The
+// parts are taken as the parser would give them: `st` must be what ParseWriteStatement()
+// makes of InsertText(st) (PreparedInsert below checks that once per shape).
+Result<int64_t> ExecuteInsert(TableStore& store, const InsertStatement& st);
+
+// Inserts given as parts, row after row into the same table with the same columns: the
+// statement's shape (table, columns) is checked once by parsing its text, which refuses what
+// the text would be refused for; later rows of that shape run without any text.
+class PreparedInsert {
+ public:
+  Result<int64_t> Run(TableStore& store, const InsertStatement& st);
+
+ private:
+  std::string table_;
+  std::vector<std::string> columns_;
+  bool ready_ = false;
+};
 
 // A recordset's AddNew, one assignment per field by name, Update: `values[i]` goes to the
 // table's field named `fields[i].name`; fields left out are Null. A field the table lacks

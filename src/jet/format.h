@@ -95,6 +95,9 @@ struct JetFormat {
   // Table definition header.
   size_t tdef_row_count;
   size_t tdef_autonumber;
+  // The AutoNumber increment (signed, 32 bits; Access writes 1); 0 = Jet 3 has none and
+  // always counts by 1.
+  size_t tdef_autonumber_increment;
   size_t tdef_table_type;
   size_t tdef_max_cols;
   size_t tdef_var_cols;
@@ -163,6 +166,7 @@ inline constexpr JetFormat kJet3Format = {
     .data_row_table = 10,
     .tdef_row_count = 0x0C,
     .tdef_autonumber = 0x10,
+    .tdef_autonumber_increment = 0,
     .tdef_table_type = 0x14,
     .tdef_max_cols = 0x15,
     .tdef_var_cols = 0x17,
@@ -221,6 +225,7 @@ inline constexpr JetFormat kJet4Format = {
     .data_row_table = 14,
     .tdef_row_count = 0x10,
     .tdef_autonumber = 0x14,
+    .tdef_autonumber_increment = 0x18,
     .tdef_table_type = 0x28,
     .tdef_max_cols = 0x29,
     .tdef_var_cols = 0x2B,

@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "jet/data_page.h"
+#include "jet/free_pages.h"
 #include "jet/index_verify.h"
 #include "jet/row_codec.h"
 #include "jet/usage_map.h"
@@ -12,7 +13,6 @@ namespace px::jet {
 
 namespace {
 
-constexpr RowPointer kGlobalPageMap{1, 0};
 constexpr uint32_t kHeaderPage = 0;
 constexpr uint8_t kSystemTableType = 0x53;  // 'S'; user tables are 'N'
 
@@ -23,6 +23,7 @@ class Checker {
   IntegrityReport Run() {
     used_.insert(kHeaderPage);
     used_.insert(kGlobalPageMap.page);
+    MarkBitmapPages(kGlobalPageMap);
     for (const CatalogEntry& e : db_.tables()) {
       if (e.has_tdef()) CheckTable(e);
     }
@@ -42,9 +43,20 @@ class Checker {
     }
   }
 
+  // The bitmap pages a reference map names are in use.
+  void MarkBitmapPages(RowPointer where) {
+    Page holder;
+    auto row = ReadRowAt(db_.pager(), db_.format(), where, holder);
+    if (!row.ok() || row->empty() || (*row)[0] != kUsageMapReference) return;
+    for (size_t off = 1; off + 4 <= row->size(); off += 4) {
+      if (const uint32_t page = LoadLe32(row->data() + off); page != 0) used_.insert(page);
+    }
+  }
+
   void MarkMap(RowPointer where, const std::string& what, std::vector<std::string>& found) {
     if (where.page == 0) return;
     used_.insert(where.page);
+    MarkBitmapPages(where);
     auto cursor = UsageMapCursor::Open(db_.pager(), db_.format(), where, what);
     if (!cursor.ok()) {
       found.push_back(cursor.status().message());
@@ -81,16 +93,23 @@ class Checker {
     };
     MarkMap(def->owned_map, what, found);
     if (def->free_map.page != 0) used_.insert(def->free_map.page);
+    for (const LongValueMaps& lv : def->long_value_maps) {
+      MarkMap(lv.owned, what + ", long values", found);
+      if (lv.free.page != 0) used_.insert(lv.free.page);
+    }
 
     // Rows through the owned-pages map.
     std::vector<int> all(def->columns.size());
     for (size_t i = 0; i < all.size(); ++i) all[i] = int(i);
     std::vector<uint32_t> rows;
-    std::vector<std::pair<size_t, int64_t>> autonumber_max;  // column, largest value
+    // column, the value furthest along the way the counter goes (up, or down when the
+    // increment is negative)
+    const bool counts_down = def->autonumber_increment < 0;
+    std::vector<std::pair<size_t, int64_t>> autonumber_max;
     for (size_t i = 0; i < def->columns.size(); ++i) {
       const ColumnDef& c = def->columns[i];
       if (c.type == coltype::kLong && (c.flags & colflag::kAutoLong)) {
-        autonumber_max.emplace_back(i, INT64_MIN);
+        autonumber_max.emplace_back(i, counts_down ? INT64_MAX : INT64_MIN);
       }
     }
     auto reader =
@@ -102,7 +121,9 @@ class Checker {
       while ((*reader)->Next(row)) {
         rows.push_back(PackRowPointer((*reader)->last_row_pointer()));
         for (auto& [col, max] : autonumber_max) {
-          if (const auto* v = std::get_if<int64_t>(&row[col])) max = std::max(max, *v);
+          if (const auto* v = std::get_if<int64_t>(&row[col])) {
+            max = counts_down ? std::min(max, *v) : std::max(max, *v);
+          }
         }
       }
       if (!(*reader)->status().ok()) note((*reader)->status().message());
@@ -116,10 +137,12 @@ class Checker {
            std::to_string(def->row_count) + " rows, its pages hold " + std::to_string(rows.size()));
     }
     for (const auto& [col, max] : autonumber_max) {
-      if (max != INT64_MIN && max > int64_t(int32_t(def->autonumber_last))) {
+      const int64_t last = int32_t(def->autonumber_last);
+      if (counts_down ? max < last : (max != INT64_MIN && max > last)) {
         note(File() + what + ": AutoNumber column " + def->columns[col].name + " holds " +
-             std::to_string(max) + ", above the last value issued (" +
-             std::to_string(int32_t(def->autonumber_last)) + "); new rows would repeat numbers");
+             std::to_string(max) + ", " + (counts_down ? "below" : "above") +
+             " the last value issued (" + std::to_string(int32_t(def->autonumber_last)) +
+             "); new rows would repeat numbers");
       }
     }
     AddAll(found, more);

@@ -194,6 +194,10 @@ Result<std::unique_ptr<PageStore>> PageStore::Open(platform::FileLayer& files,
                               ": page 1 (global usage map) is beyond "
                               "the end of the file");
   }
+  auto free = ReadFreePages(*store->pager_, *header.format, store->page_count_);
+  if (!free.ok()) return free.status();
+  store->free_ = std::move(*free);
+  store->committed_free_ = store->free_;
   return store;
 }
 
@@ -342,34 +346,19 @@ Status PageStore::MarkGlobal(uint32_t number, bool free) {
   uint8_t* row = &p[start];
   const size_t row_len = end - start;
   if (row[0] == kUsageMapInline) {
-    uint32_t first = LoadLe32(row + 1);
+    const uint32_t first = LoadLe32(row + 1);
     const size_t bits = (row_len - 5) * 8;
-    if (number < first || number >= first + bits) {
-      if (free) return Status::Ok();  // outside the window pages count as free
-      // Move the window so that it ends just past `number`; pages below it count as free
-      // but are never handed out again by this store.
-      // A whole byte of the window at a time, rounded up so that `number` stays inside.
-      uint32_t new_first = number + 1 > bits ? uint32_t(number + 1 - bits) : 0;
-      new_first = (new_first + 7) / 8 * 8;
-      std::memset(row + 5, 0xFF, row_len - 5);
-      StoreLe32(row + 1, new_first);
-      for (uint32_t pg = new_first; pg < page_count_ && pg < new_first + bits; ++pg) {
-        const bool is_free = std::find(freed_.begin(), freed_.end(), pg) != freed_.end();
-        if (!is_free) row[5 + (pg - new_first) / 8] &= uint8_t(~(1u << ((pg - new_first) % 8)));
+    if (number >= first && number - first < bits) {
+      const uint32_t bit = number - first;
+      if (free) {
+        row[5 + bit / 8] |= uint8_t(1u << (bit % 8));
+      } else {
+        row[5 + bit / 8] &= uint8_t(~(1u << (bit % 8)));
       }
-      first = new_first;
+      return Status::Ok();
     }
-    const uint32_t bit = number - first;
-    if (bit >= bits) {
-      return Status::Corruption(Where(kGlobalMapPage) + ": page " + std::to_string(number) +
-                                " lies outside the global usage map");
-    }
-    if (free) {
-      row[5 + bit / 8] |= uint8_t(1u << (bit % 8));
-    } else {
-      row[5 + bit / 8] &= uint8_t(~(1u << (bit % 8)));
-    }
-    return Status::Ok();
+    // Moving the window would leave pages in use below it, which Jet counts as free.
+    PX_RETURN_IF_ERROR(PromoteGlobalMap(row, row_len));
   }
   if (row[0] == kUsageMapReference) {
     const size_t per_page = (page_size() - kUsageMapPageHeader) * 8;
@@ -377,11 +366,10 @@ Status PageStore::MarkGlobal(uint32_t number, bool free) {
     if (1 + 4 * (slot + 1) > row_len) {
       return Status::NotSupported(Where(number) + ": beyond the reach of the global usage map");
     }
-    const uint32_t bitmap_page = LoadLe32(row + 1 + 4 * slot);
+    uint32_t bitmap_page = LoadLe32(row + 1 + 4 * slot);
     if (bitmap_page == 0) {
-      if (free) return Status::Ok();
-      return Status::NotSupported(Where(number) +
-                                  ": the global usage map has no bitmap page for it");
+      PX_ASSIGN_OR_RETURN(bitmap_page, AppendGlobalMapPage(slot));
+      StoreLe32(row + 1 + 4 * slot, bitmap_page);
     }
     map_page = MutablePage();
     PX_ASSIGN_OR_RETURN(MutablePage bm, Modify(bitmap_page));
@@ -397,11 +385,51 @@ Status PageStore::MarkGlobal(uint32_t number, bool free) {
                             std::to_string(row[0]));
 }
 
+Result<uint32_t> PageStore::AppendGlobalMapPage(size_t slot) {
+  if (page_count_ >= 0xFFFFFFu) {
+    return Status::NotSupported(display_name_ + ": the database has reached its largest size");
+  }
+  const uint32_t number = page_count_++;
+  PX_ASSIGN_OR_RETURN(MutablePage bm, Modify(number));
+  FillGlobalMapPage(bm.bytes(), slot, page_count_, free_);
+  // The bitmap page itself is used; it may lie in the range of another slot.
+  const size_t per_page = (page_size() - kUsageMapPageHeader) * 8;
+  if (number / per_page == slot) {
+    const size_t bit = number - slot * per_page;
+    bm.bytes()[kUsageMapPageHeader + bit / 8] &= uint8_t(~(1u << (bit % 8)));
+    return number;
+  }
+  bm = MutablePage();
+  PX_RETURN_IF_ERROR(MarkGlobal(number, false));
+  return number;
+}
+
+Status PageStore::PromoteGlobalMap(uint8_t* row, size_t row_len) {
+  const size_t per_page = (page_size() - kUsageMapPageHeader) * 8;
+  const size_t slots = (row_len - 1) / 4;
+  // The bitmap pages come from the end of the file, so they count themselves.
+  std::vector<uint32_t> bitmaps;
+  while (bitmaps.size() * per_page < size_t{page_count_} + 1) {
+    if (bitmaps.size() >= slots || page_count_ >= 0xFFFFFFu) {
+      return Status::NotSupported(Where(kGlobalMapPage) +
+                                  ": the global usage map cannot name every page of the file");
+    }
+    bitmaps.push_back(page_count_++);
+  }
+  for (size_t slot = 0; slot < bitmaps.size(); ++slot) {
+    PX_ASSIGN_OR_RETURN(MutablePage bm, Modify(bitmaps[slot]));
+    FillGlobalMapPage(bm.bytes(), slot, page_count_, free_);
+  }
+  std::fill(row, row + row_len, uint8_t{0});
+  row[0] = kUsageMapReference;
+  for (size_t slot = 0; slot < bitmaps.size(); ++slot) StoreLe32(row + 1 + 4 * slot, bitmaps[slot]);
+  return Status::Ok();
+}
+
 Result<MutablePage> PageStore::Allocate(uint8_t page_type, uint32_t owner) {
   uint32_t number;
-  if (!freed_.empty()) {
-    number = freed_.back();
-    freed_.pop_back();
+  if (std::optional<uint32_t> reused = free_.TakeLowest()) {
+    number = *reused;
   } else {
     if (page_count_ >= 0xFFFFFFu) {
       return Status::NotSupported(display_name_ + ": the database has reached its largest size");
@@ -428,9 +456,9 @@ Status PageStore::Free(uint32_t number) {
   if (number <= kGlobalMapPage || number >= page_count_) {
     return Status::InvalidArgument(Where(number) + " cannot be freed");
   }
-  if (std::find(freed_.begin(), freed_.end(), number) != freed_.end()) return Status::Ok();
+  if (free_.Contains(number)) return Status::Ok();
+  free_.Add(number);
   PX_RETURN_IF_ERROR(MarkGlobal(number, true));
-  freed_.push_back(number);
   return Status::Ok();
 }
 
@@ -493,7 +521,7 @@ Status PageStore::Install(const std::string& from) {
     return st.WithContext(display_name_ + ": the changes were not saved");
   }
   DropTemporaries();
-  committed_freed_ = freed_;
+  committed_free_ = free_;
   // The committed file is the new base; taking its lock can race only with a program that
   // opens it in the instant after the rename.
   return LockAndOpenBase();
@@ -539,7 +567,7 @@ Status PageStore::Finish() {
     // The prepared file now belongs to the commit record that decided it.
     DropTemporaries();
     page_count_ = committed_page_count_;
-    freed_ = committed_freed_;
+    free_ = committed_free_;
     pager_->Refresh();
   }
   return st;
@@ -552,7 +580,7 @@ void PageStore::Rollback() {
   }
   DropTemporaries();
   page_count_ = committed_page_count_;
-  freed_ = committed_freed_;
+  free_ = committed_free_;
   pager_->Refresh();
 }
 

@@ -24,8 +24,10 @@
 // The file is locked for the store's lifetime (platform::FileLayer::LockExclusive), and a
 // file with Jet's ".ldb" lock file beside it is refused.
 //
-// Pages are allocated by appending to the file, or by reusing a page this store freed;
-// the global usage map (page 1, row 0: bit set = page free) is kept consistent with both.
+// Pages are allocated by reusing the lowest page the global usage map (page 1, row 0: bit
+// set = page free) marks free, or one this store freed (free_pages.h), and otherwise by
+// appending to the file; the map is kept consistent with both. An inline map that cannot
+// name a page is promoted to a reference map, as Access does for larger files.
 
 #include <cstdint>
 #include <list>
@@ -36,6 +38,7 @@
 
 #include "core/result.h"
 #include "jet/format.h"
+#include "jet/free_pages.h"
 #include "jet/page_source.h"
 #include "jet/writable_pages.h"
 
@@ -159,6 +162,11 @@ class PageStore final : public PageOverlay {
   Status OpenSpill();
   Status SpillSome();
   Status MarkGlobal(uint32_t number, bool free);
+  // Rewrites the inline global map `row` as a reference map, on bitmap pages appended to
+  // the file, stating the pages of free_ free and every other page of the file used.
+  Status PromoteGlobalMap(uint8_t* row, size_t row_len);
+  // A bitmap page appended for slot `slot` of the reference global map.
+  Result<uint32_t> AppendGlobalMapPage(size_t slot);
   // Writes every page the spill file lacks into it: the new database, flushed.
   Status CompleteSpill();
   Status ReadBase(uint32_t number, MutableBytes out);
@@ -189,8 +197,8 @@ class PageStore final : public PageOverlay {
   bool spill_made_ = false;  // this transaction made the spill file
   std::unique_ptr<platform::File> scratch_;
   uint64_t scratch_end_ = 0;
-  std::vector<uint32_t> freed_;  // freed in this store's lifetime, reusable
-  std::vector<uint32_t> committed_freed_;
+  FreePages free_;  // reusable: free in the page map, or freed since
+  FreePages committed_free_;
   bool prepared_ = false;  // the new file waits in PreparedFileBeside(path_)
 };
 

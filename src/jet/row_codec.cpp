@@ -1,17 +1,20 @@
 #include "jet/row_codec.h"
 
+#include <array>
+
 namespace px::jet {
 
 namespace {
 
-constexpr size_t kMaxVarSlots = 256;
+constexpr size_t kMaxVarSlots = 256;  // Jet 4 keeps fewer; Jet 3 counts them in one byte
 
 struct RowLayout {
   size_t count = 0;        // columns recorded in the row
   size_t fixed_start = 0;  // start of the fixed area
   size_t var_count = 0;    // variable slots recorded in the row
   Bytes null_mask;
-  std::vector<size_t> var_offsets;  // var_count + 1 entries (last = end of var data)
+  // var_count + 1 entries (last = end of var data); on the stack, as rows are many.
+  std::array<size_t, kMaxVarSlots + 1> var_offsets;
 };
 
 Status RowError(const std::string& where, const std::string& what) {
@@ -31,7 +34,6 @@ Status ReadJet3VarOffsets(Bytes row, RowLayout& l, const std::string& where) {
   // The last jump entry is a dummy when the offset table itself ends before its boundary.
   if (num_jumps > 0 && (col_ptr - l.var_count) / 256 < num_jumps) --num_jumps;
   size_t jumps_used = 0;
-  l.var_offsets.resize(l.var_count + 1);
   for (size_t i = 0; i <= l.var_count; ++i) {
     while (jumps_used < num_jumps && i == row[mask_start - 2 - jumps_used]) ++jumps_used;
     l.var_offsets[i] = row[col_ptr - i] + 256 * jumps_used;
@@ -47,7 +49,6 @@ Status ReadJet4VarOffsets(Bytes row, RowLayout& l, const std::string& where) {
     return RowError(
         where, "variable-column count " + std::to_string(l.var_count) + " does not fit the row");
   }
-  l.var_offsets.resize(l.var_count + 1);
   for (size_t i = 0; i <= l.var_count; ++i) {
     l.var_offsets[i] = LoadLe16(&row[mask_start - 4 - 2 * i]);
   }

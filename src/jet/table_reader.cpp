@@ -97,7 +97,7 @@ Status TableReader::DecodeRow(Bytes data, const std::string& where, Row& row) {
   row.resize(columns_.size());
   for (size_t i = 0; i < columns_.size(); ++i) {
     const int c = columns_[i];
-    PX_ASSIGN_OR_RETURN(row[i], decoder_.Decode(def_.columns[c], cracked_[c], where));
+    PX_RETURN_IF_ERROR(decoder_.DecodeInto(def_.columns[c], cracked_[c], where, row[i]));
   }
   return Status::Ok();
 }

@@ -128,15 +128,20 @@ Status TableWriter::AssignAutoNumbers(std::vector<Value>& values) {
     }
     if (!(c.flags & colflag::kAutoLong)) continue;
     const int64_t last = int32_t(def_.autonumber_last);
+    const int64_t step = def_.autonumber_increment;
     if (IsNull(values[i])) {
-      if (last >= INT32_MAX) {
+      const int64_t next = last + step;
+      if (next > INT32_MAX || next < INT32_MIN) {
         return Status::InvalidArgument("table " + name_ + ": AutoNumber column " + c.name +
                                        " has no value left after " + std::to_string(last));
       }
-      values[i] = last + 1;
-      def_.autonumber_last = uint32_t(int32_t(last + 1));
-    } else if (auto* given = std::get_if<int64_t>(&values[i]); given && *given > last) {
-      if (*given <= INT32_MAX) def_.autonumber_last = uint32_t(int32_t(*given));
+      values[i] = next;
+      def_.autonumber_last = uint32_t(int32_t(next));
+    } else if (auto* given = std::get_if<int64_t>(&values[i]);
+               given && *given >= INT32_MIN && *given <= INT32_MAX &&
+               (step > 0 ? *given > last : *given < last)) {
+      // The counter moves past a given value in the direction it counts.
+      def_.autonumber_last = uint32_t(int32_t(*given));
     }
   }
   return Status::Ok();

@@ -45,6 +45,11 @@ Status TdefParser::ParseHeader(TableDef& def, uint32_t& num_real, uint32_t& num_
   def.raw_header.assign(h.begin(), h.end());
   def.row_count = LoadLe32(&h[f_.tdef_row_count]);
   def.autonumber_last = LoadLe32(&h[f_.tdef_autonumber]);
+  if (f_.tdef_autonumber_increment != 0) {
+    // A zero increment would issue one number forever; Jet's default is 1.
+    const int32_t step = int32_t(LoadLe32(&h[f_.tdef_autonumber_increment]));
+    def.autonumber_increment = step == 0 ? 1 : step;
+  }
   def.table_type = h[f_.tdef_table_type];
   def.max_cols = LoadLe16(&h[f_.tdef_max_cols]);
   def.var_cols = LoadLe16(&h[f_.tdef_var_cols]);

@@ -89,6 +89,7 @@ struct TableDef {
   std::vector<uint32_t> pages;  // every TDEF page, first to last
   uint32_t row_count = 0;
   uint32_t autonumber_last = 0;
+  int32_t autonumber_increment = 1;  // the next value is the last issued plus this
   uint8_t table_type = 0;
   uint16_t max_cols = 0;  // high-water of column ids: the column count written in rows
   uint16_t var_cols = 0;

@@ -72,7 +72,7 @@ Result<std::vector<uint8_t>> EncodeTableDef(const JetFormat& f, const TableDef& 
   uint8_t* h = out.data();
   if (jet4) {
     StoreLe16(h + 0x0C, kTdefRecordMarker);
-    if (def.raw_header.empty()) StoreLe32(h + 0x18, 1);  // AutoNumber increment
+    StoreLe32(h + f.tdef_autonumber_increment, uint32_t(def.autonumber_increment));
   }
   StoreLe32(h + f.tdef_row_count, def.row_count);
   StoreLe32(h + f.tdef_autonumber, def.autonumber_last);

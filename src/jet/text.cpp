@@ -27,38 +27,86 @@ bool IsLowSurrogate(uint32_t u) {
   return u >= 0xDC00 && u <= 0xDFFF;
 }
 
-// UTF-16 units to UTF-8, one at a time: a surrogate pair becomes one character, a lone
-// surrogate U+FFFD. ASCII, the bulk of the suite's text, takes the short path.
+// Writes the UTF-8 of one code point at `p`; returns the end.
+char* PutUtf8(char* p, uint32_t c) {
+  if (c < 0x80) {
+    *p++ = char(c);
+  } else if (c < 0x800) {
+    *p++ = char(0xC0 | c >> 6);
+    *p++ = char(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    *p++ = char(0xE0 | c >> 12);
+    *p++ = char(0x80 | (c >> 6 & 0x3F));
+    *p++ = char(0x80 | (c & 0x3F));
+  } else {
+    *p++ = char(0xF0 | c >> 18);
+    *p++ = char(0x80 | (c >> 12 & 0x3F));
+    *p++ = char(0x80 | (c >> 6 & 0x3F));
+    *p++ = char(0x80 | (c & 0x3F));
+  }
+  return p;
+}
+
+// UTF-16 units to UTF-8, one at a time, into room the caller has made: at most three bytes
+// a unit. A surrogate pair becomes one character, a lone surrogate U+FFFD. ASCII, the bulk
+// of the suite's text, takes the short path.
 class Utf16ToUtf8 {
  public:
-  explicit Utf16ToUtf8(std::string& out) : out_(out) {}
+  explicit Utf16ToUtf8(char* p) : p_(p) {}
   void Unit(uint32_t u) {
+    if (u < 0x80 && !pending_high_) {
+      *p_++ = char(u);
+      return;
+    }
     if (pending_high_) {
       const uint32_t high = pending_high_;
       pending_high_ = 0;
       if (IsLowSurrogate(u)) {
-        AppendUtf8CodePoint(out_, 0x10000 + ((high - 0xD800) << 10) + (u - 0xDC00));
+        p_ = PutUtf8(p_, 0x10000 + ((high - 0xD800) << 10) + (u - 0xDC00));
         return;
       }
-      AppendUtf8CodePoint(out_, kReplacement);
+      p_ = PutUtf8(p_, kReplacement);
     }
-    if (u < 0x80) {
-      out_ += char(u);
-    } else if (IsHighSurrogate(u)) {
+    if (IsHighSurrogate(u)) {
       pending_high_ = u;
     } else {
-      AppendUtf8CodePoint(out_, IsLowSurrogate(u) ? kReplacement : u);
+      p_ = PutUtf8(p_, IsLowSurrogate(u) ? kReplacement : u);
     }
   }
-  void End() {
-    if (pending_high_) AppendUtf8CodePoint(out_, kReplacement);
+  // Writes four units given as one little-endian word when all four are ASCII; false (and
+  // nothing written) otherwise.
+  bool Ascii4(uint64_t units) {
+    if ((units & 0xFF80FF80FF80FF80u) != 0 || pending_high_) return false;
+    p_[0] = char(units);
+    p_[1] = char(units >> 16);
+    p_[2] = char(units >> 32);
+    p_[3] = char(units >> 48);
+    p_ += 4;
+    return true;
+  }
+  // Ends the text; returns the end of what was written.
+  char* End() {
+    if (pending_high_) p_ = PutUtf8(p_, kReplacement);
     pending_high_ = 0;
+    return p_;
   }
 
  private:
-  std::string& out_;
+  char* p_;
   uint32_t pending_high_ = 0;
 };
+
+// Makes room for `units` UTF-16 units after the end of `out`, lets `fill` write them and
+// cuts `out` to what it wrote.
+template <typename Fill>
+Status AppendUtf8Of(std::string& out, size_t units, Fill fill) {
+  const size_t old = out.size();
+  out.resize(old + 3 * units);
+  Utf16ToUtf8 utf8(out.data() + old);
+  Status st = fill(utf8);
+  out.resize(st.ok() ? size_t(utf8.End() - out.data()) : old);
+  return st;
+}
 
 // Simple case folding for the scripts the suite's data uses: Latin-1, Latin Extended-A,
 // Greek and Cyrillic; other characters fold to themselves.
@@ -80,39 +128,57 @@ uint32_t FoldLower(uint32_t c) {
 
 }  // namespace
 
-Result<std::string> DecodeUtf16Le(Bytes bytes) {
+Status AppendDecodedUtf16Le(Bytes bytes, std::string& out) {
   if (bytes.size() % 2 != 0) {
     return Status::Corruption("UTF-16 text has an odd byte count " + std::to_string(bytes.size()));
   }
+  return AppendUtf8Of(out, bytes.size() / 2, [&](Utf16ToUtf8& utf8) {
+    // Four units at a time where they are ASCII, else one.
+    for (size_t i = 0; i < bytes.size();) {
+      if (i + 8 <= bytes.size() && utf8.Ascii4(LoadLe64(&bytes[i]))) {
+        i += 8;
+      } else {
+        utf8.Unit(LoadLe16(&bytes[i]));
+        i += 2;
+      }
+    }
+    return Status::Ok();
+  });
+}
+
+Status AppendDecodedJet4Text(Bytes bytes, std::string& out) {
+  if (bytes.size() < 2 || bytes[0] != 0xFF || bytes[1] != 0xFE) {
+    return AppendDecodedUtf16Le(bytes, out);
+  }
+  return AppendUtf8Of(out, bytes.size(), [&](Utf16ToUtf8& utf8) {
+    bool compressed = true;
+    size_t i = 2;
+    while (i < bytes.size()) {
+      if (bytes[i] == 0) {
+        compressed = !compressed;
+        ++i;
+      } else if (compressed) {
+        utf8.Unit(bytes[i++]);
+      } else if (i + 1 < bytes.size()) {
+        utf8.Unit(LoadLe16(&bytes[i]));
+        i += 2;
+      } else {
+        return Status::Corruption("compressed text ends inside a UTF-16 character");
+      }
+    }
+    return Status::Ok();
+  });
+}
+
+Result<std::string> DecodeUtf16Le(Bytes bytes) {
   std::string out;
-  out.reserve(bytes.size());
-  Utf16ToUtf8 utf8(out);
-  for (size_t i = 0; i < bytes.size(); i += 2) utf8.Unit(LoadLe16(&bytes[i]));
-  utf8.End();
+  PX_RETURN_IF_ERROR(AppendDecodedUtf16Le(bytes, out));
   return out;
 }
 
 Result<std::string> DecodeJet4Text(Bytes bytes) {
-  if (bytes.size() < 2 || bytes[0] != 0xFF || bytes[1] != 0xFE) return DecodeUtf16Le(bytes);
   std::string out;
-  out.reserve(bytes.size());
-  Utf16ToUtf8 utf8(out);
-  bool compressed = true;
-  size_t i = 2;
-  while (i < bytes.size()) {
-    if (bytes[i] == 0) {
-      compressed = !compressed;
-      ++i;
-    } else if (compressed) {
-      utf8.Unit(bytes[i++]);
-    } else if (i + 1 < bytes.size()) {
-      utf8.Unit(LoadLe16(&bytes[i]));
-      i += 2;
-    } else {
-      return Status::Corruption("compressed text ends inside a UTF-16 character");
-    }
-  }
-  utf8.End();
+  PX_RETURN_IF_ERROR(AppendDecodedJet4Text(bytes, out));
   return out;
 }
 

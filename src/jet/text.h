@@ -22,6 +22,11 @@ Result<std::string> DecodeUtf16Le(Bytes bytes);
 // Jet 4 text: compressed (FF FE prefix) or plain UTF-16LE.
 Result<std::string> DecodeJet4Text(Bytes bytes);
 
+// The same two, appended to `out` (a reused string keeps its capacity); on error `out` is
+// left as it was.
+Status AppendDecodedUtf16Le(Bytes bytes, std::string& out);
+Status AppendDecodedJet4Text(Bytes bytes, std::string& out);
+
 // Jet 3 text in the given Windows code page (1252 and 1254 supported).
 Result<std::string> DecodeJet3Text(Bytes bytes, int code_page);
 

@@ -8,7 +8,16 @@ Result<UsageMapCursor> UsageMapCursor::Open(Pager& pager, const JetFormat& f, Ro
                                             std::string what) {
   Page holder;
   auto row = ReadRowAt(pager, f, where, holder);
-  if (!row.ok()) return row.status().WithContext("usage map of " + what);
+  if (!row.ok()) {
+    // The row's own message names the file first; the map's owner goes right after it.
+    const std::string file = pager.file_name() + ": ";
+    std::string detail = row.status().message();
+    if (detail.starts_with(file)) detail.erase(0, file.size());
+    const std::string message = file + "usage map of " + what + " (page " +
+                                std::to_string(where.page) + " row " + std::to_string(where.row) +
+                                "): " + detail;
+    return row.status().IsCorruption() ? Status::Corruption(message) : Status::IOError(message);
+  }
   Bytes data = *row;
   if (data.empty()) {
     return Status::Corruption(pager.file_name() + ": page " + std::to_string(where.page) +

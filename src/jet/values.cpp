@@ -91,30 +91,60 @@ Result<Value> ValueDecoder::DecodeFixed(const ColumnDef& c, Bytes b, const std::
   }
 }
 
-Result<Value> ValueDecoder::DecodeText(const ColumnDef& c, Bytes b, const std::string& where) {
-  auto text = f_.text_is_unicode ? DecodeJet4Text(b) : DecodeJet3Text(b, TextCodePage(c));
-  if (!text.ok()) return text.status().WithContext(Located(where, "column " + c.name));
-  return Value(std::move(*text));
+Status ValueDecoder::DecodeTextInto(const ColumnDef& c, Bytes b, const std::string& where,
+                                    Value& out) {
+  auto* text = std::get_if<std::string>(&out);
+  if (!text) text = &out.emplace<std::string>();
+  text->clear();
+  Status st;
+  if (f_.text_is_unicode) {
+    st = AppendDecodedJet4Text(b, *text);
+  } else if (auto decoded = DecodeJet3Text(b, TextCodePage(c)); decoded.ok()) {
+    *text = std::move(*decoded);
+  } else {
+    st = decoded.status();
+  }
+  if (!st.ok()) return st.WithContext(Located(where, "column " + c.name));
+  return Status::Ok();
 }
 
 Result<Value> ValueDecoder::Decode(const ColumnDef& c, const ColumnData& d,
                                    const std::string& where) {
-  if (c.type == coltype::kBoolean) return Value(d.bit);
-  if (d.null) return Value(Null{});
+  Value v;
+  PX_RETURN_IF_ERROR(DecodeInto(c, d, where, v));
+  return v;
+}
+
+Status ValueDecoder::DecodeInto(const ColumnDef& c, const ColumnData& d, const std::string& where,
+                                Value& out) {
+  if (c.type == coltype::kBoolean) {
+    out = d.bit;
+    return Status::Ok();
+  }
+  if (d.null) {
+    out = Null{};
+    return Status::Ok();
+  }
   switch (c.type) {
     case coltype::kText:
-      return DecodeText(c, d.bytes, where);
+      return DecodeTextInto(c, d.bytes, where, out);
     case coltype::kBinary:
-      return Value(Binary{std::vector<uint8_t>(d.bytes.begin(), d.bytes.end())});
+      out = Binary{std::vector<uint8_t>(d.bytes.begin(), d.bytes.end())};
+      return Status::Ok();
     case coltype::kMemo:
     case coltype::kOle: {
       PX_ASSIGN_OR_RETURN(auto data,
                           ReadLongValue(pager_, f_, d.bytes, Located(where, "column " + c.name)));
-      if (c.type == coltype::kOle) return Value(Binary{std::move(data)});
-      return DecodeText(c, Bytes(data), where);
+      if (c.type == coltype::kOle) {
+        out = Binary{std::move(data)};
+        return Status::Ok();
+      }
+      return DecodeTextInto(c, Bytes(data), where, out);
     }
-    default:
-      return DecodeFixed(c, d.bytes, where);
+    default: {
+      PX_ASSIGN_OR_RETURN(out, DecodeFixed(c, d.bytes, where));
+      return Status::Ok();
+    }
   }
 }
 

@@ -27,10 +27,13 @@ class ValueDecoder {
       : pager_(pager), f_(f), code_page_(code_page) {}
 
   Result<Value> Decode(const ColumnDef& c, const ColumnData& d, const std::string& where);
+  // The same into `out`: text reuses the string `out` already holds, so a row decoded into
+  // the previous row's values allocates nothing for its text.
+  Status DecodeInto(const ColumnDef& c, const ColumnData& d, const std::string& where, Value& out);
 
  private:
   Result<Value> DecodeFixed(const ColumnDef& c, Bytes b, const std::string& where);
-  Result<Value> DecodeText(const ColumnDef& c, Bytes b, const std::string& where);
+  Status DecodeTextInto(const ColumnDef& c, Bytes b, const std::string& where, Value& out);
   int TextCodePage(const ColumnDef& c) const;
 
   Pager& pager_;

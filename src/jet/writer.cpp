@@ -644,7 +644,7 @@ class WriterImpl final : public Writer {
     PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
     const std::string what = Where(e->name) + ": index " + wanted.name;
     for (const LogicalIndex& l : def.logical_indexes) {
-      if (wanted.primary && l.type == kLogicalIndexPrimary) {
+      if (wanted.primary && l.type == kLogicalIndexPrimary && !wanted.foreign_key) {
         return Status::InvalidArgument(Where(e->name) + " already has a primary key (" + l.name +
                                        ")");
       }
@@ -671,6 +671,7 @@ class WriterImpl final : public Writer {
       }
       r.columns.push_back({def.columns[size_t(found)].number, ascending});
     }
+    if (wanted.foreign_key) return AddForeignKeyIndex(*e, def, wanted, std::move(r));
     r.flags = wanted.primary ? kPrimaryKeyFlags
                              : uint8_t((wanted.unique ? idxflag::kUnique : 0) |
                                        (wanted.ignore_nulls ? idxflag::kIgnoreNulls : 0) |
@@ -694,6 +695,52 @@ class WriterImpl final : public Writer {
     writers_.erase(def.page);
     field_columns_.erase(def.page);
     return StoreTableDef(*store_, def, db_->text_code_page());
+  }
+
+  // A relationship's logical index: on the real index of the same columns and uniqueness
+  // when there is one (Access shares them), else on a new one.
+  Status AddForeignKeyIndex(const CatalogEntry& e, TableDef& def, const IndexSpec& wanted,
+                            RealIndex r) {
+    const IndexSpec::ForeignKey& fk = *wanted.foreign_key;
+    PX_ASSIGN_OR_RETURN(const CatalogEntry* other, FindAny(fk.other_table));
+    const JetFormat& f = store_->format();
+    LogicalIndex l;
+    l.name = wanted.name;
+    l.number = uint32_t(def.logical_indexes.size());
+    l.type = kLogicalIndexForeign;
+    l.related_table_type = fk.table_type;
+    l.related_index = int32_t(fk.other_index);
+    l.related_table_page = other->tdef_page();
+    l.raw.assign(f.logical_idx_size, 0);
+    l.raw[f.logical_idx_type - 2] = fk.cascade_update;
+    l.raw[f.logical_idx_type - 1] = fk.cascade_delete;
+    auto same =
+        std::find_if(def.real_indexes.begin(), def.real_indexes.end(), [&](const RealIndex& have) {
+          return have.unique() == wanted.unique && have.columns.size() == r.columns.size() &&
+                 std::equal(r.columns.begin(), r.columns.end(), have.columns.begin(),
+                            [](const IndexColumn& a, const IndexColumn& b) {
+                              return a.column_number == b.column_number &&
+                                     a.ascending == b.ascending;
+                            });
+        });
+    if (same != def.real_indexes.end()) {
+      l.real_index = uint32_t(same - def.real_indexes.begin());
+      def.logical_indexes.push_back(std::move(l));
+      writers_.erase(def.page);
+      field_columns_.erase(def.page);
+      return StoreTableDef(*store_, def, db_->text_code_page());
+    }
+    IndexSpec plain = wanted;
+    plain.foreign_key.reset();
+    plain.primary = false;
+    PX_RETURN_IF_ERROR(DoAddIndex(e.name, plain));
+    // The new logical index is the last one: make it the relationship's.
+    PX_ASSIGN_OR_RETURN(TableDef added, Definition(e.tdef_page(), e.name));
+    l.real_index = added.logical_indexes.back().real_index;
+    added.logical_indexes.back() = std::move(l);
+    writers_.erase(added.page);
+    field_columns_.erase(added.page);
+    return StoreTableDef(*store_, added, db_->text_code_page());
   }
 
   // Enters every row of the table in a new, empty index, sorted and laid out in one pass; a

@@ -49,6 +49,17 @@ struct IndexSpec {
   bool unique = false;
   bool ignore_nulls = false;
   bool required = false;
+  // One end of a relationship: a foreign key's logical index pointing at index number
+  // `other_index` of `other_table` (the other end). It shares the real index of an index
+  // on the same columns when the table has one.
+  struct ForeignKey {
+    std::string other_table;
+    uint32_t other_index = 0;
+    uint8_t table_type = 0;  // as Jet stores it: which end of the relationship this is
+    uint8_t cascade_update = 0;
+    uint8_t cascade_delete = 0;
+  };
+  std::optional<ForeignKey> foreign_key;
 };
 
 class Writer {

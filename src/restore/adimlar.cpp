@@ -179,10 +179,11 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
   const std::vector<FieldInfo> sahalar = rows->fields();
   int64_t yapilan = 0;
   Row row;
+  db::InsertStatement komut;  // InsertMetni's statement, given as its parts
   while (rows->Next(row)) {
     if (kimlik) {
-      PX_ASSIGN_OR_RETURN(std::string sql, InsertMetni(tablo, sahalar, row));
-      PX_RETURN_IF_ERROR(veritabani->Execute(sql).status());
+      PX_RETURN_IF_ERROR(InsertKomutu(tablo, sahalar, row, komut));
+      PX_RETURN_IF_ERROR(veritabani->Insert(komut).status());
     } else {
       PX_RETURN_IF_ERROR(veritabani->AddRow(tablo, sahalar, ParaDuzelt(sahalar, std::move(row))));
     }

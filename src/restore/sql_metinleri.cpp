@@ -1,5 +1,6 @@
 #include "restore/sql_metinleri.h"
 
+#include <algorithm>
 #include <variant>
 
 #include "db/field_index.h"
@@ -7,13 +8,6 @@
 
 namespace px::restore {
 namespace {
-
-std::string Tirnakla(std::string metin) {
-  for (char& c : metin) {
-    if (c == '\'') c = '"';  // restored text never holds an apostrophe
-  }
-  return "'" + metin + "'";
-}
 
 bool Evet(const std::string& bayrak) {
   return bayrak == "E";
@@ -68,44 +62,76 @@ std::string ParaMetniDuzelt(std::string_view metin) {
   return s;
 }
 
-Result<std::string> InsertDegeri(const FieldInfo& saha, const Value& deger) {
+Status InsertDegeriKoy(const FieldInfo& saha, const Value& deger, db::SqlExpr& out) {
   if (std::holds_alternative<Binary>(deger)) {
     return Status::NotSupported("field " + saha.name +
                                 " holds binary data, which INSERT text cannot carry");
   }
+  using Kind = db::SqlExpr::Kind;
   const bool bos = IsNull(deger);
+  out.text.clear();
+  out.kind = Kind::kNull;
+  out.bound = &deger;
+  if (bos && saha.ado_type != ado::kVarWChar) return Status::Ok();
   switch (saha.ado_type) {
     case ado::kBoolean:
-      if (bos) return std::string("Null");
-      if (const bool* b = std::get_if<bool>(&deger)) return std::string(*b ? "1" : "0");
-      return std::string(db::TextOf(deger) == "0" ? "0" : "1");
+      out.kind = Kind::kNumber;
+      if (const bool* b = std::get_if<bool>(&deger)) {
+        out.text = *b ? "1" : "0";
+      } else {
+        out.text = db::TextOf(deger) == "0" ? "0" : "1";
+      }
+      break;
     case ado::kCurrency:
-      if (bos) return std::string("Null");
-      return "CAST('" + ParaMetniDuzelt(db::TextOf(deger)) + "' AS MONEY)";
-    case ado::kVarWChar:
-      if (bos) return std::string("''");
-      return Tirnakla(db::TextOf(deger));
+      out.kind = Kind::kMoney;
+      out.text = ParaMetniDuzelt(db::TextOf(deger));
+      break;
     default:
-      if (bos) return std::string("Null");
-      return Tirnakla(db::TextOf(deger));
+      out.kind = Kind::kText;
+      if (bos) break;
+      if (const auto* metin = std::get_if<std::string>(&deger)) {
+        out.text = *metin;  // into the text the last row left, without another copy
+      } else {
+        out.text = db::TextOf(deger);
+      }
+      std::replace(out.text.begin(), out.text.end(), '\'', '"');  // never an apostrophe
+      break;
   }
+  return Status::Ok();
+}
+
+Result<std::string> InsertDegeri(const FieldInfo& saha, const Value& deger) {
+  db::SqlExpr e;
+  PX_RETURN_IF_ERROR(InsertDegeriKoy(saha, deger, e));
+  return db::ExprText(e);
+}
+
+Status InsertKomutu(std::string_view tablo, const std::vector<FieldInfo>& sahalar, const Row& satir,
+                    db::InsertStatement& komut) {
+  if (satir.size() < sahalar.size()) {
+    return Status::InvalidArgument("a row of " + std::string(tablo) + " has " +
+                                   std::to_string(satir.size()) + " values for " +
+                                   std::to_string(sahalar.size()) + " fields");
+  }
+  bool ayni = komut.table == tablo && komut.columns.size() == sahalar.size();
+  for (size_t i = 0; ayni && i < sahalar.size(); ++i) ayni = komut.columns[i] == sahalar[i].name;
+  if (!ayni) {
+    komut.table = std::string(tablo);
+    komut.columns.clear();
+    for (const FieldInfo& saha : sahalar) komut.columns.push_back(saha.name);
+  }
+  komut.values.resize(sahalar.size());
+  for (size_t i = 0; i < sahalar.size(); ++i) {
+    PX_RETURN_IF_ERROR(InsertDegeriKoy(sahalar[i], satir[i], komut.values[i]));
+  }
+  return Status::Ok();
 }
 
 Result<std::string> InsertMetni(std::string_view tablo, const std::vector<FieldInfo>& sahalar,
                                 const Row& satir) {
-  std::string sql = "INSERT INTO " + std::string(tablo) + " (";
-  for (size_t i = 0; i < sahalar.size(); ++i) {
-    if (i > 0) sql += ", ";
-    sql += sahalar[i].name == "Key" ? "[Key]" : sahalar[i].name;
-  }
-  sql += ") Values (";
-  for (size_t i = 0; i < sahalar.size(); ++i) {
-    if (i > 0) sql += ",";
-    PX_ASSIGN_OR_RETURN(std::string deger, InsertDegeri(sahalar[i], satir.at(i)));
-    sql += deger;
-  }
-  sql += ")";
-  return sql;
+  db::InsertStatement komut;
+  PX_RETURN_IF_ERROR(InsertKomutu(tablo, sahalar, satir, komut));
+  return db::InsertText(komut);
 }
 
 std::string SqlTabloOlusturMetni(std::string_view tablo,

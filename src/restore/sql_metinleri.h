@@ -12,6 +12,7 @@
 #include "core/result.h"
 #include "core/value.h"
 #include "db/connection.h"
+#include "db/write_sql.h"
 
 namespace px::restore {
 
@@ -31,6 +32,12 @@ Result<std::string> InsertDegeri(const FieldInfo& saha, const Value& deger);
 // "INSERT INTO t (a, [Key], c) Values ('x',1,Null)".
 Result<std::string> InsertMetni(std::string_view tablo, const std::vector<FieldInfo>& sahalar,
                                 const Row& satir);
+// The same INSERT as its parts, the text's values without their quotes: InsertMetni() is
+// db::InsertText() of it. Each value also points at its source in `satir` (SqlExpr::bound),
+// which must live until the statement has run. `komut` is reused row after row (the names
+// are kept when the table and fields are the same).
+Status InsertKomutu(std::string_view tablo, const std::vector<FieldInfo>& sahalar, const Row& satir,
+                    db::InsertStatement& komut);
 
 // One column row of tablo_veritabani_saha_bilgileri, every cell read as text.
 struct KatalogSahasi {

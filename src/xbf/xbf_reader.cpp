@@ -297,6 +297,7 @@ Status XbfReader::AddField(const std::vector<XmlAttribute>& attrs, const XmlToke
   if (auto* v = Last(attrs, "rs:basecolumn")) f.base_column = *v;
 
   by_xml_name_[*xml_name] = fields_.size();
+  xml_names_.push_back(*xml_name);
   fields_.push_back(std::move(f));
   return Status::Ok();
 }
@@ -307,16 +308,24 @@ Status XbfReader::AddField(const std::vector<XmlAttribute>& attrs, const XmlToke
 Status XbfReader::ReadRowValues(const XmlToken& t, Row& row, bool overlay) {
   if (!overlay) row.assign(fields_.size(), Null{});
   const std::string* force_null = nullptr;
+  size_t guess = 0;  // rows name their fields in schema order, mostly
   for (size_t i = 0; i < t.attribute_count; ++i) {
     const XmlAttribute& a = t.attributes[i];
-    auto it = by_xml_name_.find(a.name);
-    if (it == by_xml_name_.end()) {
-      if (Canon(a.name) == "rs:forcenull") force_null = &a.value;
-      continue;  // other attributes are not columns; ADO ignores them
+    size_t field;
+    if (guess < xml_names_.size() && xml_names_[guess] == a.name) {
+      field = guess;
+    } else {
+      auto it = by_xml_name_.find(a.name);
+      if (it == by_xml_name_.end()) {
+        if (Canon(a.name) == "rs:forcenull") force_null = &a.value;
+        continue;  // other attributes are not columns; ADO ignores them
+      }
+      field = it->second;
     }
-    auto v = ParseValue(fields_[it->second], a.value);
+    guess = field + 1;
+    auto v = ParseValue(fields_[field], a.value);
     if (!v.ok()) return Fail(t, v.status().message());
-    row[it->second] = std::move(*v);
+    row[field] = std::move(*v);
   }
   if (force_null) {
     size_t pos = 0;
@@ -335,7 +344,11 @@ Status XbfReader::ReadRowValues(const XmlToken& t, Row& row, bool overlay) {
 Status XbfReader::Step(Row& row, bool& produced) {
   PX_RETURN_IF_ERROR(tok_.Next(t_));
   if (t_.kind == XmlToken::kEof) return Fail(t_, "input ends inside the data section");
-  const std::string name = Canon(t_.name);
+  if (t_.name != step_name_) {  // row after row the same tag
+    step_name_ = t_.name;
+    step_canon_ = Canon(t_.name);
+  }
+  const std::string& name = step_canon_;
   const Block top = blocks_.back();
   if (t_.kind == XmlToken::kEnd) {
     static constexpr std::string_view kEndOf[] = {"rs:data", "rs:insert", "rs:delete", "rs:update",
@@ -357,7 +370,7 @@ Status XbfReader::Step(Row& row, bool& produced) {
     return Status::Ok();
   }
   if (name == "z:row") {
-    const XmlToken t = t_;
+    const XmlToken& t = t_;  // rows are read without another token in between
     switch (top) {
       case Block::kData:
       case Block::kInsert:

@@ -61,6 +61,8 @@ class XbfReader : public RowSource {
   std::unordered_map<std::string, std::vector<XmlAttribute>> globals_;
   std::vector<FieldInfo> fields_;
   std::unordered_map<std::string, size_t> by_xml_name_;
+  std::vector<std::string> xml_names_;  // by field
+  std::string step_name_, step_canon_;  // the last data-section tag, and Canon() of it
   RowsetOptions rowset_;
   std::vector<Block> blocks_;
   Row original_;

@@ -1,5 +1,6 @@
 #include "xbf/xbf_writer.h"
 
+#include <array>
 #include <set>
 
 #include "xbf/parallel_deflate.h"
@@ -67,32 +68,31 @@ void XbfWriter::AppendUtf16Le(std::string& out, std::string_view utf8) {
   }
 }
 
+namespace {
+
+// For each byte, 1 + the index of its character reference in kReferences; 0 for a byte
+// written as it is.
+constexpr std::string_view kReferences[] = {"&#x26;", "&#x3c;", "&#x3e;", "&#x27;", "&#x22;"};
+constexpr std::array<uint8_t, 256> kReferenceOf = [] {
+  std::array<uint8_t, 256> t{};
+  t[uint8_t('&')] = 1;
+  t[uint8_t('<')] = 2;
+  t[uint8_t('>')] = 3;
+  t[uint8_t('\'')] = 4;
+  t[uint8_t('"')] = 5;
+  return t;
+}();
+
+}  // namespace
+
 void AppendEscaped(std::string& out, std::string_view s) {
   // Runs without a special character are copied whole.
   size_t run = 0;
   for (size_t i = 0; i < s.size(); ++i) {
-    const char* ref;
-    switch (s[i]) {
-      case '&':
-        ref = "&#x26;";
-        break;
-      case '<':
-        ref = "&#x3c;";
-        break;
-      case '>':
-        ref = "&#x3e;";
-        break;
-      case '\'':
-        ref = "&#x27;";
-        break;
-      case '"':
-        ref = "&#x22;";
-        break;
-      default:
-        continue;
-    }
+    const uint8_t ref = kReferenceOf[static_cast<unsigned char>(s[i])];
+    if (ref == 0) continue;
     out.append(s.data() + run, i - run);
-    out.append(ref, 6);
+    out += kReferences[ref - 1];
     run = i + 1;
   }
   out.append(s.data() + run, s.size() - run);

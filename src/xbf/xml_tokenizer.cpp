@@ -1,5 +1,6 @@
 #include "xbf/xml_tokenizer.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace px::xbf {
@@ -33,6 +34,36 @@ class XmlTokenizer::Chars {
       ++column;
     }
     return c;
+  }
+  // Consumes the run of bytes at the current position that `plain` accepts, appending them
+  // to `out` (when given), at most `limit` of them; the number taken. Only ASCII bytes other
+  // than '\n' may be accepted, and two-byte UTF-8 characters are taken whole when
+  // `two_byte` is set: what Get() would take one by one without an error, with the same
+  // line and column. Stops at the end of the buffered input; Get() goes on from there.
+  size_t TakeRun(const bool (&plain)[128], bool two_byte, std::string* out, size_t limit) {
+    if (!error_.ok() || continuations_ != 0) return 0;
+    const char* const data = out_.data();
+    const size_t end = out_.size();
+    const size_t start = pos_;
+    size_t p = pos_;
+    size_t chars = 0;
+    while (p < end && p - start < limit) {
+      const auto c = static_cast<unsigned char>(data[p]);
+      if (c < 0x80) {
+        if (!plain[c]) break;
+        ++p;
+      } else if (two_byte && c >= 0xC2 && c <= 0xDF && p + 1 < end && p + 2 - start <= limit &&
+                 (static_cast<unsigned char>(data[p + 1]) & 0xC0) == 0x80) {
+        p += 2;
+      } else {
+        break;
+      }
+      ++chars;
+    }
+    if (out != nullptr) out->append(data + start, p - start);
+    pos_ = p;
+    column += int(chars);
+    return p - start;
   }
   const Status& error() const { return error_; }
   bool utf16le() const { return encoding_ == Encoding::kUtf16Le; }
@@ -232,14 +263,33 @@ Status XmlTokenizer::Error(const std::string& message) const {
 
 namespace {
 
-bool IsBlank(int c) {
+constexpr bool IsBlank(int c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-bool EndsName(int c) {
+constexpr bool EndsName(int c) {
   return c < 0 || IsBlank(c) || c == '/' || c == '>' || c == '=' || c == '<' || c == '\'' ||
          c == '"' || c == '?';
 }
+
+// ASCII bytes that the fast runs take: every byte but '\n' (lines are counted one by one)
+// and those the loop itself must see.
+struct PlainBytes {
+  bool name[128] = {};
+  bool blank[128] = {};
+  bool in_quote[128] = {};
+  bool in_apostrophe[128] = {};
+  constexpr PlainBytes() {
+    for (int c = 0; c < 128; ++c) {
+      name[c] = !EndsName(c) && c != '\n';
+      const bool value = c != '&' && c != '<' && c != '\n';
+      in_quote[c] = value && c != '"';
+      in_apostrophe[c] = value && c != '\'';
+    }
+    blank[' '] = blank['\t'] = blank['\r'] = true;
+  }
+};
+constexpr PlainBytes kPlain;
 
 void AppendUtf8(std::string& out, uint32_t cp) {
   if (cp < 0x80) {
@@ -262,7 +312,11 @@ void AppendUtf8(std::string& out, uint32_t cp) {
 }  // namespace
 
 Status XmlTokenizer::SkipBlank() {
-  while (IsBlank(chars_->Peek())) chars_->Get();
+  for (;;) {
+    chars_->TakeRun(kPlain.blank, false, nullptr, SIZE_MAX);
+    if (!IsBlank(chars_->Peek())) break;
+    chars_->Get();
+  }
   if (chars_->Peek() == -2) return Error("");
   return Status::Ok();
 }
@@ -282,7 +336,9 @@ Status XmlTokenizer::SkipUntil(std::string_view terminator) {
 
 Status XmlTokenizer::ReadName(std::string& out) {
   out.clear();
-  while (!EndsName(chars_->Peek())) {
+  for (;;) {
+    chars_->TakeRun(kPlain.name, true, &out, kMaxName - out.size());
+    if (EndsName(chars_->Peek())) break;
     if (out.size() >= kMaxName) return Error("name longer than " + std::to_string(kMaxName));
     out += char(chars_->Get());
   }
@@ -335,7 +391,9 @@ Status XmlTokenizer::ReadValue(std::string& out) {
   out.clear();
   const int quote = chars_->Get();
   if (quote != '\'' && quote != '"') return Error("a quoted attribute value was expected");
+  const bool(&plain)[128] = quote == '"' ? kPlain.in_quote : kPlain.in_apostrophe;
   for (;;) {
+    chars_->TakeRun(plain, true, &out, kMaxValue - out.size());
     const int c = chars_->Get();
     if (c == quote) return Status::Ok();
     if (c < 0) return Error("input ends inside an attribute value");

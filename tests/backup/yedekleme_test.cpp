@@ -9,15 +9,9 @@
 #include "core/sha256.h"
 #include "db/memory_connection.h"
 #include "operator/scripted_operator.h"
+#include "support/boxes.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
-
-namespace px::op {
-void PrintTo(const Box& b, std::ostream* os) {
-  *os << "{\"" << b.text << "\", \"" << b.title << "\", icon " << int(b.icon) << ", buttons "
-      << int(b.buttons) << ", default " << b.default_button << "}";
-}
-}  // namespace px::op
 
 namespace px::backup {
 namespace {
@@ -249,37 +243,41 @@ class YedeklemeTest : public ::testing::Test {
   db::MemoryTable cari_, demirbas_, beyan_;
 };
 
-TEST_F(YedeklemeTest, MissingSharedFilesAndEmptyOrShortFieldsStopBeforeAnything) {
+TEST_F(YedeklemeTest, ChecksBeforeAnythingStopTheRun) {
+  auto uyari = [](const char* m) { return Box{m, "Uyarı", Icon::kInformation, Buttons::kOk, 1}; };
+  auto yok = [](const std::string& yol) {
+    return Box{yol + " Dosyası Bulunamadı!", "HATA", Icon::kCritical, Buttons::kOk, 1};
+  };
+  const std::string donem = "C:\\Pergonix\\Genel\\Data\\DonemAc.mdb";
+  const std::string ini = "C:\\Pergonix\\Genel\\Data\\YedekDosya.ini";
   struct Durum {
-    std::function<void(YedeklemeTest&)> bozan;
+    std::string silinen;              // a shared file removed first
+    std::string YedekGirdisi::*alan;  // else one field given `deger`
+    const char* deger;
     Box kutu;
   };
-  auto uyari = [](const char* m) { return Box{m, "Uyarı", Icon::kInformation, Buttons::kOk, 1}; };
-  const std::vector<Durum> durumlar = {
-      {[](YedeklemeTest& t) { (void)t.fs_.Remove("C:\\Pergonix\\Genel\\Data\\DonemAc.mdb"); },
-       {"C:\\Pergonix\\Genel\\Data\\DonemAc.mdb Dosyası Bulunamadı!", "HATA", Icon::kCritical,
-        Buttons::kOk, 1}},
-      {[](YedeklemeTest& t) { (void)t.fs_.Remove("C:\\Pergonix\\Genel\\Data\\YedekDosya.ini"); },
-       {"C:\\Pergonix\\Genel\\Data\\YedekDosya.ini Dosyası Bulunamadı!", "HATA", Icon::kCritical,
-        Buttons::kOk, 1}},
-      {[](YedeklemeTest& t) { t.girdi_.paket_adi = "  "; },
-       uyari("Yedek Paket Adı Bölümü Dolu Olmalı!")},
-      {[](YedeklemeTest& t) { t.girdi_.sirket = ""; }, uyari("Şirket No Bölümü Dolu Olmalı!")},
-      {[](YedeklemeTest& t) { t.girdi_.yil = " "; }, uyari("Yıl Bölümü Bolu Olmalı!")},
-      {[](YedeklemeTest& t) { t.girdi_.hedef = ""; },
+  const Durum durumlar[] = {
+      {donem, nullptr, "", yok(donem)},
+      {ini, nullptr, "", yok(ini)},
+      {"", &YedekGirdisi::paket_adi, "  ", uyari("Yedek Paket Adı Bölümü Dolu Olmalı!")},
+      {"", &YedekGirdisi::sirket, "", uyari("Şirket No Bölümü Dolu Olmalı!")},
+      {"", &YedekGirdisi::yil, " ", uyari("Yıl Bölümü Bolu Olmalı!")},
+      {"", &YedekGirdisi::hedef, "",
        uyari("Yedeklerin Kopyalanacağı Klasör Adı Bölümü Bolu Olmalı!")},
-      {[](YedeklemeTest& t) { t.girdi_.sirket = "01"; }, uyari("Şirket No Üç Haneli Olmalı!")},
-      {[](YedeklemeTest& t) { t.girdi_.sirket = "0001"; }, uyari("Şirket No Üç Haneli Olmalı!")},
-      {[](YedeklemeTest& t) { t.girdi_.yil = "09"; }, uyari("Yıl Dört Haneli Olmalı!")},
-      {[](YedeklemeTest& t) { t.girdi_.tum_sirketler = true; }, DikkatKutusu()},
+      {"", &YedekGirdisi::sirket, "01", uyari("Şirket No Üç Haneli Olmalı!")},
+      {"", &YedekGirdisi::sirket, "0001", uyari("Şirket No Üç Haneli Olmalı!")},
+      {"", &YedekGirdisi::yil, "09", uyari("Yıl Dört Haneli Olmalı!")},
+      // Letters pass the length checks; the question comes and is answered No.
+      {"", &YedekGirdisi::sirket, "ABC", DikkatKutusu()},
+      {"", &YedekGirdisi::yil, "Yıl2", DikkatKutusu()},
   };
   for (const auto& d : durumlar) {
     SetUp();
     op_ = op::ScriptedOperator({Answer::kNo});
-    d.bozan(*this);
+    if (!d.silinen.empty()) (void)fs_.Remove(d.silinen);
+    if (d.alan) girdi_.*d.alan = d.deger;
     const YedekSonucu s = Calistir();
-    ASSERT_EQ(op_.boxes.size(), 1u) << d.kutu.text;
-    EXPECT_EQ(op_.boxes[0], d.kutu);
+    EXPECT_EQ(op_.boxes, std::vector<Box>{d.kutu});
     EXPECT_FALSE(s.basladi);
     // The missing shared files are error boxes; the rest are input warnings or the No.
     EXPECT_EQ(s.hata_gosterildi, d.kutu.title == "HATA");
@@ -291,144 +289,312 @@ TEST_F(YedeklemeTest, MissingSharedFilesAndEmptyOrShortFieldsStopBeforeAnything)
   }
 }
 
-TEST_F(YedeklemeTest, TargetFolderRefusedOrNotCreated) {
-  girdi_.hedef = "E:\\Yedek";  // a missing folder: its creation is asked
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kNo});
-  YedekSonucu s = Calistir();
-  ASSERT_EQ(op_.boxes.size(), 2u);
-  EXPECT_EQ(op_.boxes[1].text,
-            "E:\\YEDEK\r\n\r\nKlasörü Bulunamadı!\r\n\r\nKlasörün Oluşturulmasını "
-            "İstiyormusunuz?");
-  EXPECT_TRUE(s.reddedildi);
-  EXPECT_FALSE(s.hata_gosterildi);
-  EXPECT_FALSE(s.basladi);
-  EXPECT_TRUE(acilanlar_.empty());
-
-  SetUp();
-  girdi_.hedef = "E:\\Yedek";
-  fs_.hazir_degil['E'] = 1;
-  op_ = op::ScriptedOperator({Answer::kYes});
-  s = Calistir();
-  EXPECT_EQ(op_.boxes.back(), (Box{"E Sürücüsü Hazır Değil!", "Pergonix Yedek", Icon::kExclamation,
-                                   Buttons::kOk, 1}));
-  EXPECT_FALSE(s.reddedildi);
-  EXPECT_TRUE(s.hata_gosterildi);
-  EXPECT_TRUE(fs_.Altindakiler("E:").empty());
-}
-
-TEST_F(YedeklemeTest, LettersPassTheLengthChecks) {
-  girdi_.sirket = "ABC";
-  girdi_.yil = "Yıl2";
-  op_.Queue(Answer::kNo);
-  Calistir();
-  EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
-}
-
-TEST_F(YedeklemeTest, PlainBackupOfOneCompanyMirrorsTheSuiteLayout) {
-  girdi_.secili[modules::ModulKlasoruyle("Fatura")->sira - 1] = false;
-  op_.Queue(Answer::kYes);
-  const YedekSonucu s = Calistir();
-  EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
-  EXPECT_TRUE(s.tamamlandi);
-  EXPECT_FALSE(s.hata_gosterildi);
-  EXPECT_FALSE(s.iptal_edildi);
-  EXPECT_EQ(Durumlar(), TekSirketDurumu("|Fatura|"));
-  EXPECT_EQ(
-      fs_.Altindakiler(kPaket),
-      (std::set<std::string>{
-          "Beyanname\\Data\\beyan-tblBeyan.xbf", "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
-          "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf", "Dosya\\Cari\\Data\\001\\2009\\ayar.ini",
-          "Dosya\\Demirbas\\Data\\001\\logo.bmp", "PergonixYedek.json"}));
-  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf"),
-            Beklenen(cari_));
-  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf"),
-            Beklenen(demirbas_));
-  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Beyanname\\Data\\beyan-tblBeyan.xbf"), Beklenen(beyan_));
-  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp"),
-            std::string("BM\0\1", 4));
-  EXPECT_EQ(op_.statuses,
-            (std::vector<std::string>{
-                "C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb Yedekleniyor...",
-                "C:\\Pergonix\\Demirbas\\Data\\001\\demirbas.mdb Yedekleniyor...",
-                "C:\\Pergonix\\Stok\\Data\\001\\2009\\stok.mdb Veritabanı Bulunamadı!",
-                "C:\\Pergonix\\Beyanname\\Data\\beyan.mdb Yedekleniyor...",
-                "Yedekleme İşlemi Tamamlandı."}));
-  // Views, system tables and the empty table were not read into files; nothing staged.
-  EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
-}
-
-TEST_F(YedeklemeTest, CompressedBackupStagesThenCopiesPackageFiles) {
-  girdi_.sikistir = true;
-  op_.Queue(Answer::kYes);
-  const YedekSonucu s = Calistir();
-  EXPECT_TRUE(s.tamamlandi);
-  EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
-  EXPECT_EQ(fs_.Altindakiler(kPaket),
-            (std::set<std::string>{
-                "Beyanname\\Data\\beyan-tblBeyan.pbf", "Cari\\Data\\001\\2009\\cari-tblCari.pbf",
-                "Demirbas\\Data\\001\\demirbas-tblDemirbas.pbf",
-                "Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf",
-                "Dosya\\Demirbas\\Data\\001\\logo.bmp.pbf", "PergonixYedek.json"}));
-  EXPECT_EQ(Ac(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.pbf")),
-            Beklenen(cari_));
-  EXPECT_EQ(Ac(fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf")),
-            "[Ayar]\r\nA=1\r\n");
-  EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
-}
-
-TEST_F(YedeklemeTest, EveryCompanyClearsTheStatesBetweenCompanies) {
-  girdi_.tum_sirketler = true;
-  girdi_.sirket = "999";  // not used when every company is backed up
-  op_.Queue(Answer::kYes);
-  EXPECT_TRUE(Calistir().tamamlandi);
-  std::vector<std::string> beklenen;
-  for (int i = 0; i < 2; ++i) {
-    for (const auto& m : modules::Moduller()) beklenen.push_back(std::string(m.ad) + "=");
-    for (const auto& d : TekSirketDurumu()) beklenen.push_back(d);
+// What a run did, as the flags of its result that hold.
+std::string Bayraklar(const YedekSonucu& s) {
+  std::string out;
+  for (const auto& [b, ad] : {std::pair{s.basladi, "basladi"},
+                              {s.tamamlandi, "tamamlandi"},
+                              {s.hata_gosterildi, "hata"},
+                              {s.iptal_edildi, "iptal"},
+                              {s.reddedildi, "reddedildi"}}) {
+    if (b) out += out.empty() ? ad : std::string(" ") + ad;
   }
-  EXPECT_EQ(Durumlar(), beklenen);
-  EXPECT_TRUE(fs_.Var("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf"));
-  EXPECT_TRUE(fs_.Var("D:\\Yedek\\Paket\\Cari\\Data\\002\\2009\\cari-tblCari.xbf"));
-  EXPECT_FALSE(fs_.Var("D:\\Yedek\\Paket\\Cari\\Data\\999\\2009\\cari-tblCari.xbf"));
-  EXPECT_EQ(op_.statuses.front(), "C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb Yedekleniyor...");
-  EXPECT_EQ(op_.statuses[4], "C:\\Pergonix\\Cari\\Data\\002\\2009\\cari.mdb Yedekleniyor...");
+  return out;
 }
 
-TEST_F(YedeklemeTest, OldBackupDeclinedSkipsEveryLaterModuleYetMarksThemDone) {
-  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\eski.xbf", "eski");
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kNo});
-  const YedekSonucu s = Calistir();
-  EXPECT_EQ(op_.boxes,
-            (std::vector<Box>{DikkatKutusu(),
-                              EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009")}));
-  EXPECT_TRUE(s.tamamlandi);
-  EXPECT_TRUE(s.iptal_edildi);
-  EXPECT_EQ(Durumlar(), TekSirketDurumu());
-  EXPECT_EQ(fs_.Altindakiler(kPaket), std::set<std::string>{"Cari\\Data\\001\\2009\\eski.xbf"});
-  EXPECT_EQ(op_.statuses, std::vector<std::string>{"Yedekleme İşlemi Tamamlandı."});
+// One run: what is changed before it, the operator's answers, and what it must show and leave.
+struct Senaryo {
+  const char* ad;
+  std::function<void(YedeklemeTest&)> hazirla;
+  std::vector<Answer> cevaplar;
+  std::vector<Box> kutular;  // a text may hold "*"
+  const char* bayraklar;
+  std::vector<std::string> durumlar = {};           // "Durum" cells in order; empty: not checked
+  std::optional<std::set<std::string>> paket = {};  // every file below the package
+  std::vector<std::string> metinler = {};           // status texts; empty: not checked
+  std::map<std::string, std::string> icerik = {};   // below the package; a ".pbf" inflated
+};
+
+void Yalniz(YedeklemeTest& t, const char* modul) {
+  for (auto& s : t.girdi_.secili) s = false;
+  if (modul) t.girdi_.secili[modules::ModulKlasoruyle(modul)->sira - 1] = true;
 }
 
-TEST_F(YedeklemeTest, ADeclinedDeletionSkipsEveryLaterCompanyToo) {
-  girdi_.tum_sirketler = true;
-  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\eski.xbf", "eski");
-  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\002\\2009\\eski.xbf", "eski");
-  // The old-backup test still runs for the later company and asks; its Yes deletes, yet
-  // nothing is written because the run stays cancelled.
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kNo, Answer::kYes});
-  const YedekSonucu s = Calistir();
-  EXPECT_EQ(
-      op_.boxes,
-      (std::vector<Box>{DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009"),
-                        EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\002\\2009")}));
-  EXPECT_TRUE(s.iptal_edildi);
-  EXPECT_TRUE(s.tamamlandi);
-  std::vector<std::string> beklenen;
+TEST_F(YedeklemeTest, Runs) {
+  auto sikistir = [](std::function<void(YedeklemeTest&)> f) {
+    return [f](YedeklemeTest& t) {
+      t.girdi_.sikistir = true;
+      f(t);
+    };
+  };
+  auto eski = [](std::vector<std::string> yollar, bool tum_sirketler = false) {
+    return [=](YedeklemeTest& t) {
+      for (const auto& y : yollar) t.fs_.Yaz(std::string(kPaket) + "\\" + y, "eski");
+      t.girdi_.tum_sirketler = tum_sirketler;
+    };
+  };
+  std::vector<std::string> iki_sirket;
   for (int i = 0; i < 2; ++i) {
-    for (const auto& m : modules::Moduller()) beklenen.push_back(std::string(m.ad) + "=");
-    for (const auto& d : TekSirketDurumu()) beklenen.push_back(d);
+    for (const auto& m : modules::Moduller()) iki_sirket.push_back(std::string(m.ad) + "=");
+    for (const auto& d : TekSirketDurumu()) iki_sirket.push_back(d);
   }
-  EXPECT_EQ(Durumlar(), beklenen);
-  EXPECT_EQ(fs_.Altindakiler(kPaket), std::set<std::string>{"Cari\\Data\\001\\2009\\eski.xbf"});
+  std::string hepsi = "|";
+  for (const auto& m : modules::Moduller()) hepsi += std::string(m.klasor) + "|";
+  const std::string cari = "Cari\\Data\\001\\2009\\cari-tblCari";
+  const std::string demirbas = "Demirbas\\Data\\001\\demirbas-tblDemirbas";
+  const std::string beyan = "Beyanname\\Data\\beyan-tblBeyan";
+  const std::string ayar = "Dosya\\Cari\\Data\\001\\2009\\ayar.ini";
+  const std::string logo = "Dosya\\Demirbas\\Data\\001\\logo.bmp";
+  const std::string json = "PergonixYedek.json";
+  const std::string tamam = "Yedekleme İşlemi Tamamlandı.";
+  auto yedekleniyor = [](const std::string& mdb) {
+    return "C:\\Pergonix\\" + mdb + " Yedekleniyor...";
+  };
+  auto bulunamadi = [](const std::string& mdb) {
+    return "C:\\Pergonix\\" + mdb + " Veritabanı Bulunamadı!";
+  };
+  const std::vector<Senaryo> senaryolar = {
+      {.ad = "target folder not created",
+       .hazirla = [](auto& t) { t.girdi_.hedef = "E:\\Yedek"; },
+       .cevaplar = {Answer::kYes, Answer::kNo},
+       .kutular = {DikkatKutusu(),
+                   {"E:\\YEDEK\r\n\r\nKlasörü Bulunamadı!\r\n\r\nKlasörün "
+                    "Oluşturulmasını İstiyormusunuz?",
+                    "Pergonix Yedek", Icon::kQuestion, Buttons::kYesNo, 2}},
+       .bayraklar = "reddedildi"},
+      {.ad = "target drive not ready",
+       .hazirla =
+           [](auto& t) {
+             t.girdi_.hedef = "E:\\Yedek";
+             t.fs_.hazir_degil['E'] = 1;
+           },
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu(),
+                   {"E Sürücüsü Hazır Değil!", "Pergonix Yedek", Icon::kExclamation, Buttons::kOk,
+                    1}},
+       .bayraklar = "hata"},
+      // Views, system tables and the empty table give no file.
+      {.ad = "plain, one company",
+       .hazirla =
+           [](auto& t) { t.girdi_.secili[modules::ModulKlasoruyle("Fatura")->sira - 1] = false; },
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu()},
+       .bayraklar = "basladi tamamlandi",
+       .durumlar = TekSirketDurumu("|Fatura|"),
+       .paket = std::set{beyan + ".xbf", cari + ".xbf", demirbas + ".xbf", ayar, logo, json},
+       .metinler = {yedekleniyor("Cari\\Data\\001\\2009\\cari.mdb"),
+                    yedekleniyor("Demirbas\\Data\\001\\demirbas.mdb"),
+                    bulunamadi("Stok\\Data\\001\\2009\\stok.mdb"),
+                    yedekleniyor("Beyanname\\Data\\beyan.mdb"), tamam},
+       .icerik = {{cari + ".xbf", Beklenen(cari_)},
+                  {demirbas + ".xbf", Beklenen(demirbas_)},
+                  {beyan + ".xbf", Beklenen(beyan_)},
+                  {logo, std::string("BM\0\1", 4)}}},
+      {.ad = "compressed",
+       .hazirla = sikistir([](auto&) {}),
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu()},
+       .bayraklar = "basladi tamamlandi",
+       .paket = std::set{beyan + ".pbf", cari + ".pbf", demirbas + ".pbf", ayar + ".pbf",
+                         logo + ".pbf", json},
+       .icerik = {{cari + ".pbf", Beklenen(cari_)}, {ayar + ".pbf", "[Ayar]\r\nA=1\r\n"}}},
+      {.ad = "every company clears the states between companies",
+       .hazirla =
+           [](auto& t) {
+             t.girdi_.tum_sirketler = true;
+             t.girdi_.sirket = "999";  // not used when every company is backed up
+           },
+       // The first company's module-wide Beyanname files are an old backup to the second.
+       .cevaplar = {Answer::kYes, Answer::kYes},
+       .kutular = {DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Beyanname\\Data")},
+       .bayraklar = "basladi tamamlandi",
+       .durumlar = iki_sirket,
+       .metinler = {yedekleniyor("Cari\\Data\\001\\2009\\cari.mdb"),
+                    yedekleniyor("Demirbas\\Data\\001\\demirbas.mdb"),
+                    bulunamadi("Stok\\Data\\001\\2009\\stok.mdb"),
+                    yedekleniyor("Beyanname\\Data\\beyan.mdb"),
+                    yedekleniyor("Cari\\Data\\002\\2009\\cari.mdb"),
+                    bulunamadi("Demirbas\\Data\\002\\demirbas.mdb"),
+                    bulunamadi("Stok\\Data\\002\\2009\\stok.mdb"),
+                    yedekleniyor("Beyanname\\Data\\beyan.mdb"), tamam},
+       .icerik = {{"Cari\\Data\\002\\2009\\cari-tblCari.xbf", Beklenen(cari_)}}},
+      {.ad = "nothing ticked",
+       .hazirla = [](auto& t) { Yalniz(t, nullptr); },
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu()},
+       .bayraklar = "basladi tamamlandi",
+       .durumlar = TekSirketDurumu(hepsi),
+       .paket = std::set<std::string>{},
+       .metinler = {tamam}},
+      // A declined deletion skips every later module and company yet marks them done; the
+      // later company is still asked, and its Yes deletes.
+      {.ad = "old backup declined",
+       .hazirla = eski({"Cari\\Data\\001\\2009\\eski.xbf"}),
+       .cevaplar = {Answer::kYes, Answer::kNo},
+       .kutular = {DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009")},
+       .bayraklar = "basladi tamamlandi iptal",
+       .durumlar = TekSirketDurumu(),
+       .paket = std::set<std::string>{"Cari\\Data\\001\\2009\\eski.xbf"},
+       .metinler = {tamam}},
+      {.ad = "old backup declined, every company",
+       .hazirla =
+           eski({"Cari\\Data\\001\\2009\\eski.xbf", "Cari\\Data\\002\\2009\\eski.xbf"}, true),
+       .cevaplar = {Answer::kYes, Answer::kNo, Answer::kYes},
+       .kutular = {DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009"),
+                   EskiYedekKutusu("D:\\Yedek\\Paket\\Cari\\Data\\002\\2009")},
+       .bayraklar = "basladi tamamlandi iptal",
+       .durumlar = iki_sirket,
+       .paket = std::set<std::string>{"Cari\\Data\\001\\2009\\eski.xbf"}},
+      // Demirbas looks at the company level and deletes it and the module-wide level;
+      // Beyanname looks module-wide; old extra files of all three levels go.
+      {.ad = "old backups deleted",
+       .hazirla = eski({"Demirbas\\Data\\001\\eski.xbf", "Demirbas\\Data\\genel.xbf",
+                        "Demirbas\\Data\\001\\2008\\kalir.xbf", "Beyanname\\Data\\eski.xbf",
+                        "Dosya\\Cari\\Data\\001\\2009\\eski.ini",
+                        "Dosya\\Cari\\Data\\001\\eski.ini", "Dosya\\Cari\\Data\\eski.ini"}),
+       .cevaplar = {Answer::kYes, Answer::kYes, Answer::kYes},
+       .kutular = {DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Demirbas\\Data\\001"),
+                   EskiYedekKutusu("D:\\Yedek\\Paket\\Beyanname\\Data")},
+       .bayraklar = "basladi tamamlandi",
+       .paket = std::set{beyan + ".xbf", cari + ".xbf",
+                         std::string("Demirbas\\Data\\001\\2008\\kalir.xbf"), demirbas + ".xbf",
+                         ayar, logo, json}},
+      {.ad = "old backup deleted without asking",
+       .hazirla =
+           [](auto& t) {
+             t.fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf", "eski, uzun");
+             t.girdi_.eski_yedegi_sormadan_sil = true;
+           },
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu()},
+       .bayraklar = "basladi tamamlandi",
+       .icerik = {{cari + ".xbf", Beklenen(cari_)}}},
+      // The drive: its first look is the target folder check's.
+      {.ad = "drive not ready, then ready",
+       .hazirla = sikistir([](auto& t) { t.fs_.hazir_degil['D'] = 3; }),
+       .cevaplar = {Answer::kYes, Answer::kRetry, Answer::kRetry},
+       .kutular = {DikkatKutusu(), HazirDegilKutusu(), HazirDegilKutusu()},
+       .bayraklar = "basladi tamamlandi",
+       .icerik = {{cari + ".pbf", Beklenen(cari_)}}},
+      // The cancelled module's extra files still go (the same step); later modules do not.
+      {.ad = "drive not ready, cancelled",
+       .hazirla = sikistir([](auto& t) { t.fs_.hazir_degil['D'] = 2; }),
+       .cevaplar = {Answer::kYes, Answer::kCancel},
+       .kutular = {DikkatKutusu(), HazirDegilKutusu()},
+       .bayraklar = "basladi tamamlandi iptal",
+       .durumlar = TekSirketDurumu(),
+       .paket = std::set{ayar + ".pbf", json}},
+      {.ad = "plain extra files wait for the drive",
+       .hazirla =
+           [](auto& t) {
+             Yalniz(t, "Demirbas");
+             t.fs_.hazir_degil['D'] = 2;
+           },
+       .cevaplar = {Answer::kYes, Answer::kRetry},
+       .kutular = {DikkatKutusu(), HazirDegilKutusu()},
+       .bayraklar = "basladi tamamlandi",
+       .icerik = {{logo, std::string("BM\0\1", 4)}}},
+      {.ad = "disk full, retried",
+       .hazirla = sikistir([](auto& t) { t.fs_.dolu['D'] = 2; }),
+       .cevaplar = {Answer::kYes, Answer::kRetry, Answer::kRetry},
+       .kutular = {DikkatKutusu(), DoluKutusu(), DoluKutusu()},
+       .bayraklar = "basladi tamamlandi",
+       .icerik = {{cari + ".pbf", Beklenen(cari_)}}},
+      {.ad = "disk full, cancelled",
+       .hazirla = sikistir([](auto& t) { t.fs_.dolu['D'] = 1; }),
+       .cevaplar = {Answer::kYes, Answer::kCancel},
+       .kutular = {DikkatKutusu(), DoluKutusu()},
+       .bayraklar = "basladi tamamlandi iptal",
+       .paket = std::set{ayar + ".pbf", json}},
+      {.ad = "disk full writing plain files retries the database",
+       .hazirla =
+           [](auto& t) {
+             Yalniz(t, "Cari");
+             t.fs_.dolu['D'] = 1;
+           },
+       .cevaplar = {Answer::kYes, Answer::kRetry},
+       .kutular = {DikkatKutusu(), DoluKutusu()},
+       .bayraklar = "basladi tamamlandi",
+       .paket = std::set{cari + ".xbf", ayar, json},
+       .icerik = {{cari + ".xbf", Beklenen(cari_)}}},
+      // Errors inside a module end that module only; its extra files and later modules go.
+      {.ad = "table name Jet cannot take unbracketed",
+       .hazirla =
+           [](auto& t) {
+             t.baglantilar_[BellekDosyalar::Anahtar(
+                                "C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb")]
+                 ->Add("Eski Kayitlar", Tablo({"a"}, {{std::string("x"), int64_t{1}}}));
+           },
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu(), HataKutusu("Hata Kodu: *\r\nAçıklama: *Eski Kayitlar*")},
+       .bayraklar = "basladi tamamlandi hata",
+       .icerik = {{ayar, "[Ayar]\r\nA=1\r\n"}, {beyan + ".xbf", Beklenen(beyan_)}}},
+      {.ad = "no count in the extra files list",
+       .hazirla =
+           [](auto& t) {
+             t.fs_.Yaz("C:\\Pergonix\\Genel\\Data\\YedekDosya.ini", "[YedekDosyalar]\r\n");
+             Yalniz(t, "Cari");
+           },
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu(),
+                   HataKutusu("Hata Kodu: 13\r\nAçıklama: Type mismatch: 'Default' in "
+                              "YedekDosyaSayisi of C:\\Pergonix\\Genel\\Data\\YedekDosya.ini")},
+       .bayraklar = "basladi tamamlandi hata",
+       .icerik = {{cari + ".xbf", Beklenen(cari_)}}},
+      // Only what fails outside a module ends the run.
+      {.ad = "catalog cannot be opened",
+       .hazirla =
+           [](auto& t) {
+             t.baglantilar_.erase(
+                 BellekDosyalar::Anahtar("C:\\Pergonix\\genel\\data\\DonemAc.mdb"));
+           },
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu(), HataKutusu("Hata Kodu: 53\r\nAçıklama: cannot open "
+                                              "C:\\Pergonix\\genel\\data\\DonemAc.mdb")},
+       .bayraklar = "basladi hata"},
+      // A killed run's leftovers are no old backup: removed without a question.
+      {.ad = "leftovers of a killed run",
+       .hazirla =
+           [](auto& t) {
+             t.fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\.~cari-tblCari.xbf.tmp", "yarım");
+             t.fs_.Yaz("D:\\Yedek\\Paket\\.~PergonixYedek.json.tmp", "yarım");
+           },
+       .cevaplar = {Answer::kYes},
+       .kutular = {DikkatKutusu()},
+       .bayraklar = "basladi tamamlandi"},
+  };
+  for (const Senaryo& c : senaryolar) {
+    SCOPED_TRACE(c.ad);
+    SetUp();
+    c.hazirla(*this);
+    op_ = op::ScriptedOperator(c.cevaplar);
+    const YedekSonucu s = Calistir();
+    EXPECT_TRUE(px::testing::BoxesMatch(op_.boxes, c.kutular));
+    EXPECT_EQ(Bayraklar(s), c.bayraklar);
+    if (!c.durumlar.empty()) {
+      EXPECT_EQ(Durumlar(), c.durumlar);
+    }
+    if (c.paket) {
+      EXPECT_EQ(fs_.Altindakiler(kPaket), *c.paket);
+    }
+    if (!c.metinler.empty()) {
+      EXPECT_EQ(op_.statuses, c.metinler);
+    }
+    for (const auto& [yol, beklenen] : c.icerik) {
+      const std::string icerik = fs_.Icerik(std::string(kPaket) + "\\" + yol);
+      EXPECT_EQ(yol.ends_with(".pbf") ? Ac(icerik) : icerik, beklenen) << yol;
+    }
+    // Nothing staged or half-written stays; a run that never started touched nothing.
+    EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
+    for (const auto& yol : fs_.Altindakiler(kHedef)) {
+      EXPECT_EQ(yol.find(".~"), std::string::npos) << yol;
+    }
+    if (!s.basladi) {
+      EXPECT_TRUE(op_.module_states.empty());
+      EXPECT_TRUE(acilanlar_.empty());
+      EXPECT_TRUE(fs_.Altindakiler("E:").empty());
+    }
+  }
 }
 
 // Progress names the module, database and table and counts rows of the definition's total; a
@@ -458,183 +624,6 @@ TEST_F(YedeklemeTest, TableProgressCountsRowsOfTheDefinitionsTotal) {
     EXPECT_TRUE(Calistir().tamamlandi);
     EXPECT_EQ(op_.tablo_ilerlemesi, d.raporlar) << d.tanimdaki;
   }
-}
-
-TEST_F(YedeklemeTest, PlainExtraFilesWaitForTheDriveToo) {
-  for (auto& s : girdi_.secili) s = false;
-  girdi_.secili[modules::ModulKlasoruyle("Demirbas")->sira - 1] = true;
-  fs_.hazir_degil['D'] = 2;  // the first look is the target folder check's
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kRetry});
-  EXPECT_TRUE(Calistir().tamamlandi);
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), HazirDegilKutusu()}));
-  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Dosya\\Demirbas\\Data\\001\\logo.bmp"),
-            std::string("BM\0\1", 4));
-}
-
-TEST_F(YedeklemeTest, OldBackupDeletedAtTheModulesOwnLevel) {
-  // Demirbas looks at the company level and deletes it and the module-wide level.
-  fs_.Yaz("D:\\Yedek\\Paket\\Demirbas\\Data\\001\\eski.xbf", "eski");
-  fs_.Yaz("D:\\Yedek\\Paket\\Demirbas\\Data\\genel.xbf", "eski");
-  fs_.Yaz("D:\\Yedek\\Paket\\Demirbas\\Data\\001\\2008\\kalir.xbf", "kalır");
-  // Beyanname looks module-wide.
-  fs_.Yaz("D:\\Yedek\\Paket\\Beyanname\\Data\\eski.xbf", "eski");
-  // Old extra files at all three levels go before the new ones come.
-  fs_.Yaz("D:\\Yedek\\Paket\\Dosya\\Cari\\Data\\001\\2009\\eski.ini", "eski");
-  fs_.Yaz("D:\\Yedek\\Paket\\Dosya\\Cari\\Data\\001\\eski.ini", "eski");
-  fs_.Yaz("D:\\Yedek\\Paket\\Dosya\\Cari\\Data\\eski.ini", "eski");
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kYes, Answer::kYes});
-  const YedekSonucu s = Calistir();
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(),
-                                         EskiYedekKutusu("D:\\Yedek\\Paket\\Demirbas\\Data\\001"),
-                                         EskiYedekKutusu("D:\\Yedek\\Paket\\Beyanname\\Data")}));
-  EXPECT_FALSE(s.iptal_edildi);
-  EXPECT_EQ(
-      fs_.Altindakiler(kPaket),
-      (std::set<std::string>{
-          "Beyanname\\Data\\beyan-tblBeyan.xbf", "Cari\\Data\\001\\2009\\cari-tblCari.xbf",
-          "Demirbas\\Data\\001\\2008\\kalir.xbf", "Demirbas\\Data\\001\\demirbas-tblDemirbas.xbf",
-          "Dosya\\Cari\\Data\\001\\2009\\ayar.ini", "Dosya\\Demirbas\\Data\\001\\logo.bmp",
-          "PergonixYedek.json"}));
-}
-
-TEST_F(YedeklemeTest, OldBackupDeletedWithoutAskingWhenTicked) {
-  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf", "eski ve daha uzun");
-  girdi_.eski_yedegi_sormadan_sil = true;
-  op_.Queue(Answer::kYes);
-  EXPECT_TRUE(Calistir().tamamlandi);
-  EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
-  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf"),
-            Beklenen(cari_));
-}
-
-TEST_F(YedeklemeTest, DriveNotReadyThenReady) {
-  girdi_.sikistir = true;
-  fs_.hazir_degil['D'] = 3;  // the first look is the target folder check's (type only)
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kRetry, Answer::kRetry});
-  const YedekSonucu s = Calistir();
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), HazirDegilKutusu(), HazirDegilKutusu()}));
-  EXPECT_TRUE(s.tamamlandi);
-  EXPECT_FALSE(s.iptal_edildi);
-  EXPECT_EQ(Ac(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.pbf")),
-            Beklenen(cari_));
-}
-
-TEST_F(YedeklemeTest, DriveNotReadyCancelledLeavesNoStagingFile) {
-  girdi_.sikistir = true;
-  fs_.hazir_degil['D'] = 2;  // the first look is the target folder check's (type only)
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kCancel});
-  const YedekSonucu s = Calistir();
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), HazirDegilKutusu()}));
-  EXPECT_TRUE(s.iptal_edildi);
-  EXPECT_TRUE(s.tamamlandi);
-  EXPECT_EQ(Durumlar(), TekSirketDurumu());
-  EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
-  // The cancelled module's extra files still go (they follow the packaging in the same
-  // step); every later module is skipped.
-  EXPECT_EQ(
-      fs_.Altindakiler(kPaket),
-      (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf", "PergonixYedek.json"}));
-}
-
-TEST_F(YedeklemeTest, DiskFullThenRetryThenCancel) {
-  // Compressed: the first copy meets a full disk twice (Retry, Retry) and succeeds; the
-  // next copy meets it again and is cancelled.
-  girdi_.sikistir = true;
-  fs_.dolu['D'] = 2;
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kRetry, Answer::kRetry});
-  EXPECT_TRUE(Calistir().tamamlandi);
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), DoluKutusu(), DoluKutusu()}));
-  EXPECT_EQ(Ac(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.pbf")),
-            Beklenen(cari_));
-
-  SetUp();
-  girdi_.sikistir = true;
-  fs_.dolu['D'] = 1;
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kCancel});
-  const YedekSonucu s = Calistir();
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), DoluKutusu()}));
-  EXPECT_TRUE(s.iptal_edildi);
-  EXPECT_FALSE(s.hata_gosterildi);
-  EXPECT_EQ(
-      fs_.Altindakiler(kPaket),
-      (std::set<std::string>{"Dosya\\Cari\\Data\\001\\2009\\ayar.ini.pbf", "PergonixYedek.json"}));
-  EXPECT_TRUE(fs_.Altindakiler(kGecici).empty());
-}
-
-TEST_F(YedeklemeTest, DiskFullWhileWritingPlainFilesRetriesTheDatabase) {
-  fs_.dolu['D'] = 1;
-  op_ = op::ScriptedOperator({Answer::kYes, Answer::kRetry});
-  EXPECT_TRUE(Calistir().tamamlandi);
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(), DoluKutusu()}));
-  EXPECT_EQ(fs_.Icerik("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf"),
-            Beklenen(cari_));
-  EXPECT_EQ(fs_.Altindakiler("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009"),
-            std::set<std::string>{"cari-tblCari.xbf"});
-}
-
-TEST_F(YedeklemeTest, ErrorsInsideAModuleEndThatModuleOnly) {
-  // A table name Jet cannot take unbracketed fails the export of its database.
-  baglantilar_[BellekDosyalar::Anahtar("C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb")]->Add(
-      "Eski Kayitlar", Tablo({"a"}, {{std::string("x"), int64_t{1}}}));
-  op_.Queue(Answer::kYes);
-  const YedekSonucu s = Calistir();
-  ASSERT_EQ(op_.boxes.size(), 2u);
-  EXPECT_EQ(op_.boxes[1].title, "Hata");
-  EXPECT_EQ(op_.boxes[1].icon, Icon::kExclamation);
-  EXPECT_NE(op_.boxes[1].text.find("Hata Kodu: "), std::string::npos);
-  EXPECT_NE(op_.boxes[1].text.find("\r\nAçıklama: "), std::string::npos);
-  EXPECT_NE(op_.boxes[1].text.find("Eski Kayitlar"), std::string::npos) << op_.boxes[1].text;
-  EXPECT_TRUE(s.hata_gosterildi);
-  EXPECT_TRUE(s.tamamlandi);
-  // The module's extra files and every later module still went.
-  EXPECT_TRUE(fs_.Var("D:\\Yedek\\Paket\\Dosya\\Cari\\Data\\001\\2009\\ayar.ini"));
-  EXPECT_TRUE(fs_.Var("D:\\Yedek\\Paket\\Beyanname\\Data\\beyan-tblBeyan.xbf"));
-}
-
-TEST_F(YedeklemeTest, MissingCountInTheExtraFilesListIsATypeMismatch) {
-  fs_.Yaz("C:\\Pergonix\\Genel\\Data\\YedekDosya.ini", "[YedekDosyalar]\r\n");
-  for (auto& s : girdi_.secili) s = false;
-  girdi_.secili[0] = true;
-  op_.Queue(Answer::kYes);
-  const YedekSonucu s = Calistir();
-  ASSERT_EQ(op_.boxes.size(), 2u);
-  EXPECT_EQ(op_.boxes[1],
-            HataKutusu("Hata Kodu: 13\r\nAçıklama: Type mismatch: 'Default' in YedekDosyaSayisi "
-                       "of C:\\Pergonix\\Genel\\Data\\YedekDosya.ini"));
-  EXPECT_TRUE(s.hata_gosterildi);
-  EXPECT_TRUE(fs_.Var("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf"));
-}
-
-TEST_F(YedeklemeTest, NothingTickedMarksEverythingSkipped) {
-  for (auto& s : girdi_.secili) s = false;
-  op_.Queue(Answer::kYes);
-  EXPECT_TRUE(Calistir().tamamlandi);
-  std::string hepsi = "|";
-  for (const auto& m : modules::Moduller()) hepsi += std::string(m.klasor) + "|";
-  EXPECT_EQ(Durumlar(), TekSirketDurumu(hepsi));
-  EXPECT_EQ(op_.statuses, std::vector<std::string>{"Yedekleme İşlemi Tamamlandı."});
-}
-
-TEST_F(YedeklemeTest, CatalogThatCannotBeOpenedEndsTheRunWithAnErrorBox) {
-  baglantilar_.erase(BellekDosyalar::Anahtar("C:\\Pergonix\\genel\\data\\DonemAc.mdb"));
-  op_.Queue(Answer::kYes);
-  const YedekSonucu s = Calistir();
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{DikkatKutusu(),
-                                         HataKutusu("Hata Kodu: 53\r\nAçıklama: cannot open "
-                                                    "C:\\Pergonix\\genel\\data\\DonemAc.mdb")}));
-  EXPECT_FALSE(s.tamamlandi);
-  EXPECT_TRUE(s.hata_gosterildi);
-}
-
-TEST_F(YedeklemeTest, LeftoversOfAKilledRunAreRemoved) {
-  fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\.~cari-tblCari.xbf.tmp", "yarım");
-  fs_.Yaz("D:\\Yedek\\Paket\\.~PergonixYedek.json.tmp", "yarım");
-  op_.Queue(Answer::kYes);
-  Calistir();
-  // A leftover is not an old backup: no question.
-  EXPECT_EQ(op_.boxes, std::vector<Box>{DikkatKutusu()});
-  EXPECT_FALSE(fs_.Var("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\.~cari-tblCari.xbf.tmp"));
-  EXPECT_FALSE(fs_.Var("D:\\Yedek\\Paket\\.~PergonixYedek.json.tmp"));
 }
 
 TEST_F(YedeklemeTest, ManifestFollowsEveryRunIntoThePackage) {

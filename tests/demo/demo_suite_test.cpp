@@ -219,14 +219,5 @@ TEST_F(DemoSuite, EveryLiveTableHasTheColumnsOfItsCatalogRows) {
   EXPECT_EQ(tables_listed.size(), columns.size());
 }
 
-TEST(DemoSuiteFolder, ANonEmptyFolderIsRefusedAndLeftAsItWas) {
-  TempFolder folder;
-  folder.Write("kalan.txt", "x");
-  auto ozet = DemoSuiteKur(platform::SystemFiles(), folder.str());
-  ASSERT_FALSE(ozet.ok());
-  EXPECT_NE(ozet.status().message().find("not empty"), std::string::npos);
-  EXPECT_EQ(Files(folder.path()), std::vector<std::string>{"kalan.txt"});
-}
-
 }  // namespace
 }  // namespace px::demo

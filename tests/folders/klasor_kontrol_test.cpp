@@ -49,26 +49,19 @@ Box Uyari(const std::string& text) {
 }
 
 TEST(KlasorAdiGecerli, FormRules) {
-  EXPECT_TRUE(KlasorAdiGecerli("d:\\yedek"));
-  EXPECT_TRUE(KlasorAdiGecerli("C:\\Pergonix\\Yedek 2009\\Ocak"));
-  EXPECT_TRUE(KlasorAdiGecerli("C:\\Şirket Yedekleri"));
-  EXPECT_FALSE(KlasorAdiGecerli(""));
-  EXPECT_FALSE(KlasorAdiGecerli("d:yedek"));
-  EXPECT_FALSE(KlasorAdiGecerli("d:\\yedek\\"));
-  EXPECT_FALSE(KlasorAdiGecerli("C:\\"));
-  EXPECT_FALSE(KlasorAdiGecerli("C:"));
-  EXPECT_FALSE(KlasorAdiGecerli("1:\\yedek"));
-  EXPECT_FALSE(KlasorAdiGecerli("\\\\sunucu\\yedek"));
-  EXPECT_FALSE(KlasorAdiGecerli("d:/yedek"));
-  EXPECT_FALSE(KlasorAdiGecerli("d:\\a\\\\b"));
-  EXPECT_FALSE(KlasorAdiGecerli("d:\\a \\b"));
-  EXPECT_FALSE(KlasorAdiGecerli("d:\\a\\ b"));
-  EXPECT_FALSE(KlasorAdiGecerli("d:\\ a"));
+  // Blanks away from a separator are fine.
+  for (const char* ok :
+       {"d:\\yedek", "C:\\Pergonix\\Yedek 2009\\Ocak", "C:\\Şirket Yedekleri", "d:\\a b\\c d"}) {
+    EXPECT_TRUE(KlasorAdiGecerli(ok)) << ok;
+  }
+  for (const char* bad :
+       {"", "d:yedek", "d:\\yedek\\", "C:\\", "C:", "1:\\yedek", "\\\\sunucu\\yedek", "d:/yedek",
+        "d:\\a\\\\b", "d:\\a \\b", "d:\\a\\ b", "d:\\ a"}) {
+    EXPECT_FALSE(KlasorAdiGecerli(bad)) << bad;
+  }
   for (const char* bad : {"/", ":", "*", "?", "\"", "<", ">", "|"}) {
     EXPECT_FALSE(KlasorAdiGecerli(std::string("d:\\a") + bad + "b")) << bad;
   }
-  // Blanks away from a separator are fine.
-  EXPECT_TRUE(KlasorAdiGecerli("d:\\a b\\c d"));
 }
 
 TEST(KlasorParcala, PathThenEachParentWithoutTheDrive) {
@@ -87,44 +80,37 @@ class SurucuKlasorKontrolTest : public ::testing::Test {
   op::ScriptedOperator op_;
 };
 
-TEST_F(SurucuKlasorKontrolTest, ExistingFolderOnAFixedDiskPassesSilently) {
-  fs_.AddFolder("C:\\Yedek");
-  EXPECT_TRUE(*Kontrol("c:\\yedek"));
-  fs_.drives['C'].type = kDriveRemovable;
-  EXPECT_TRUE(*Kontrol("C:\\Yedek"));
-  fs_.drives['C'].type = kDriveNetwork;
-  EXPECT_TRUE(*Kontrol("C:\\Yedek"));
-  EXPECT_TRUE(op_.boxes.empty());
-}
-
-TEST_F(SurucuKlasorKontrolTest, ExistingFolderOnUnusableDrivesIsRefused) {
-  fs_.AddFolder("E:\\Yedek");
-  fs_.drives['E'] = {true, true, kDriveCdRom};
-  EXPECT_FALSE(*Kontrol("e:\\Yedek"));
-  fs_.drives['E'].type = kDriveRamDisk;
-  EXPECT_FALSE(*Kontrol("e:\\Yedek"));
-  fs_.drives['E'].type = kDriveUnknown;
-  EXPECT_FALSE(*Kontrol("e:\\Yedek"));
-  EXPECT_EQ(op_.boxes,
-            (std::vector<Box>{Uyari("E Sürücüsü Bir CD-ROM!"), Uyari("E Sürücüsü Bir RAM Disk!"),
-                              Uyari("E Sürücüsü Tanımlanamadı!")}));
-}
-
-TEST_F(SurucuKlasorKontrolTest, MissingFolderOnAMissingOrUnusableDrive) {
-  EXPECT_FALSE(*Kontrol("f:\\Yedek"));
-  fs_.drives['F'] = {true, false, kDriveCdRom};
-  EXPECT_FALSE(*Kontrol("f:\\Yedek"));
-  fs_.drives['F'] = {true, true, kDriveRamDisk};
-  EXPECT_FALSE(*Kontrol("f:\\Yedek"));
-  fs_.drives['F'] = {true, false, kDriveUnknown};
-  EXPECT_FALSE(*Kontrol("f:\\Yedek"));
-  fs_.drives['F'] = {true, false, kDriveRemovable};
-  EXPECT_FALSE(*Kontrol("f:\\Yedek"));
-  EXPECT_EQ(op_.boxes,
-            (std::vector<Box>{Uyari("F Sürücüsü Bulunamadı!"), Uyari("F Sürücüsü Bir CD-ROM!"),
-                              Uyari("F Sürücüsü Bir RAM Disk!"), Uyari("F Sürücüsü Tanımlanamadı!"),
-                              Uyari("F Sürücüsü Hazır Değil!")}));
-  EXPECT_TRUE(fs_.created.empty());
+// Existing folders pass silently on fixed, removable and network drives; any folder on a
+// CD-ROM, a RAM disk or an unknown drive, and a missing folder on a drive that is missing or
+// not ready, is refused with its box, and nothing is created.
+TEST_F(SurucuKlasorKontrolTest, DrivesByKind) {
+  struct Case {
+    DriveFacts surucu;
+    bool klasor_var;
+    const char* kutu;  // empty: passes silently
+  };
+  const Case cases[] = {
+      {{true, true, kDriveFixed}, true, ""},
+      {{true, true, kDriveRemovable}, true, ""},
+      {{true, true, kDriveNetwork}, true, ""},
+      {{true, true, kDriveCdRom}, true, "E Sürücüsü Bir CD-ROM!"},
+      {{true, true, kDriveRamDisk}, true, "E Sürücüsü Bir RAM Disk!"},
+      {{true, true, kDriveUnknown}, true, "E Sürücüsü Tanımlanamadı!"},
+      {{}, false, "E Sürücüsü Bulunamadı!"},
+      {{true, false, kDriveCdRom}, false, "E Sürücüsü Bir CD-ROM!"},
+      {{true, true, kDriveRamDisk}, false, "E Sürücüsü Bir RAM Disk!"},
+      {{true, false, kDriveUnknown}, false, "E Sürücüsü Tanımlanamadı!"},
+      {{true, false, kDriveRemovable}, false, "E Sürücüsü Hazır Değil!"},
+  };
+  for (const Case& c : cases) {
+    FakeFileSystem fs;
+    op::ScriptedOperator op;
+    if (c.surucu.exists) fs.drives['E'] = c.surucu;
+    if (c.klasor_var) fs.AddFolder("E:\\Yedek");
+    EXPECT_EQ(*SurucuKlasorKontrol("e:\\yedek", fs, op), *c.kutu == '\0') << c.kutu;
+    EXPECT_EQ(op.boxes, *c.kutu ? std::vector<Box>{Uyari(c.kutu)} : std::vector<Box>{});
+    EXPECT_TRUE(fs.created.empty());
+  }
 }
 
 TEST_F(SurucuKlasorKontrolTest, AnsweringNoLeavesTheDiskAlone) {

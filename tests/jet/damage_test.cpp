@@ -94,8 +94,17 @@ TEST(Damage, UsageMapPointingOutsideTheFile) {
   StoreLe32(&bytes[29 * 2048 + 0x23], 0x00FFFF00);
   Status st = OpenAndWalk(bytes, "map.mdb");
   ASSERT_FALSE(st.ok());
-  EXPECT_NE(st.message().find("usage map of table Table1"), std::string::npos) << st.message();
+  EXPECT_TRUE(st.message().starts_with("map.mdb: usage map of table Table1 (page 65535 row 0): "))
+      << st.message();
   EXPECT_NE(st.message().find("page 65535 is beyond the end"), std::string::npos);
+  // mdb kontrol says the same, file first.
+  auto db = Database::OpenMemory(bytes, "map.mdb");
+  ASSERT_TRUE(db.ok());
+  const IntegrityReport report = CheckDatabase(**db);
+  ASSERT_FALSE(report.ok());
+  for (const std::string& finding : report.findings) {
+    EXPECT_TRUE(finding.starts_with("map.mdb: ")) << finding;
+  }
 }
 
 TEST(Damage, WrongPageTypeWhereADefinitionBelongs) {
@@ -127,7 +136,7 @@ class CopyReader {
     for (const std::string& table : tables) ReadRows(**db, table);
     const IntegrityReport report = CheckDatabase(**db);
     for (const std::string& finding : report.findings) {
-      if (finding.find(name_) == std::string::npos) Broke("kontrol", "finding " + finding);
+      if (!finding.starts_with(name_ + ": ")) Broke("kontrol", "finding " + finding);
     }
   }
 

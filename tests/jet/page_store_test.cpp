@@ -259,7 +259,9 @@ TEST(PageStore, FailedCommitAtAnyWriteLeavesTheFileIdentical) {
     EXPECT_FALSE(std::filesystem::exists(SpillFileBeside(path))) << n;
   }
   EXPECT_GT(total, 5u) << "the scenario should spill, write and rename";
-  EXPECT_EQ(ReadAll(path).size(), before.size() + 40 * 4096);
+  // One more: the inline page map of this file names 768 pages; it becomes a reference map
+  // with a bitmap page of its own.
+  EXPECT_EQ(ReadAll(path).size(), before.size() + 41 * 4096);
 }
 
 }  // namespace

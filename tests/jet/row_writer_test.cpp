@@ -205,28 +205,27 @@ TEST_P(RowRoundTrip, VariableColumnsOfRandomLengths) {
 INSTANTIATE_TEST_SUITE_P(Formats, RowRoundTrip, ::testing::Values(&kJet3Format, &kJet4Format),
                          [](const auto& p) { return p.param == &kJet3Format ? "Jet3" : "Jet4"; });
 
+// A column of the rows laid out by hand below.
+ColumnDef Column(const char* name, uint8_t type, uint16_t number, uint16_t length,
+                 uint8_t flags = 0, uint16_t var_index = 0) {
+  ColumnDef c;
+  c.name = name;
+  c.type = type;
+  c.number = number;
+  c.length = length;
+  c.flags = flags;
+  c.var_index = var_index;
+  return c;
+}
+
 TEST(RowWriter, Jet4RowByHand) {
   TableDef def;
   def.max_cols = 3;
   def.var_cols = 1;
-  ColumnDef id;
-  id.name = "id";
-  id.type = coltype::kLong;
-  id.number = 0;
-  id.flags = colflag::kFixed;
-  id.length = 4;
-  ColumnDef flag = id;
-  flag.name = "flag";
-  flag.type = coltype::kBoolean;
-  flag.number = 1;
-  flag.length = 1;
-  ColumnDef name;
-  name.name = "name";
-  name.type = coltype::kText;
-  name.number = 2;
-  name.length = 20;
-  name.extra_flags = kColExtraCompressedUnicode;
-  def.columns = {id, flag, name};
+  def.columns = {Column("id", coltype::kLong, 0, 4, colflag::kFixed),
+                 Column("flag", coltype::kBoolean, 1, 1, colflag::kFixed),
+                 Column("name", coltype::kText, 2, 20)};
+  def.columns[2].extra_flags = kColExtraCompressedUnicode;
   std::vector<uint8_t> abc = {0xFF, 0xFE, 'a', 'b', 'c'};
   std::vector<uint8_t> seven = {7, 0, 0, 0};
   std::vector<ColumnData> data = {{false, false, seven}, {false, true, {}}, {false, false, abc}};
@@ -248,17 +247,8 @@ TEST(RowWriter, Jet3RowPast256BytesByHand) {
   TableDef def;
   def.max_cols = 2;
   def.var_cols = 2;
-  ColumnDef a;
-  a.name = "a";
-  a.type = coltype::kText;
-  a.number = 0;
-  a.var_index = 0;
-  a.length = 255;
-  ColumnDef b = a;
-  b.name = "b";
-  b.number = 1;
-  b.var_index = 1;
-  def.columns = {a, b};
+  def.columns = {Column("a", coltype::kText, 0, 255, 0, 0),
+                 Column("b", coltype::kText, 1, 255, 0, 1)};
   std::vector<uint8_t> as(200, 'a'), bs(100, 'b');
   std::vector<ColumnData> data = {{false, false, as}, {false, false, bs}};
   auto row = EncodeRow(kJet3Format, def, data, "t");
@@ -296,10 +286,7 @@ TEST(ValueEncoder, RefusesWhatTheColumnCannotHold) {
       {"t8", coltype::kText, 20, std::string("\xC3\x28"), "not valid UTF-8"},
   };
   for (const auto& rc : cases) {
-    ColumnDef c;
-    c.name = rc.name;
-    c.type = rc.type;
-    c.length = rc.length;
+    ColumnDef c = Column(rc.name, rc.type, 0, rc.length);
     c.precision = rc.precision;
     c.scale = rc.scale;
     auto e = EncodeValue(kJet4Format, c, rc.value, 1252, "table Cari, row 3");
@@ -313,10 +300,7 @@ TEST(ValueEncoder, RefusesWhatTheColumnCannotHold) {
 }
 
 TEST(ValueEncoder, Jet3TextNeedsItsCodePage) {
-  ColumnDef c;
-  c.name = "ad";
-  c.type = coltype::kText;
-  c.length = 10;
+  ColumnDef c = Column("ad", coltype::kText, 0, 10);
   c.code_page = 1252;
   auto e = EncodeValue(kJet3Format, c, std::string("ış"), 1254, "t");
   EXPECT_FALSE(e.ok());  // ı and ş are not in Windows-1252
@@ -330,16 +314,9 @@ TEST(ValueEncoder, RowTooLargeIsRefused) {
   TableDef def;
   def.max_cols = 2;
   def.var_cols = 2;
-  ColumnDef a;
-  a.name = "a";
-  a.type = coltype::kBinary;
-  a.number = 0;
-  a.length = 255;
+  def.columns = {Column("a", coltype::kBinary, 0, 255),
+                 Column("a", coltype::kBinary, 1, 255, 0, 1)};
   std::vector<uint8_t> big(2500, 1);
-  ColumnDef b = a;
-  b.number = 1;
-  b.var_index = 1;
-  def.columns = {a, b};
   std::vector<ColumnData> data = {{false, false, big}, {false, false, big}};
   auto row = EncodeRow(kJet4Format, def, data, "table Cari");
   ASSERT_FALSE(row.ok());

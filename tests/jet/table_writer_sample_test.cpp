@@ -176,12 +176,6 @@ TEST(TableWriterSamples, EveryTableEmptiedRefilledAndUpdatedInPlace) {
   std::printf("\n");
 }
 
-}  // namespace
-}  // namespace px::jet
-
-namespace px::jet {
-namespace {
-
 // Damage the writer meets in a file: each case spoils one structure of testV2000's Table1
 // and expects an error that names the file and the page, never a crash.
 TEST(TableWriterSamples, DamageIsAnErrorNamingFileAndPage) {
@@ -247,12 +241,6 @@ TEST(TableWriterSamples, DamageIsAnErrorNamingFileAndPage) {
     EXPECT_NE(st.message().find(dc.message), std::string::npos) << st.message();
   }
 }
-
-}  // namespace
-}  // namespace px::jet
-
-namespace px::jet {
-namespace {
 
 // Random damage to the pages a table's writer reads (its data, maps, index and definition
 // pages): every run ends in success or an error, never a crash or a hang.

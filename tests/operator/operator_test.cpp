@@ -82,18 +82,6 @@ TEST(ConsoleOperator, WaitWindowLabelsPrintAsStatusLines) {
             "2009 Yılına Ait Şirketlerin Yedekleri Geri Alınıyor...\nGeri Alınan Şirket: 001\n");
 }
 
-TEST(ScriptedOperator, RecordsTheWaitWindow) {
-  ScriptedOperator op;
-  op.ShowWaitWindow(true);
-  op.SetWaitLabel(1, "a");
-  op.SetWaitProgress(1, 4);
-  op.ShowWaitWindow(false);
-  EXPECT_EQ(op.wait_window, (std::vector<bool>{true, false}));
-  EXPECT_EQ(op.wait_labels, (std::vector<std::pair<int, std::string>>{{1, "a"}}));
-  EXPECT_EQ(op.wait_progress, (std::vector<std::pair<int, int>>{{1, 4}}));
-  EXPECT_TRUE(op.statuses.empty());
-}
-
 TEST(ScriptedOperator, AnswersInOrderAndRecordsEverything) {
   ScriptedOperator op({Answer::kYes, Answer::kRetry});
   EXPECT_EQ(op.Ask(Question()), Answer::kYes);

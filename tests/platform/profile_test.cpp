@@ -47,57 +47,43 @@ constexpr char kTricky[] =
     "[PERGO]\r\n"
     "Sirket=555\r\n";
 
-TEST_F(ProfileTest, TrimsNamesAndValuesAndKeepsBackslashes) {
+TEST_F(ProfileTest, ReadsOfTheTrickyFile) {
+  struct Case {
+    const char* section;
+    const char* key;
+    const char* def;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"Pergo", "CalismaAlani", "", "D:\\Muhasebe\\Pergonix"},  // trimmed, backslashes kept
+      // Section and key ignore case; the first match wins, the later [PERGO] is never read.
+      {"PERGO", "YIL", "", "2009"},
+      {"Veritabani", "VeritabaniTuru", "", "sqlserver"},
+      {"Pergo", "Sirket", "001", "002"},
+      // One pair of matching quotes is removed.
+      {"Pergo", "Tirnak", "", "\"yarim"},
+      {"Pergo", "Ic", "", "a \"b\" c"},
+      {"Pergo", "Iki", "", "\"x\""},
+      {"Pergo", "Yorum", "", "deger ; yorum degil"},
+      {"Pergo", "KullaniciAdi", "", "ŞENİZ çğı"},  // Windows-1254
+      {"Pergo", "Bos", "d", ""},                   // an empty value is not the default
+      {"Yok", "Yil", "2026", "2026"},
+      {"Pergo", "Sirket2", "001", "001"},
+      // A commented-out key is missing; trailing blanks of the default are dropped.
+      {"Veritabani", "Sirket", "x  ", "x"},
+  };
   Put(kTricky);
-  EXPECT_EQ(Read("Pergo", "CalismaAlani"), "D:\\Muhasebe\\Pergonix");
-}
-
-TEST_F(ProfileTest, SectionAndKeyIgnoreCaseFirstMatchWins) {
-  Put(kTricky);
-  EXPECT_EQ(Read("PERGO", "YIL"), "2009");
-  EXPECT_EQ(Read("Veritabani", "VeritabaniTuru"), "sqlserver");
-  // The later [PERGO] section is never consulted.
-  EXPECT_EQ(Read("Pergo", "Sirket"), "002");
-}
-
-TEST_F(ProfileTest, OnePairOfMatchingQuotesIsRemoved) {
-  Put(kTricky);
-  EXPECT_EQ(Read("Pergo", "Tirnak"), "\"yarim");
-  EXPECT_EQ(Read("Pergo", "Ic"), "a \"b\" c");
-  EXPECT_EQ(Read("Pergo", "Iki"), "\"x\"");
-  EXPECT_EQ(Read("Pergo", "Yorum"), "deger ; yorum degil");
-}
-
-TEST_F(ProfileTest, DecodesWindows1254) {
-  Put(kTricky);
-  EXPECT_EQ(Read("Pergo", "KullaniciAdi"), "ŞENİZ çğı");
-}
-
-TEST_F(ProfileTest, Windows1252WhenAsked) {
+  for (const Case& c : cases) {
+    EXPECT_EQ(Read(c.section, c.key, c.def), c.expected) << c.section << "/" << c.key;
+  }
   ScopedEnv cp(kAnsiCodePageVariable, "1252");
-  Put(kTricky);
   EXPECT_EQ(Read("Pergo", "KullaniciAdi"), "ÞENÝZ çðý");
+  ScopedEnv utf8(kAnsiCodePageVariable, "65001");
+  EXPECT_FALSE(ReadProfileString("Pergo", "Yil", "", ini_).ok());  // unsupported code page
 }
 
-TEST_F(ProfileTest, UnsupportedCodePageIsAnError) {
-  ScopedEnv cp(kAnsiCodePageVariable, "65001");
-  Put(kTricky);
-  EXPECT_FALSE(ReadProfileString("Pergo", "Yil", "", ini_).ok());
-}
-
-TEST_F(ProfileTest, EmptyValueIsNotTheDefault) {
-  Put(kTricky);
-  EXPECT_EQ(Read("Pergo", "Bos"), "");
-}
-
-TEST_F(ProfileTest, DefaultWhenFileSectionOrKeyIsMissing) {
+TEST_F(ProfileTest, DefaultWithoutTheFile) {
   EXPECT_EQ(Read("Pergo", "Yil", "2026"), "2026");
-  Put(kTricky);
-  EXPECT_EQ(Read("Yok", "Yil", "2026"), "2026");
-  EXPECT_EQ(Read("Pergo", "Sirket2", "001"), "001");
-  EXPECT_EQ(Read("Pergo", "Sirket", "001"), "002");
-  // A commented-out key is missing; trailing blanks of the default are dropped.
-  EXPECT_EQ(Read("Veritabani", "Sirket", "x  "), "x");
 }
 
 TEST_F(ProfileTest, KeysBeforeAnySectionAreIgnored) {

@@ -8,17 +8,11 @@
 #include "restore/fake_database.h"
 #include "restore/sql_metinleri.h"
 #include "restore/test_katalog.h"
+#include "support/boxes.h"
 #include "support/failing_files.h"
 #include "support/temp_folder.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
-
-namespace px::op {
-void PrintTo(const Box& b, std::ostream* os) {
-  *os << "{" << b.text << " | " << b.title << " | " << int(b.icon) << " | " << int(b.buttons)
-      << " | " << b.default_button << "}";
-}
-}  // namespace px::op
 
 namespace px::restore {
 void PrintTo(const ModulSonucu& m, std::ostream* os) {
@@ -65,7 +59,7 @@ std::string ModulSorusu(const std::string& ad) {
 // A suite below C: (a temporary folder), its catalog in memory, module databases held by a
 // fake pool, and a package written with real recordset files.
 class GeriAlTest : public ::testing::Test {
- protected:
+ public:
   GeriAlTest() {
     c_.Write("Pergonix/Genel/Data/DonemAc.mdb", "x");
     c_.Write("Pergonix/Genel/Data/YedekDosya.ini", "x");
@@ -151,48 +145,28 @@ class GeriAlTest : public ::testing::Test {
   FakePool pool_;
   op::ScriptedOperator op_;
   std::vector<std::string> katalog_yollari_;
+  // What a run is given beside the defaults: a failing file layer, a copies folder.
+  std::optional<px::testing::FailingFiles> bozuk_;
+  std::optional<HostDosyalar> bozuk_dosyalar_;
+  std::string onceki_kopya_;
 };
 
+// Each case spoils the field checked and the next one: the first check in order speaks.
 TEST_F(GeriAlTest, EntryChecksInOrder) {
   struct Case {
     std::function<void(GeriAlGirdileri&)> bozma;
     const char* mesaj;
   };
   const Case cases[] = {
-      {[](auto& g) {
-         g.paket.clear();
-         g.sirket.clear();
-       },
-       "Yedek Paket Adı Bölümü Dolu Olmalı!"},
-      {[](auto& g) {
-         g.sirket.clear();
-         g.yil.clear();
-       },
-       "Şirket No Bölümü Dolu Olmalı!"},
-      {[](auto& g) {
-         g.yil.clear();
-         g.kaynak.clear();
-       },
-       "Yıl Bölümü Bolu Olmalı!"},
-      {[](auto& g) {
-         g.kaynak.clear();
-         g.sirket = "1";
-       },
+      {[](auto& g) { g.paket = g.sirket = ""; }, "Yedek Paket Adı Bölümü Dolu Olmalı!"},
+      {[](auto& g) { g.sirket = g.yil = ""; }, "Şirket No Bölümü Dolu Olmalı!"},
+      {[](auto& g) { g.yil = g.kaynak = ""; }, "Yıl Bölümü Bolu Olmalı!"},
+      {[](auto& g) { g.kaynak = "", g.sirket = "1"; },
        "Yedeklerin Bulunduğu Klasör Adı Bölümü Bolu Olmalı!"},
-      {[](auto& g) {
-         g.sirket = "1";
-         g.yil = "10";
-       },
-       "Şirket No Üç Haneli Olmalı!"},
-      {[](auto& g) {
-         g.yil = "10";
-         g.moduller.clear();
-       },
-       "Yıl Dört Haneli Olmalı!"},
+      {[](auto& g) { g.sirket = "1", g.yil = "10"; }, "Şirket No Üç Haneli Olmalı!"},
+      {[](auto& g) { g.yil = "10", g.moduller.clear(); }, "Yıl Dört Haneli Olmalı!"},
       {[](auto& g) { g.moduller.clear(); }, "Geri Alınacak Modül Bulunamadı!"},
-      {[](auto& g) {
-         for (auto& m : g.moduller) m.secili = false;
-       },
+      {[](auto& g) { g.moduller[0].secili = g.moduller[1].secili = g.moduller[2].secili = false; },
        "Lütfen Geri Almak İstediğiniz Modülü Seçin!"},
   };
   for (const auto& c : cases) {
@@ -206,28 +180,6 @@ TEST_F(GeriAlTest, EntryChecksInOrder) {
   }
   EXPECT_TRUE(pool_.log.empty());
   EXPECT_TRUE(katalog_yollari_.empty());
-}
-
-TEST_F(GeriAlTest, MissingSharedFilesStopWithTheirPath) {
-  std::filesystem::remove(c_.path() / "Pergonix/Genel/Data/YedekDosya.ini");
-  Ortam o = Ortami();
-  EXPECT_TRUE(GeriAlBaslat(o, Girdiler()).hata);
-  std::filesystem::remove(c_.path() / "Pergonix/Genel/Data/DonemAc.mdb");
-  EXPECT_TRUE(GeriAlBaslat(o, Girdiler()).hata);
-  const Box yok1{"C:\\Pergonix\\Genel\\Data\\YedekDosya.ini Dosyası Bulunamadı!", "HATA",
-                 Icon::kCritical, Buttons::kOk, 1};
-  const Box yok2{"C:\\Pergonix\\Genel\\Data\\DonemAc.mdb Dosyası Bulunamadı!", "HATA",
-                 Icon::kCritical, Buttons::kOk, 1};
-  EXPECT_EQ(op_.boxes, (std::vector<Box>{yok1, yok2}));
-}
-
-TEST_F(GeriAlTest, NoToTheFirstQuestionChangesNothing) {
-  op_.Queue(Answer::kNo);
-  Ortam o = Ortami();
-  GeriAlSonucu s = GeriAlBaslat(o, Girdiler());
-  EXPECT_TRUE(s.reddedildi);
-  EXPECT_EQ(op_.boxes, std::vector<Box>{Soru(kBaslatSorusu)});
-  EXPECT_TRUE(pool_.log.empty());
 }
 
 TEST_F(GeriAlTest, FullRunIntoAnotherCompanyAndYear) {
@@ -295,136 +247,226 @@ TEST_F(GeriAlTest, FullRunIntoAnotherCompanyAndYear) {
   EXPECT_TRUE(std::filesystem::is_empty(c_.path() / "tmp"));  // staging files removed
 }
 
-TEST_F(GeriAlTest, OneOverallWarningWithoutModuleQuestions) {
-  GeriAlGirdileri g = Girdiler();
+const std::string kOnemliUyari =
+    "ÖNEMLİ UYARI: \r\n\r\nŞirket No: 004\r\nYıl: 2010\r\n\r\nYukarıdaki Şirket Ve Döneme Ait "
+    "Seçilen Modüllerdeki Bilgiler SİLİNECEKTİR!\r\n\r\nDevam Etmek İstediğinizden Eminmisiniz?";
+const Box kBitti = Bilgi("Geri Al İşlemi Tamamlandı!", "Pergonix Yedek");
+Box Hata(const std::string& text) {
+  return Box{text, "Hata", Icon::kExclamation, Buttons::kOk, 1};
+}
+
+// What a run came to, as the flags of its result that hold.
+std::string Bayraklar(const GeriAlSonucu& s) {
+  std::string out;
+  for (const auto& [b, ad] :
+       {std::pair{s.hata, "hata"}, {s.reddedildi, "reddedildi"}, {s.sona_ulasti, "sona_ulasti"}}) {
+    if (b) out += out.empty() ? ad : std::string(" ") + ad;
+  }
+  return out;
+}
+
+// One restore run: what is changed before it, the answers, every box, the result, and what the
+// run must leave.
+struct Calisma {
+  const char* ad;
+  std::function<void(GeriAlTest&, GeriAlGirdileri&)> hazirla;
+  std::vector<Answer> cevaplar;
+  std::vector<Box> kutular;  // a text may hold "*"
+  const char* bayraklar;
+  std::function<void(GeriAlTest&)> kontrol = nullptr;
+};
+void PrintTo(const Calisma& c, std::ostream* os) {
+  *os << c.ad;
+}
+
+// Cari alone, with the one overall warning.
+void YalnizCari(GeriAlGirdileri& g) {
+  g.moduller = {{"Cari", true}};
   g.onaysiz = true;
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kYes);
-  Ortam o = Ortami();
-  EXPECT_TRUE(GeriAlBaslat(o, g).sona_ulasti);
-  ASSERT_EQ(op_.boxes.size(), 3u);
-  EXPECT_EQ(op_.boxes[1],
-            Soru("ÖNEMLİ UYARI: \r\n\r\nŞirket No: 004\r\nYıl: 2010\r\n\r\nYukarıdaki Şirket Ve "
-                 "Döneme Ait Seçilen Modüllerdeki Bilgiler SİLİNECEKTİR!\r\n\r\nDevam Etmek "
-                 "İstediğinizden Eminmisiniz?"));
-  EXPECT_EQ(op_.boxes[2].text, "Geri Al İşlemi Tamamlandı!");
 }
-
-TEST_F(GeriAlTest, NoToAModuleLeavesItUntouchedAndMarksGec) {
-  GeriAlGirdileri g = Girdiler();
-  g.moduller = {{"Cari", true}, {"Personel", false}};
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kNo);
-  Ortam o = Ortami();
-  GeriAlSonucu s = GeriAlBaslat(o, g);
-  EXPECT_TRUE(s.sona_ulasti);
-  EXPECT_TRUE(s.reddedildi);
-  EXPECT_EQ(op_.module_states, (std::vector<std::pair<std::string, std::string>>{{"Cari", "Geç"}}));
-  EXPECT_TRUE(pool_.log.empty());
-  EXPECT_FALSE(std::filesystem::exists(c_.path() / "Pergonix/Cari"));
-}
-
-TEST_F(GeriAlTest, DamagedFileInTheMiddleLeavesTheModuleAsItWas) {
-  FakeDatabase& cari = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
-  cari.AddTable("tblCari", {{"Id", ado::kInteger, 0, 0, true, true},
-                            {"Ad", ado::kVarWChar, 50},
-                            {"Tutar", ado::kCurrency}});
-  cari.Find("tblCari")->rows.push_back({int64_t{77}, std::string("eski"), Null{}});
+// An existing Cari database whose tblNot holds a row of its own.
+FakeDatabase& EskiCari(GeriAlTest& t) {
+  FakeDatabase& cari = t.Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
   cari.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5}, {"Aciklama", ado::kVarWChar, 50}});
   cari.Find("tblNot")->rows.push_back({std::string("Z"), std::string("eski")});
-  // tblCari restores first; then tblNot's file is cut short.
-  const auto not_dosyasi = c_.path() / "Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf";
-  const std::string tam = px::testing::ReadAll(not_dosyasi);
-  c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf", tam.substr(0, tam.size() - 40));
-  GeriAlGirdileri g = Girdiler();
-  g.moduller = {{"Demirbaş", true}, {"Cari", true}, {"Personel", true}};
-  g.onaysiz = true;
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kYes);
-  Ortam o = Ortami();
-  GeriAlSonucu s = GeriAlBaslat(o, g);
-  EXPECT_TRUE(s.hata);
-  EXPECT_FALSE(s.sona_ulasti);
-  ASSERT_EQ(op_.boxes.size(), 3u);
-  EXPECT_EQ(op_.boxes[2].title, "Hata");
-  EXPECT_TRUE(op_.boxes[2].text.starts_with("Hata Kodu: ")) << op_.boxes[2].text;
-  EXPECT_NE(op_.boxes[2].text.find("\r\nAçıklama: "), std::string::npos);
-  EXPECT_NE(op_.boxes[2].text.find("cari-tblNot.xbf"), std::string::npos) << op_.boxes[2].text;
-  // Cari: tblCari was emptied and refilled, then everything rolled back.
-  EXPECT_EQ(cari.Rows("tblCari"), std::vector<std::string>{"77|eski|<null>"});
-  EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
-  EXPECT_EQ(cari.rollbacks, 1);
-  EXPECT_EQ(cari.commits, 0);
-  EXPECT_EQ(std::count(cari.log.begin(), cari.log.end(), "DELETE FROM tblNot"), 0);
-  // Modules in table order: Cari came first and failed; nothing after it ran.
-  EXPECT_EQ(op_.module_states.size(), 0u);
-  EXPECT_EQ(pool_.Get(kDemirbasDb), nullptr);
+  return cari;
+}
+void HicbirSeyAcilmadi(GeriAlTest& t) {
+  EXPECT_TRUE(t.pool_.log.empty());
+  EXPECT_TRUE(t.katalog_yollari_.empty());
 }
 
-TEST_F(GeriAlTest, RefusedStatementRollsBackANewDatabaseToo) {
-  pool_.fail_on_created = "Values ('2'";
-  GeriAlGirdileri g = Girdiler();
-  g.moduller = {{"Cari", true}};
-  g.onaysiz = true;
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kYes);
-  Ortam o = Ortami();
-  GeriAlSonucu s = GeriAlBaslat(o, g);
-  EXPECT_TRUE(s.hata);
-  FakeDatabase* cari = pool_.Get(kCariDb);
-  ASSERT_NE(cari, nullptr);
-  EXPECT_EQ(cari->rollbacks, 1);
-  EXPECT_TRUE(cari->tables.empty());  // created and filled in the same transaction: gone
-  ASSERT_EQ(op_.boxes.size(), 3u);
-  EXPECT_EQ(
-      op_.boxes[2],
-      (Box{"Hata Kodu: -2147467259\r\nAçıklama: injected failure at: INSERT INTO tblCari (Id, "
-           "Ad, Tutar) Values ('2','',Null)",
-           "Hata", Icon::kExclamation, Buttons::kOk, 1}));
-  EXPECT_EQ(pool_.log.back(), "Close " + kCariDb);
+std::vector<Calisma> Calismalar() {
+  const Box yok_ini{"C:\\Pergonix\\Genel\\Data\\YedekDosya.ini Dosyası Bulunamadı!", "HATA",
+                    Icon::kCritical, Buttons::kOk, 1};
+  const Box yok_donem{"C:\\Pergonix\\Genel\\Data\\DonemAc.mdb Dosyası Bulunamadı!", "HATA",
+                      Icon::kCritical, Buttons::kOk, 1};
+  const std::vector<Answer> evet2 = {Answer::kYes, Answer::kYes};
+  return {
+      {"MissingYedekDosyaIni",
+       [](auto& t, auto&) {
+         std::filesystem::remove(t.c_.path() / "Pergonix/Genel/Data/YedekDosya.ini");
+       },
+       {},
+       {yok_ini},
+       "hata",
+       HicbirSeyAcilmadi},
+      {"BothSharedFilesMissingNamesDonemAcFirst",
+       [](auto& t, auto&) {
+         std::filesystem::remove(t.c_.path() / "Pergonix/Genel/Data/YedekDosya.ini");
+         std::filesystem::remove(t.c_.path() / "Pergonix/Genel/Data/DonemAc.mdb");
+       },
+       {},
+       {yok_donem},
+       "hata",
+       HicbirSeyAcilmadi},
+      {"NoToTheFirstQuestionChangesNothing",
+       [](auto&, auto&) {},
+       {Answer::kNo},
+       {Soru(kBaslatSorusu)},
+       "reddedildi",
+       HicbirSeyAcilmadi},
+      {"NoToAModuleLeavesItUntouchedAndMarksGec",
+       [](auto&, auto& g) {
+         g.moduller = {{"Cari", true}, {"Personel", false}};
+       },
+       {Answer::kYes, Answer::kNo},
+       {Soru(kBaslatSorusu), Soru(ModulSorusu("CARİ")), kBitti},
+       "reddedildi sona_ulasti",
+       [](auto& t) {
+         EXPECT_EQ(t.op_.module_states,
+                   (std::vector<std::pair<std::string, std::string>>{{"Cari", "Geç"}}));
+         EXPECT_TRUE(t.pool_.log.empty());
+         EXPECT_FALSE(std::filesystem::exists(t.c_.path() / "Pergonix/Cari"));
+       }},
+      // tblCari restores first; then tblNot's file is cut short: the module rolls back whole,
+      // and nothing after it runs (modules go in table order: Cari first).
+      {"DamagedFileInTheMiddleLeavesTheModuleAsItWas",
+       [](auto& t, auto& g) {
+         FakeDatabase& cari = EskiCari(t);
+         cari.AddTable("tblCari", {{"Id", ado::kInteger, 0, 0, true, true},
+                                   {"Ad", ado::kVarWChar, 50},
+                                   {"Tutar", ado::kCurrency}});
+         cari.Find("tblCari")->rows.push_back({int64_t{77}, std::string("eski"), Null{}});
+         const auto dosya = t.c_.path() / "Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf";
+         const std::string tam = px::testing::ReadAll(dosya);
+         t.c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf",
+                    tam.substr(0, tam.size() - 40));
+         g.moduller = {{"Demirbaş", true}, {"Cari", true}, {"Personel", true}};
+         g.onaysiz = true;
+       },
+       evet2,
+       {Soru(kBaslatSorusu), Soru(kOnemliUyari),
+        Hata("Hata Kodu: *\r\nAçıklama: *cari-tblNot.xbf*")},
+       "hata",
+       [](auto& t) {
+         FakeDatabase& cari = *t.pool_.Get(kCariDb);
+         EXPECT_EQ(cari.Rows("tblCari"), std::vector<std::string>{"77|eski|<null>"});
+         EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
+         EXPECT_EQ(cari.rollbacks, 1);
+         EXPECT_EQ(cari.commits, 0);
+         EXPECT_EQ(std::count(cari.log.begin(), cari.log.end(), "DELETE FROM tblNot"), 0);
+         EXPECT_TRUE(t.op_.module_states.empty());
+         EXPECT_EQ(t.pool_.Get(kDemirbasDb), nullptr);
+       }},
+      // A database created and filled in the same transaction is gone with it.
+      {"RefusedStatementRollsBackANewDatabaseToo",
+       [](auto& t, auto& g) {
+         t.pool_.fail_on_created = "Values ('2'";
+         YalnizCari(g);
+       },
+       evet2,
+       {Soru(kBaslatSorusu), Soru(kOnemliUyari),
+        Hata("Hata Kodu: -2147467259\r\nAçıklama: injected failure at: INSERT INTO tblCari (Id, "
+             "Ad, Tutar) Values ('2','',Null)")},
+       "hata",
+       [](auto& t) {
+         FakeDatabase* cari = t.pool_.Get(kCariDb);
+         ASSERT_NE(cari, nullptr);
+         EXPECT_EQ(cari->rollbacks, 1);
+         EXPECT_TRUE(cari->tables.empty());
+         EXPECT_EQ(t.pool_.log.back(), "Close " + kCariDb);
+       }},
+      {"CopiesBeforeTheFirstChangeAndNamesTheirFolder",
+       [](auto& t, auto& g) {
+         t.Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+         t.onceki_kopya_ = "C:\\Pergonix\\GeriAlOncesi\\20261123-220000";
+         YalnizCari(g);
+       },
+       evet2,
+       {Soru(kBaslatSorusu), Soru(kOnemliUyari),
+        Bilgi("Geri Al İşlemi Tamamlandı!\r\n\r\nDeğişiklik Öncesi Kopyalar: "
+              "C:\\Pergonix\\GeriAlOncesi\\20261123-220000",
+              "Pergonix Yedek")},
+       "sona_ulasti",
+       [](auto& t) {
+         EXPECT_EQ(px::testing::ReadAll(t.c_.path() / "Pergonix/GeriAlOncesi/20261123-220000/Cari/"
+                                                      "Data/004/2010/cari.mdb"),
+                   "mdb bytes of Pergonix/Cari/Data/004/2010/cari.mdb");
+       }},
+      {"ExtraFilesOfEveryLevelComeBackDecompressed",
+       [](auto& t, auto& g) {
+         t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", "ortak");
+         t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/001/2009/rapor.txt", "yillik");
+         const auto kaynak = t.c_.Write("sirket.dat", "sirket bilgisi");
+         t.c_.Mkdir("Yedek/Paket1/Dosya/Cari/Data/001");
+         ASSERT_TRUE(xbf::Sikistir(
+                         kaynak.string(),
+                         (t.c_.path() / "Yedek/Paket1/Dosya/Cari/Data/001/sirket.dat.pbf").string())
+                         .ok());
+         YalnizCari(g);
+       },
+       evet2,
+       {Soru(kBaslatSorusu), Soru(kOnemliUyari), kBitti},
+       "sona_ulasti",
+       [](auto& t) {
+         const auto cari = t.c_.path() / "Pergonix/Cari/Data";
+         EXPECT_EQ(px::testing::ReadAll(cari / "ayar.ini"), "ortak");
+         EXPECT_EQ(px::testing::ReadAll(cari / "004/sirket.dat"), "sirket bilgisi");
+         EXPECT_EQ(px::testing::ReadAll(cari / "004/2010/rapor.txt"), "yillik");
+       }},
+      {"FullDiskWhileCopyingAnExtraFileLeavesItAndTheModuleAsTheyWere",
+       [](auto& t, auto& g) {
+         EskiCari(t);
+         t.c_.Write("Pergonix/Cari/Data/ayar.ini", "eski ayar");
+         t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", std::string(200000, 'y'));
+         t.bozuk_.emplace(px::testing::FailPlan{.disk_full_after = 70000});
+         t.bozuk_dosyalar_.emplace(*t.bozuk_);
+         YalnizCari(g);
+       },
+       evet2,
+       {Soru(kBaslatSorusu), Soru(kOnemliUyari), Hata("*ayar.ini*")},
+       "hata",
+       [](auto& t) {
+         EXPECT_EQ(px::testing::ReadAll(t.c_.path() / "Pergonix/Cari/Data/ayar.ini"), "eski ayar");
+         EXPECT_EQ(t.pool_.Get(kCariDb)->Rows("tblNot"), std::vector<std::string>{"Z|eski"});
+         EXPECT_EQ(t.pool_.Get(kCariDb)->rollbacks, 1);
+         for (const auto& e :
+              std::filesystem::directory_iterator(t.c_.path() / "Pergonix/Cari/Data")) {
+           EXPECT_FALSE(e.path().filename().string().starts_with(".~")) << e.path();
+         }
+       }},
+  };
 }
 
-TEST_F(GeriAlTest, CopiesBeforeTheFirstChangeAndNamesTheirFolder) {
-  Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
+class GeriAlCalismasi : public GeriAlTest, public ::testing::WithParamInterface<Calisma> {};
+
+TEST_P(GeriAlCalismasi, BoxesResultAndWhatItLeaves) {
+  const Calisma& c = GetParam();
   GeriAlGirdileri g = Girdiler();
-  g.moduller = {{"Cari", true}};
-  g.onaysiz = true;
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kYes);
-  Ortam o = Ortami();
-  o.onceki_kopya_klasoru = "C:\\Pergonix\\GeriAlOncesi\\20261123-220000";
-  EXPECT_TRUE(GeriAlBaslat(o, g).sona_ulasti);
-  EXPECT_EQ(px::testing::ReadAll(
-                c_.path() / "Pergonix/GeriAlOncesi/20261123-220000/Cari/Data/004/2010/cari.mdb"),
-            "mdb bytes of Pergonix/Cari/Data/004/2010/cari.mdb");
-  EXPECT_EQ(op_.boxes.back().text,
-            "Geri Al İşlemi Tamamlandı!\r\n\r\nDeğişiklik Öncesi Kopyalar: "
-            "C:\\Pergonix\\GeriAlOncesi\\20261123-220000");
+  c.hazirla(*this, g);
+  for (Answer a : c.cevaplar) op_.Queue(a);
+  Ortam o = Ortami(op_, pool_, "Access", bozuk_dosyalar_ ? &*bozuk_dosyalar_ : nullptr);
+  o.onceki_kopya_klasoru = onceki_kopya_;
+  const GeriAlSonucu s = GeriAlBaslat(o, g);
+  EXPECT_TRUE(px::testing::BoxesMatch(op_.boxes, c.kutular));
+  EXPECT_EQ(Bayraklar(s), c.bayraklar);
+  EXPECT_TRUE(std::filesystem::is_empty(c_.path() / "tmp"));  // staging files removed
+  if (c.kontrol) c.kontrol(*this);
 }
 
-TEST_F(GeriAlTest, ExtraFilesOfEveryLevelComeBackDecompressed) {
-  c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", "ortak");
-  c_.Write("Yedek/Paket1/Dosya/Cari/Data/001/2009/rapor.txt", "yillik");
-  const auto kaynak = c_.Write("tmp/sirket.dat", "sirket bilgisi");
-  c_.Mkdir("Yedek/Paket1/Dosya/Cari/Data/001");
-  ASSERT_TRUE(
-      xbf::Sikistir(kaynak.string(),
-                    (c_.path() / "Yedek/Paket1/Dosya/Cari/Data/001/sirket.dat.pbf").string())
-          .ok());
-  std::filesystem::remove(kaynak);
-  GeriAlGirdileri g = Girdiler();
-  g.moduller = {{"Cari", true}};
-  g.onaysiz = true;
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kYes);
-  Ortam o = Ortami();
-  EXPECT_TRUE(GeriAlBaslat(o, g).sona_ulasti);
-  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/ayar.ini"), "ortak");
-  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/004/sirket.dat"),
-            "sirket bilgisi");
-  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/004/2010/rapor.txt"), "yillik");
-  EXPECT_TRUE(std::filesystem::is_empty(c_.path() / "tmp"));
-}
+INSTANTIATE_TEST_SUITE_P(Runs, GeriAlCalismasi, ::testing::ValuesIn(Calismalar()),
+                         [](const auto& i) { return std::string(i.param.ad); });
 
 TEST_F(GeriAlTest, PresenceLooksAtEveryLevel) {
   EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Demirbas", "001", "2009"));
@@ -795,33 +837,6 @@ TEST_F(GeriAlTest, YearRestoreToSqlServerShowsTheErrorAndGoesOn) {
             "Hata Kodu: -2147467259\r\nAçıklama: SQL Server databases cannot be restored by this "
             "version");
   EXPECT_TRUE(pool_.log.empty());
-}
-
-TEST_F(GeriAlTest, FullDiskWhileCopyingAnExtraFileLeavesItAndTheModuleAsTheyWere) {
-  FakeDatabase& cari = Mevcut(kCariDb, "Pergonix/Cari/Data/004/2010/cari.mdb");
-  cari.AddTable("tblNot", {{"Kod", ado::kVarWChar, 5}, {"Aciklama", ado::kVarWChar, 50}});
-  cari.Find("tblNot")->rows.push_back({std::string("Z"), std::string("eski")});
-  c_.Write("Pergonix/Cari/Data/ayar.ini", "eski ayar");
-  c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", std::string(200000, 'y'));
-  px::testing::FailingFiles dolu({.disk_full_after = 70000});
-  HostDosyalar dosyalar(dolu);
-  GeriAlGirdileri g = Girdiler();
-  g.moduller = {{"Cari", true}};
-  g.onaysiz = true;
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kYes);
-  Ortam o = Ortami(op_, pool_, "Access", &dosyalar);
-  GeriAlSonucu s = GeriAlBaslat(o, g);
-  EXPECT_TRUE(s.hata);
-  ASSERT_EQ(op_.boxes.size(), 3u);
-  EXPECT_EQ(op_.boxes[2].title, "Hata");
-  EXPECT_NE(op_.boxes[2].text.find("ayar.ini"), std::string::npos) << op_.boxes[2].text;
-  EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix/Cari/Data/ayar.ini"), "eski ayar");
-  EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
-  EXPECT_EQ(cari.rollbacks, 1);
-  for (const auto& e : std::filesystem::directory_iterator(c_.path() / "Pergonix/Cari/Data")) {
-    EXPECT_FALSE(e.path().filename().string().starts_with(".~")) << e.path();
-  }
 }
 
 TEST_F(GeriAlTest, CompaniesInTheOrderOfFirstAppearanceModuleByModule) {

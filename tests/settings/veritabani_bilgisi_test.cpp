@@ -167,14 +167,6 @@ TEST_F(VeritabaniBilgisiTest, UnknownCompanyStillLooksUpTheLevel) {
   EXPECT_EQ(b.KullaniciDerecesi(), 2);  // no Guvenlik row for 007PERGO
 }
 
-TEST_F(VeritabaniBilgisiTest, BlankOrNullLevelIsZero) {
-  acici_.hazir = SirketVeritabani(std::string("  "));
-  EXPECT_EQ(clsVeritabaniBilgisi(Ortam()).KullaniciDerecesi(), 0);
-  acici_.hazir = SirketVeritabani(Null{});
-  EXPECT_EQ(clsVeritabaniBilgisi(Ortam()).KullaniciDerecesi(), 0);
-  EXPECT_TRUE(op_.boxes.empty());
-}
-
 TEST_F(VeritabaniBilgisiTest, BadLevelShowsTheClassErrorBoxAndGivesZero) {
   acici_.hazir = SirketVeritabani(std::string("yönetici"));
   clsVeritabaniBilgisi b(Ortam());
