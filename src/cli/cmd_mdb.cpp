@@ -240,7 +240,7 @@ Status CopyRelationships(jet::Database& from, const CopyPlan& plan, jet::Writer&
                                   std::to_string(l->related_index) + " of table " +
                                   plan.names.at(l->related_table_page) + ", which it lacks");
       }
-      jet::IndexSpec::ForeignKey fk;
+      jet::ForeignKeySpec fk;
       fk.other_table = plan.names.at(l->related_table_page);
       fk.other_index = other->second;
       fk.table_type = l->related_table_type;
@@ -249,8 +249,7 @@ Status CopyRelationships(jet::Database& from, const CopyPlan& plan, jet::Writer&
         fk.cascade_delete = l->raw[f.logical_idx_type - 1];
       }
       index.primary = false;
-      index.foreign_key = fk;
-      PX_RETURN_IF_ERROR(to.AddIndex(t.entry->name, index));
+      PX_RETURN_IF_ERROR(to.AddForeignKeyIndex(t.entry->name, index, fk));
     }
   }
   const std::string kRelationships = "MSysRelationships";

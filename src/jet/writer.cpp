@@ -186,6 +186,10 @@ class WriterImpl final : public Writer {
   Status AddIndex(std::string_view table, const IndexSpec& index) override {
     return Step([&] { return DoAddIndex(std::string(table), index); });
   }
+  Status AddForeignKeyIndex(std::string_view table, const IndexSpec& index,
+                            const ForeignKeySpec& foreign_key) override {
+    return Step([&] { return DoAddIndex(std::string(table), index, &foreign_key); });
+  }
   Status InsertRow(std::string_view table, std::span<const Value> values) override {
     return Step([&] { return DoInsert(std::string(table), values); }, false);
   }
@@ -639,12 +643,13 @@ class WriterImpl final : public Writer {
     return Status::Ok();
   }
 
-  Status DoAddIndex(const std::string& table, const IndexSpec& wanted) {
+  Status DoAddIndex(const std::string& table, const IndexSpec& wanted,
+                    const ForeignKeySpec* foreign_key = nullptr) {
     PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
     PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
     const std::string what = Where(e->name) + ": index " + wanted.name;
     for (const LogicalIndex& l : def.logical_indexes) {
-      if (wanted.primary && l.type == kLogicalIndexPrimary && !wanted.foreign_key) {
+      if (wanted.primary && l.type == kLogicalIndexPrimary && foreign_key == nullptr) {
         return Status::InvalidArgument(Where(e->name) + " already has a primary key (" + l.name +
                                        ")");
       }
@@ -671,7 +676,7 @@ class WriterImpl final : public Writer {
       }
       r.columns.push_back({def.columns[size_t(found)].number, ascending});
     }
-    if (wanted.foreign_key) return AddForeignKeyIndex(*e, def, wanted, std::move(r));
+    if (foreign_key != nullptr) return AddRelationshipEnd(*e, def, wanted, *foreign_key, r);
     r.flags = wanted.primary ? kPrimaryKeyFlags
                              : uint8_t((wanted.unique ? idxflag::kUnique : 0) |
                                        (wanted.ignore_nulls ? idxflag::kIgnoreNulls : 0) |
@@ -699,9 +704,8 @@ class WriterImpl final : public Writer {
 
   // A relationship's logical index: on the real index of the same columns and uniqueness
   // when there is one (Access shares them), else on a new one.
-  Status AddForeignKeyIndex(const CatalogEntry& e, TableDef& def, const IndexSpec& wanted,
-                            RealIndex r) {
-    const IndexSpec::ForeignKey& fk = *wanted.foreign_key;
+  Status AddRelationshipEnd(const CatalogEntry& e, TableDef& def, const IndexSpec& wanted,
+                            const ForeignKeySpec& fk, const RealIndex& r) {
     PX_ASSIGN_OR_RETURN(const CatalogEntry* other, FindAny(fk.other_table));
     const JetFormat& f = store_->format();
     LogicalIndex l;
@@ -731,7 +735,6 @@ class WriterImpl final : public Writer {
       return StoreTableDef(*store_, def, db_->text_code_page());
     }
     IndexSpec plain = wanted;
-    plain.foreign_key.reset();
     plain.primary = false;
     PX_RETURN_IF_ERROR(DoAddIndex(e.name, plain));
     // The new logical index is the last one: make it the relationship's.

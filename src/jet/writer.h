@@ -49,17 +49,16 @@ struct IndexSpec {
   bool unique = false;
   bool ignore_nulls = false;
   bool required = false;
-  // One end of a relationship: a foreign key's logical index pointing at index number
-  // `other_index` of `other_table` (the other end). It shares the real index of an index
-  // on the same columns when the table has one.
-  struct ForeignKey {
-    std::string other_table;
-    uint32_t other_index = 0;
-    uint8_t table_type = 0;  // as Jet stores it: which end of the relationship this is
-    uint8_t cascade_update = 0;
-    uint8_t cascade_delete = 0;
-  };
-  std::optional<ForeignKey> foreign_key;
+};
+
+// One end of a relationship: the foreign key's index points at index number `other_index`
+// (logical) of `other_table`, the other end.
+struct ForeignKeySpec {
+  std::string other_table;
+  uint32_t other_index = 0;
+  uint8_t table_type = 0;  // as Jet stores it: which end of the relationship this is
+  uint8_t cascade_update = 0;
+  uint8_t cascade_delete = 0;
 };
 
 class Writer {
@@ -108,6 +107,16 @@ class Writer {
   virtual Status AddPrimaryKey(std::string_view table, std::string_view key_name,
                                std::string_view column) = 0;
   virtual Status AddIndex(std::string_view table, const IndexSpec& index) = 0;
+  // One end of a relationship, as `mdb kopyala` copies it: a foreign key's index, on the
+  // real index of the same columns and uniqueness when the table has one (Access shares
+  // them). Referential integrity is not enforced.
+  virtual Status AddForeignKeyIndex(std::string_view table, const IndexSpec& index,
+                                    const ForeignKeySpec& foreign_key) {
+    (void)index;
+    (void)foreign_key;
+    return Status::NotSupported("table " + std::string(table) +
+                                ": relationships cannot be written here");
+  }
 
   // One row; `values` in field order (as TableSchema::fields lists them), Null for
   // columns left out. A given AutoNumber value is stored as given and the counter moves
