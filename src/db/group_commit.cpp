@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "jet/page_store.h"
 #include "platform/files.h"
 #include "platform/utf8_path.h"
 
@@ -154,6 +155,12 @@ Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& re
                       platform::ReadFileWhole(files, record_path, kLargestRecord));
   PX_ASSIGN_OR_RETURN(CommitRecord record, DecodeCommitRecord(text, record_path));
   for (const PreparedCommit& f : record.files) {
+    if (!record.decided && !files.Exists(f.target)) {
+      // A database the commit was to create: nothing can be using the pages it had set
+      // aside.
+      PX_RETURN_IF_ERROR(files.Remove(jet::SpillFileBeside(f.target)));
+      PX_RETURN_IF_ERROR(files.Remove(jet::ScratchFileBeside(f.target)));
+    }
     if (!files.Exists(f.prepared)) continue;  // renamed already, or never written
     Status st = record.decided ? files.Rename(f.prepared, f.target) : files.Remove(f.prepared);
     if (!st.ok()) {

@@ -56,7 +56,8 @@ Status CommitTogether(platform::FileLayer& files, const std::string& record_path
 
 // What a killed program's record at `record_path` asks for: a decided commit finished (the
 // prepared files still there renamed over their databases), an undecided one undone (its
-// prepared files removed); then the record goes. OK without a record. Errors name the file.
+// prepared files removed, and the pages set aside for a database it was to create); then
+// the record goes. OK without a record. Errors name the file.
 Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& record_path);
 
 }  // namespace px::db

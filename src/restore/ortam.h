@@ -100,8 +100,10 @@ struct Ortam {
 };
 
 // The databases one module changes, each open once through the pool and inside one
-// transaction. Bitir commits them all; anything else (an error, or destruction before
-// Bitir) rolls every one back, so the module's databases are exactly as before it began.
+// transaction. Bitir commits them together through the pool (db/group_commit.h: a killed
+// program leaves them all as before or, once the next run has started, all as after);
+// anything else (an error, or destruction before Bitir) rolls every one back, so the
+// module's databases are exactly as before it began.
 class ModulIslemi {
  public:
   explicit ModulIslemi(Ortam& ortam) : ortam_(ortam) {}
