@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Runs every mdb, xbf and pbf command over the shared samples with the Linux build and with
 # the Windows build under Wine, and fails when an exit code, a standard output or a written
-# file differs by one byte. The samples are copied under Turkish names into a folder with
+# file differs by one byte. Package files (".pbf") are compared by what they hold: the Linux
+# build compresses with libdeflate, Windows with zlib. Each build opens the other's, and the
+# recordset bytes must be identical. The samples are copied under Turkish names into a folder with
 # Turkish letters, and every output file is written twice, the second time over the first.
 # usage: tools/compare-wine.sh build/pergonix-yedek build-win/pergonix-yedek.exe [samples]
 set -euo pipefail
@@ -69,6 +71,14 @@ for f in "$in"/*.xbf; do
     done
   done
   n=$((n + 1))
+done
+
+for p in "$work"/linux/Çıktı/*.pbf; do
+  w="$work/wine/Çıktı/$(basename "$p")"
+  [ -f "$w" ] || continue
+  wine "$exe" pbf ac "$p" "$p.acik" >/dev/null 2>&1 || echo "the Windows build cannot open $p" >"$p.acik"
+  "$linux" pbf ac "$w" "$w.acik" >/dev/null 2>&1 || echo "the Linux build cannot open $w" >"$w.acik"
+  rm -f "$p" "$w"
 done
 
 if ! diff -r "$work/linux" "$work/wine" >"$work/diff.txt"; then
