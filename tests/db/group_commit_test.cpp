@@ -121,7 +121,8 @@ class IkiVeritabani : public ::testing::Test {
     auto havuz = NewAccessDatabasePool(platform::SystemFiles(), kayit_);
     for (const auto& p : vt_) {
       if (!fs::exists(p)) continue;
-      EXPECT_TRUE(havuz->Open(p.string()).ok()) << p;
+      auto d = havuz->Open(p.string());
+      EXPECT_TRUE(d.ok()) << p << ": " << d.status().ToString();
     }
   }
   std::vector<std::string> Artiklar() const {
@@ -226,7 +227,8 @@ TEST_F(IkiVeritabani, APreparedFileLeftBesideADatabaseKeepsItClosedUntilTheRecor
   EXPECT_NE(d.status().message().find(hazir), std::string::npos) << d.status().message();
   // An undecided record naming it lets the next opening remove it.
   fs::create_directories(fs::path(kayit_).parent_path());
-  std::ofstream(kayit_) << EncodeCommitRecord({false, {{hazir, vt_[0].string()}}});
+  std::ofstream(kayit_, std::ios::binary)
+      << EncodeCommitRecord({false, {{hazir, vt_[0].string()}}});
   SonrakiAcilis();
   EXPECT_FALSE(fs::exists(hazir));
   EXPECT_EQ(ReadAll(vt_[0]), once_.at(vt_[0]));
