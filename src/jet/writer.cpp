@@ -122,50 +122,44 @@ class WriterImpl final : public Writer {
     return Status::Ok();
   }
   Status Commit() override {
-    if (!in_transaction_) {
-      return Status::InvalidArgument(store_->name() + ": no transaction is open");
-    }
-    // A unique key held twice shows when the indexes take their waiting entries; the
-    // transaction cannot be saved then and is rolled back, leaving the file as it was.
-    Status flushed = FlushIndexes();
-    if (!flushed.ok()) {
-      in_transaction_ = false;
-      (void)Discard();
-      return flushed;
-    }
+    PX_RETURN_IF_ERROR(CloseIndexes());
     PX_RETURN_IF_ERROR(store_->Commit());
     in_transaction_ = false;
     return Status::Ok();
   }
   Status Rollback() override {
-    if (!in_transaction_) {
-      return Status::InvalidArgument(store_->name() + ": no transaction is open");
-    }
+    PX_RETURN_IF_ERROR(InTransaction());
     in_transaction_ = false;
     return Discard();
   }
   Result<bool> PrepareCommit() override {
-    if (!in_transaction_) {
-      return Status::InvalidArgument(store_->name() + ": no transaction is open");
-    }
-    Status flushed = FlushIndexes();
-    if (!flushed.ok()) {
-      in_transaction_ = false;
-      (void)Discard();
-      return flushed;
-    }
+    PX_RETURN_IF_ERROR(CloseIndexes());
     return store_->Prepare();
   }
   Status FinishCommit() override {
-    if (!in_transaction_) {
-      return Status::InvalidArgument(store_->name() + ": no transaction is open");
-    }
+    PX_RETURN_IF_ERROR(InTransaction());
     in_transaction_ = false;
     Status st = store_->Finish();
     if (!st.ok()) (void)Discard();
     return st;
   }
   const std::string& host_path() const override { return store_->path(); }
+
+  Status InTransaction() const {
+    if (in_transaction_) return Status::Ok();
+    return Status::InvalidArgument(store_->name() + ": no transaction is open");
+  }
+  // A unique key held twice shows when the indexes take their waiting entries; the
+  // transaction cannot be saved then and is rolled back, leaving the file as it was.
+  Status CloseIndexes() {
+    PX_RETURN_IF_ERROR(InTransaction());
+    Status flushed = FlushIndexes();
+    if (!flushed.ok()) {
+      in_transaction_ = false;
+      (void)Discard();
+    }
+    return flushed;
+  }
 
   Status CreateTable(std::string_view table) override {
     return Step([&] { return DoCreateTable(std::string(table)); });
