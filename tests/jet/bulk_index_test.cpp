@@ -13,22 +13,17 @@
 #include "jet/page_store.h"
 #include "jet/writer.h"
 #include "platform/files.h"
+#include "support/column_spec.h"
 #include "support/samples.h"
 #include "support/temp_folder.h"
 
 namespace px::jet {
 namespace {
 
+using px::testing::Col;
+
 using px::testing::ReadAll;
 using px::testing::TempFolder;
-
-ColumnSpec Col(std::string name, int type, int size = 0) {
-  ColumnSpec c;
-  c.name = std::move(name);
-  c.ado_type = type;
-  c.defined_size = size;
-  return c;
-}
 
 std::unique_ptr<Writer> MustCreate(const std::string& path) {
   auto w = Writer::Create(platform::SystemFiles(), path);

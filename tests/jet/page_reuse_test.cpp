@@ -20,6 +20,7 @@
 #include "jet/writer.h"
 #include "platform/files.h"
 #include "platform/utf8_path.h"
+#include "support/column_spec.h"
 #include "support/jet_oracle.h"
 #include "support/process.h"
 #include "support/samples.h"
@@ -28,15 +29,9 @@
 namespace px::jet {
 namespace {
 
-constexpr int kRounds = 5;
+using px::testing::Col;
 
-ColumnSpec Col(const char* name, int type, int size = 0) {
-  ColumnSpec c;
-  c.name = name;
-  c.ado_type = type;
-  c.defined_size = size;
-  return c;
-}
+constexpr int kRounds = 5;
 
 int RefillRows() {
   const char* env = std::getenv("PX_REFILL_ROWS");

@@ -17,6 +17,7 @@
 #include "jet/rc4.h"
 #include "jet/walk.h"
 #include "platform/files.h"
+#include "support/column_spec.h"
 #include "support/jet_oracle.h"
 #include "support/process.h"
 #include "support/samples.h"
@@ -24,6 +25,8 @@
 
 namespace px::jet {
 namespace {
+
+using px::testing::Col;
 
 using px::testing::FaultFiles;
 using px::testing::ReadAll;
@@ -124,14 +127,6 @@ void ExpectJetOracleCheckPasses(const std::string& path) {
   auto check = RunJetOracle({"check", path});
   EXPECT_TRUE(check.ExitedWith(0)) << check.Describe();
   EXPECT_NE(check.out.find("\"ok\": true"), std::string::npos) << check.out.substr(0, 2000);
-}
-
-ColumnSpec Col(std::string name, std::optional<int> type, int size = 0) {
-  ColumnSpec c;
-  c.name = std::move(name);
-  c.ado_type = type;
-  c.defined_size = size;
-  return c;
 }
 
 // One column of each type ADOX appends, the ADO type and size the reader reports for it,

@@ -9,11 +9,14 @@
 #include "jet/integrity.h"
 #include "jet/writer.h"
 #include "platform/files.h"
+#include "support/column_spec.h"
 #include "support/process.h"
 #include "support/temp_folder.h"
 
 namespace px::jet {
 namespace {
+
+using px::testing::Col;
 
 using px::testing::ReadAll;
 using px::testing::TempFolder;
@@ -22,14 +25,6 @@ constexpr int64_t kRows = 100000;
 
 const std::filesystem::path kOracle =
     std::filesystem::path(PX_SHARED_DIR) / "tools" / "jet-oracle" / "jet-oracle";
-
-ColumnSpec Col(const char* name, int type, int size = 0) {
-  ColumnSpec c;
-  c.name = name;
-  c.ado_type = type;
-  c.defined_size = size;
-  return c;
-}
 
 // The table `jet-oracle gen` writes (Hareket) with kRows rows, in one transaction.
 Status WriteGenTable(const std::string& path) {
