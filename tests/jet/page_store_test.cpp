@@ -8,14 +8,14 @@
 #include <filesystem>
 
 #include "jet/database.h"
-#include "jet/fault_files.h"
 #include "jet/usage_map.h"
+#include "support/dying_files.h"
 #include "support/temp_folder.h"
 
 namespace px::jet {
 namespace {
 
-using px::testing::FaultFiles;
+using px::testing::DyingFiles;
 using px::testing::ReadAll;
 using px::testing::TempFolder;
 
@@ -232,7 +232,7 @@ TEST(PageStore, FailedCommitAtAnyWriteLeavesTheFileIdentical) {
   const std::string before = ReadAll(path);
   uint64_t total = 0;
   for (uint64_t n = 1;; ++n) {
-    FaultFiles files(n);
+    DyingFiles files(n, DyingFiles::Fault::kDiskFull);
     bool committed;
     {
       auto store = PageStore::Open(files, path, {}, {.memory_bytes = 8 * 4096});
@@ -250,7 +250,7 @@ TEST(PageStore, FailedCommitAtAnyWriteLeavesTheFileIdentical) {
       }
     }
     if (committed) {
-      EXPECT_FALSE(files.failed());
+      EXPECT_FALSE(files.dead());
       total = n;
       break;
     }

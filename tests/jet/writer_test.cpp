@@ -10,7 +10,6 @@
 #include <set>
 
 #include "core/value_text.h"
-#include "jet/fault_files.h"
 #include "jet/header.h"
 #include "jet/new_database.h"
 #include "jet/page_store.h"
@@ -18,6 +17,7 @@
 #include "jet/walk.h"
 #include "platform/files.h"
 #include "support/column_spec.h"
+#include "support/dying_files.h"
 #include "support/jet_oracle.h"
 #include "support/process.h"
 #include "support/samples.h"
@@ -28,7 +28,7 @@ namespace {
 
 using px::testing::Col;
 
-using px::testing::FaultFiles;
+using px::testing::DyingFiles;
 using px::testing::ReadAll;
 using px::testing::TempFolder;
 
@@ -395,7 +395,7 @@ TEST(WriterFaults, EveryFailedWriteLeavesTheFileIdentical) {
   ASSERT_NE(MustCreate(path, platform::SystemFiles()), nullptr);
   const std::string before = ReadAll(path);
   for (uint64_t n = 1;; ++n) {
-    FaultFiles files(n);
+    DyingFiles files(n, DyingFiles::Fault::kDiskFull);
     Status st;
     {
       auto w = Writer::Open(files, path);

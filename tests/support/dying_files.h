@@ -4,6 +4,10 @@
 // folder made); that change and every call after it fail and reach nothing, as if the
 // program had been killed at that moment. Counting with n = 0 (never) tells a test how many
 // changes a flow makes.
+//
+// As a full disk instead (Fault::kDiskFull): only writes, flushes, truncations and renames
+// count; the n-th and every later one fails, while reading, creating, removing and making
+// folders go on, so a flow can still clean up after the failure.
 
 #include <cstdint>
 #include <memory>
@@ -15,16 +19,18 @@ namespace px::testing {
 
 class DyingFiles final : public platform::FileLayer {
  public:
-  explicit DyingFiles(uint64_t die_at) : die_at_(die_at) {}
+  enum class Fault { kKilled, kDiskFull };
+  explicit DyingFiles(uint64_t die_at, Fault fault = Fault::kKilled)
+      : die_at_(die_at), fault_(fault) {}
   uint64_t changes() const { return changes_; }
   bool dead() const { return die_at_ != 0 && changes_ >= die_at_; }
 
   Result<std::unique_ptr<platform::File>> Open(const std::string& path,
                                                platform::OpenMode mode) override {
     if (mode == platform::OpenMode::kCreateNew || mode == platform::OpenMode::kCreateAlways) {
-      PX_RETURN_IF_ERROR(Change(path));
-    } else if (dead()) {
-      return Dead(path);
+      PX_RETURN_IF_ERROR(SideChange(path));
+    } else {
+      PX_RETURN_IF_ERROR(Alive(path));
     }
     PX_ASSIGN_OR_RETURN(auto file, inner_.Open(path, mode));
     return std::unique_ptr<platform::File>(std::make_unique<Wrapped>(*this, std::move(file)));
@@ -34,20 +40,20 @@ class DyingFiles final : public platform::FileLayer {
     return inner_.Rename(temp, target);
   }
   Status Remove(const std::string& path) override {
-    PX_RETURN_IF_ERROR(Change(path));
+    PX_RETURN_IF_ERROR(SideChange(path));
     return inner_.Remove(path);
   }
   bool Exists(const std::string& path) override { return inner_.Exists(path); }
   Result<std::vector<platform::FolderEntry>> List(const std::string& folder) override {
-    if (dead()) return Dead(folder);
+    PX_RETURN_IF_ERROR(Alive(folder));
     return inner_.List(folder);
   }
   Status CreateFolder(const std::string& path) override {
-    PX_RETURN_IF_ERROR(Change(path));
+    PX_RETURN_IF_ERROR(SideChange(path));
     return inner_.CreateFolder(path);
   }
   Result<std::unique_ptr<platform::FileLock>> LockExclusive(const std::string& path) override {
-    if (dead()) return Dead(path);
+    PX_RETURN_IF_ERROR(Alive(path));
     return inner_.LockExclusive(path);
   }
 
@@ -57,7 +63,7 @@ class DyingFiles final : public platform::FileLayer {
     Wrapped(DyingFiles& owner, std::unique_ptr<platform::File> inner)
         : owner_(owner), inner_(std::move(inner)) {}
     Result<size_t> ReadAt(uint64_t offset, std::span<uint8_t> buf) override {
-      if (owner_.dead()) return owner_.Dead(path());
+      PX_RETURN_IF_ERROR(owner_.Alive(path()));
       return inner_->ReadAt(offset, buf);
     }
     Status WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override {
@@ -69,7 +75,7 @@ class DyingFiles final : public platform::FileLayer {
       return inner_->Append(bytes);
     }
     Result<uint64_t> Size() override {
-      if (owner_.dead()) return owner_.Dead(path());
+      PX_RETURN_IF_ERROR(owner_.Alive(path()));
       return inner_->Size();
     }
     Status Truncate(uint64_t size) override {
@@ -87,14 +93,26 @@ class DyingFiles final : public platform::FileLayer {
     std::unique_ptr<platform::File> inner_;
   };
 
-  Status Dead(const std::string& path) const { return Status::IOError(path + ": killed"); }
+  Status Dead(const std::string& path) const {
+    return Status::IOError(path +
+                           (fault_ == Fault::kKilled ? ": killed" : ": no space left on the disk"));
+  }
+  // Calls that change nothing: refused once a killed program is dead.
+  Status Alive(const std::string& path) const {
+    return fault_ == Fault::kKilled && dead() ? Dead(path) : Status::Ok();
+  }
   Status Change(const std::string& path) {
     if (dead()) return Dead(path);
     ++changes_;
     return dead() ? Dead(path) : Status::Ok();
   }
+  // Creating, removing and making folders: changes when killed, free on a full disk.
+  Status SideChange(const std::string& path) {
+    return fault_ == Fault::kKilled ? Change(path) : Status::Ok();
+  }
 
   uint64_t die_at_;  // 0: never
+  Fault fault_;
   uint64_t changes_ = 0;
   platform::FileLayer& inner_ = platform::SystemFiles();
 };
