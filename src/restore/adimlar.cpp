@@ -9,6 +9,7 @@
 #include "restore/katalog.h"
 #include "restore/sql_metinleri.h"
 #include "xbf/pbf.h"
+#include "xbf/read_ahead.h"
 
 namespace px::restore {
 namespace {
@@ -178,12 +179,14 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
   ortam.op.SetStatus(gorunen_ad + " Geri Alınıyor...");
   ortam.op.SetProgress(0, Kirp(sayi));
 
-  PX_ASSIGN_OR_RETURN(auto rows, ortam.dosyalar.TabloAc(okunacak));
-  const std::vector<FieldInfo> sahalar = rows->fields();
+  PX_ASSIGN_OR_RETURN(auto dosya, ortam.dosyalar.TabloAc(okunacak));
+  // The file is parsed on a thread of its own while the rows parsed before are added.
+  xbf::ReadAheadRows rows(*dosya);
+  const std::vector<FieldInfo> sahalar = rows.fields();
   int64_t yapilan = 0;
   Row row;
   db::InsertStatement komut;  // InsertMetni's statement, given as its parts
-  while (rows->Next(row)) {
+  while (rows.Next(row)) {
     if (kimlik) {
       PX_RETURN_IF_ERROR(InsertKomutu(tablo, sahalar, row, komut));
       PX_RETURN_IF_ERROR(veritabani->Insert(komut).status());
@@ -193,7 +196,7 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
     ++yapilan;
     ortam.op.SetProgress(Kirp(yapilan), Kirp(sayi));
   }
-  PX_RETURN_IF_ERROR(rows->status());
+  PX_RETURN_IF_ERROR(rows.status());
   if (yapilan != sayi) {
     return Status::Corruption(dosya_yolu + " changed while it was restored: " +
                               std::to_string(sayi) + " rows, then " + std::to_string(yapilan));
