@@ -57,7 +57,7 @@ Status SqlServerYok() {
 
 // A money value given as text goes through the money normaliser, as the recordset's
 // assignment did; a typed money value is already a number.
-Row ParaDuzelt(const std::vector<FieldInfo>& sahalar, Row satir) {
+void ParaDuzelt(const std::vector<FieldInfo>& sahalar, Row& satir) {
   for (size_t i = 0; i < sahalar.size() && i < satir.size(); ++i) {
     if (sahalar[i].ado_type != ado::kCurrency) continue;
     if (const auto* s = std::get_if<std::string>(&satir[i])) {
@@ -66,7 +66,6 @@ Row ParaDuzelt(const std::vector<FieldInfo>& sahalar, Row satir) {
       if (auto c = CurrencyFromText(metin)) satir[i] = *c;
     }
   }
-  return satir;
 }
 
 // The rows of a table file, counted without reading their values. A file whose count finds
@@ -180,23 +179,36 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
   ortam.op.SetProgress(0, Kirp(sayi));
 
   PX_ASSIGN_OR_RETURN(auto dosya, ortam.dosyalar.TabloAc(okunacak));
-  // The file is parsed on a thread of its own while the rows parsed before are added.
-  xbf::ReadAheadRows rows(*dosya);
-  const std::vector<FieldInfo> sahalar = rows.fields();
-  int64_t yapilan = 0;
-  Row row;
-  db::InsertStatement komut;  // InsertMetni's statement, given as its parts
-  while (rows.Next(row)) {
+  const std::vector<FieldInfo> sahalar = dosya->fields();
+  // A second thread parses the file and makes each row's statement while the rows made
+  // before are added.
+  struct HazirSatir {
+    Row satir;
+    db::InsertStatement komut;  // InsertMetni's statement, given as its parts
+  };
+  xbf::ReadAhead<HazirSatir> hazir([&](HazirSatir& h) -> Result<bool> {
+    if (!dosya->Next(h.satir)) {
+      PX_RETURN_IF_ERROR(dosya->status());
+      return false;
+    }
     if (kimlik) {
-      PX_RETURN_IF_ERROR(InsertKomutu(tablo, sahalar, row, komut));
-      PX_RETURN_IF_ERROR(veritabani->Insert(komut).status());
+      PX_RETURN_IF_ERROR(InsertKomutu(tablo, sahalar, h.satir, h.komut));
     } else {
-      PX_RETURN_IF_ERROR(veritabani->AddRow(tablo, sahalar, ParaDuzelt(sahalar, std::move(row))));
+      ParaDuzelt(sahalar, h.satir);
+    }
+    return true;
+  });
+  int64_t yapilan = 0;
+  while (HazirSatir* h = hazir.Next()) {
+    if (kimlik) {
+      PX_RETURN_IF_ERROR(veritabani->Insert(h->komut).status());
+    } else {
+      PX_RETURN_IF_ERROR(veritabani->AddRow(tablo, sahalar, h->satir));
     }
     ++yapilan;
     ortam.op.SetProgress(Kirp(yapilan), Kirp(sayi));
   }
-  PX_RETURN_IF_ERROR(rows.status());
+  PX_RETURN_IF_ERROR(hazir.status());
   if (yapilan != sayi) {
     return Status::Corruption(dosya_yolu + " changed while it was restored: " +
                               std::to_string(sayi) + " rows, then " + std::to_string(yapilan));
