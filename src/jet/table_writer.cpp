@@ -65,6 +65,7 @@ TableWriter::TableWriter(WritablePages& pages, const JetFormat& f, TableDef def,
       f_(f),
       def_(std::move(def)),
       name_(std::move(table_name)),
+      row_where_("table " + name_),
       options_(std::move(options)),
       direct_(!options_.defer_index_entries) {
   for (size_t i = 0; i < def_.real_indexes.size(); ++i) {
@@ -428,16 +429,20 @@ Status TableWriter::WriteCounters() {
 }
 
 Status TableWriter::Insert(std::span<const Value> in) {
-  if (in.size() != def_.columns.size()) {
-    return Status::InvalidArgument("table " + name_ + ": " + std::to_string(in.size()) +
+  std::vector<Value> values(in.begin(), in.end());
+  return Insert(values);
+}
+
+Status TableWriter::Insert(std::vector<Value>& values) {
+  if (values.size() != def_.columns.size()) {
+    return Status::InvalidArgument("table " + name_ + ": " + std::to_string(values.size()) +
                                    " values for " + std::to_string(def_.columns.size()) +
                                    " columns");
   }
-  std::vector<Value> values(in.begin(), in.end());
   const uint32_t counter_before = def_.autonumber_last;
   Status st = AssignAutoNumbers(values);
   if (st.ok()) {
-    const std::string where = "table " + name_;
+    const std::string& where = row_where_;
     auto keys = MakeKeys(values, where);
     if (!keys.ok()) st = keys.status();
     // Waiting entries have their unique keys checked by FlushIndexes().

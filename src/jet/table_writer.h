@@ -80,6 +80,8 @@ class TableWriter {
   // One row, values indexed like definition().columns. Its index entries wait for
   // FlushIndexes().
   Status Insert(std::span<const Value> values);
+  // The same on values the caller gives up: AutoNumber columns are filled in place.
+  Status Insert(std::vector<Value>& values);
   // Brings every index up to date with the rows inserted; refuses a unique key held twice.
   Status FlushIndexes();
   // Every row; the number deleted.
@@ -153,6 +155,7 @@ class TableWriter {
   const JetFormat& f_;
   TableDef def_;
   std::string name_;
+  std::string row_where_;  // "table " + name_: where a row's error is
   TableWriterOptions options_;
   std::vector<IndexWriter> indexes_;
   std::vector<EntryRuns> pending_;              // per real index: entries of inserted rows

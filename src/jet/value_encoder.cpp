@@ -164,6 +164,21 @@ Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, 
   if (s == nullptr) return WrongType(where, c, v, c.type == coltype::kMemo ? "Memo" : "Text");
   const bool memo = c.type == coltype::kMemo;
   if (f.text_is_unicode) {
+    const bool may_compress = (c.extra_flags & kColExtraCompressedUnicode) != 0;
+    if (may_compress && s->size() > 2 &&
+        s->size() * 2 <= (memo ? kMaxCompressedMemoChars * 2 : size_t(c.length))) {
+      // Plain ASCII without NUL is its own compressed form: no UTF-16 copy in between.
+      bool ascii = true;
+      for (const char ch : *s) ascii = ascii && ch > 0 && static_cast<unsigned char>(ch) < 0x80;
+      if (ascii) {
+        std::vector<uint8_t> out;
+        out.reserve(2 + s->size());
+        out.push_back(0xFF);
+        out.push_back(0xFE);
+        out.insert(out.end(), s->begin(), s->end());
+        return out;
+      }
+    }
     // One pass over the text: its UTF-16 form gives the length and the compressed form.
     auto plain = EncodeUtf16Le(*s);
     if (!plain.ok()) return Refuse(where, c, "text is not valid UTF-8");
@@ -173,8 +188,7 @@ Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, 
                     "text of " + std::to_string(units) + " characters exceeds the " +
                         std::to_string(c.length / 2) + " the column holds");
     }
-    const bool compress = (c.extra_flags & kColExtraCompressedUnicode) != 0 &&
-                          (!memo || units <= kMaxCompressedMemoChars);
+    const bool compress = may_compress && (!memo || units <= kMaxCompressedMemoChars);
     return CompressJet4Text(std::move(*plain), compress);
   }
   const int cp = IsSupportedCodePage(c.code_page) ? c.code_page : code_page;
