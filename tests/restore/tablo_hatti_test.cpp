@@ -60,7 +60,8 @@ TEST(TabloHatti, TheErrorMetFirstInRowOrderEndsTheRestore) {
       std::string metin = px::testing::ReadAll(yol);
       const std::string deger = "No='" + std::to_string(c.bozuk_satir) + "'";
       const size_t at = metin.find(deger);
-      bozuk_dosya_satiri = 1 + int(std::count(metin.begin(), metin.begin() + long(at), '\n'));
+      bozuk_dosya_satiri =
+          1 + int(std::count(metin.begin(), metin.begin() + std::ptrdiff_t(at), '\n'));
       metin.replace(at, deger.size(), "No='x'");
       kok.Write("Yedek/P/cari-tblSayi.xbf", metin);
     }
