@@ -244,26 +244,6 @@ TEST_F(WriterTest, ExternalReadersAcceptTheFile) {
   EXPECT_NE(schema.find("\"primary\": true"), std::string::npos) << schema.substr(0, 3000);
 }
 
-TEST_F(WriterTest, AutoNumberIssuesNextAndMovesPastGivenValues) {
-  ASSERT_TRUE(w().CreateTable("T").ok());
-  ColumnSpec id = Col("Id", ado::kInteger);
-  id.autoincrement = true;
-  ASSERT_TRUE(w().AddColumn("T", id).ok());
-  ASSERT_TRUE(w().AddColumn("T", Col("Ad", ado::kVarWChar, 10)).ok());
-  ASSERT_TRUE(w().AddPrimaryKey("T", "PrimaryKey", "Id").ok());
-  const std::vector<std::pair<Value, int64_t>> steps = {
-      {Null{}, 1}, {Null{}, 2}, {int64_t(10), 10}, {Null{}, 11}, {int64_t(5), 5}, {Null{}, 12}};
-  for (const auto& [given, expected] : steps) {
-    std::vector<Value> row = {given, std::string("x")};
-    ASSERT_TRUE(w().InsertRow("T", row).ok());
-  }
-  auto rows = TableRows(w().db(), "T");
-  ASSERT_EQ(rows.size(), steps.size());
-  for (size_t i = 0; i < steps.size(); ++i) {
-    EXPECT_TRUE(rows[i][0] == Value(steps[i].second)) << i;
-  }
-}
-
 TEST_F(WriterTest, KeyRulesNameTheTable) {
   ASSERT_TRUE(w().CreateTable("Cari").ok());
   ASSERT_TRUE(w().AddColumn("Cari", Col("Kod", ado::kVarWChar, 10)).ok());
