@@ -151,6 +151,20 @@ void ModulTablosu(const restore::GeriAlSonucu& s) {
   throw CLI::Success();
 }
 
+#ifdef PX_HAVE_ACCESS_POOL
+// The commit record dealt with, then the modules' data folders (their company and year
+// folders included) swept.
+Status ArtiklariTemizle(const std::string& kok, const std::string& kayit) {
+  PX_ASSIGN_OR_RETURN(std::filesystem::path kayit_yolu, ToHostPath(kayit));
+  std::vector<std::string> klasorler;
+  for (const auto& m : modules::Moduller()) {
+    auto klasor = ToHostPath(kok + "\\" + std::string(m.klasor) + "\\Data");
+    if (klasor.ok()) klasorler.push_back(Utf8FromPath(*klasor));
+  }
+  return db::RemoveStaleLeftovers(platform::SystemFiles(), Utf8FromPath(kayit_yolu), klasorler, 2);
+}
+#endif
+
 template <typename Calistir>
 void OrtamIle(bool onceki_kopya, Calistir calistir) {
 #ifdef PX_HAVE_ACCESS_POOL
@@ -162,12 +176,11 @@ void OrtamIle(bool onceki_kopya, Calistir calistir) {
   HostFileSystem fs;
   restore::HostDosyalar dosyalar;
   // A module's databases commit together through a record in the work area, where the next
-  // run finishes a commit this one could not.
-  const std::string kayit =
-      ayarlar.CalismaAlani() + "\\GeriAlOncesi\\" + std::string(db::kCommitRecordName);
-  if (auto yer = ToHostPath(kayit); yer.ok()) {
-    Status s = db::FinishInterruptedCommit(platform::SystemFiles(), Utf8FromPath(*yer));
-    if (!s.ok()) std::cerr << "warning: " << s.ToString() << "\n";
+  // run finishes a commit this one could not; what killed runs left beside the modules'
+  // databases goes with it.
+  const std::string kayit = db::SuiteCommitRecord(ayarlar.CalismaAlani());
+  if (Status s = ArtiklariTemizle(ayarlar.CalismaAlani(), kayit); !s.ok()) {
+    std::cerr << "warning: " << s.ToString() << "\n";
   }
   auto havuz = db::NewAccessDatabasePool(platform::SystemFiles(), kayit);
   const GeciciKlasor gecici = GeciciKlasoruAl();

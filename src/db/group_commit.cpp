@@ -1,6 +1,8 @@
 #include "db/group_commit.h"
 
 #include <charconv>
+#include <filesystem>
+#include <optional>
 
 #include "jet/page_store.h"
 #include "platform/files.h"
@@ -40,7 +42,39 @@ Status CommitEach(std::span<Database* const> databases) {
   return Status::Ok();
 }
 
+// The leftovers in `folder` and below it; a database in use keeps its own.
+Status RemoveLeftoversIn(platform::FileLayer& files, const std::filesystem::path& folder,
+                         int depth) {
+  const std::string folder_text = Utf8FromPath(folder);
+  if (!files.Exists(folder_text)) return Status::Ok();
+  PX_ASSIGN_OR_RETURN(std::vector<platform::FolderEntry> entries, files.List(folder_text));
+  for (const platform::FolderEntry& e : entries) {
+    const std::string path = Utf8FromPath(folder / PathFromUtf8(e.name));
+    if (e.is_folder) {
+      if (depth > 0)
+        PX_RETURN_IF_ERROR(RemoveLeftoversIn(files, folder / PathFromUtf8(e.name), depth - 1));
+      continue;
+    }
+    const std::optional<std::string> database = jet::DatabaseOfTemporary(path);
+    if (!database) continue;
+    std::unique_ptr<platform::FileLock> lock;
+    if (files.Exists(*database)) {
+      auto held = files.LockExclusive(*database);
+      if (!held.ok()) continue;  // in use: its transaction may be live
+      lock = std::move(*held);
+    }
+    if (Status st = files.Remove(path); !st.ok()) {
+      return st.WithContext(path + ": cannot remove what an interrupted run left");
+    }
+  }
+  return Status::Ok();
+}
+
 }  // namespace
+
+std::string SuiteCommitRecord(std::string_view work_area) {
+  return std::string(work_area) + "\\GeriAlOncesi\\" + kCommitRecordName;
+}
 
 std::string EncodeCommitRecord(const CommitRecord& record) {
   std::string text(kFirstLine);
@@ -149,7 +183,8 @@ Status CommitTogether(platform::FileLayer& files, const std::string& record_path
 }
 
 Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& record_path) {
-  (void)files.Remove(platform::TempNameBeside(record_path));  // a record being replaced
+  const std::string replacing = platform::TempNameBeside(record_path);  // a record being replaced
+  if (files.Exists(replacing)) (void)files.Remove(replacing);
   if (!files.Exists(record_path)) return Status::Ok();
   PX_ASSIGN_OR_RETURN(std::string text,
                       platform::ReadFileWhole(files, record_path, kLargestRecord));
@@ -169,6 +204,15 @@ Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& re
     }
   }
   return files.Remove(record_path);
+}
+
+Status RemoveStaleLeftovers(platform::FileLayer& files, const std::string& record_path,
+                            std::span<const std::string> folders, int depth) {
+  PX_RETURN_IF_ERROR(FinishInterruptedCommit(files, record_path));
+  for (const std::string& folder : folders) {
+    PX_RETURN_IF_ERROR(RemoveLeftoversIn(files, PathFromUtf8(folder), depth));
+  }
+  return Status::Ok();
 }
 
 }  // namespace px::db

@@ -849,9 +849,10 @@ const std::string& Writer::host_path() const {
 }
 
 Result<std::unique_ptr<Writer>> Writer::Open(platform::FileLayer& files,
-                                             const std::string& host_path,
-                                             std::string display_name) {
-  PX_ASSIGN_OR_RETURN(auto store, PageStore::Open(files, host_path, std::move(display_name)));
+                                             const std::string& host_path, std::string display_name,
+                                             PageStoreOptions pages) {
+  PX_ASSIGN_OR_RETURN(auto store,
+                      PageStore::Open(files, host_path, std::move(display_name), pages));
   PX_ASSIGN_OR_RETURN(auto db, Database::OpenPager(store->pager()));
   return std::unique_ptr<Writer>(std::make_unique<WriterImpl>(std::move(store), std::move(db)));
 }
@@ -868,9 +869,10 @@ Result<std::unique_ptr<Writer>> Writer::Create(platform::FileLayer& files,
 
 Result<std::unique_ptr<Writer>> Writer::CreateUnwritten(platform::FileLayer& files,
                                                         const std::string& host_path,
-                                                        std::string display_name) {
-  PX_ASSIGN_OR_RETURN(auto store,
-                      PageStore::Create(files, host_path, kJet4Format, std::move(display_name)));
+                                                        std::string display_name,
+                                                        PageStoreOptions pages) {
+  PX_ASSIGN_OR_RETURN(
+      auto store, PageStore::Create(files, host_path, kJet4Format, std::move(display_name), pages));
   auto writer = std::make_unique<WriterImpl>(std::move(store), nullptr);
   PX_RETURN_IF_ERROR(writer->LayOut(false));
   return std::unique_ptr<Writer>(std::move(writer));
