@@ -184,6 +184,20 @@ class WriterImpl final : public Writer {
                             const ForeignKeySpec& foreign_key) override {
     return Step([&] { return DoAddIndex(std::string(table), index, &foreign_key); });
   }
+  Status SetAutoNumber(std::string_view table, int32_t increment, uint32_t last) override {
+    return Step([&]() -> Status {
+      PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(std::string(table)));
+      if (increment == 0 || (store_->format().tdef_autonumber_increment == 0 && increment != 1)) {
+        return Status::NotSupported(Where(e->name) + ": an AutoNumber increment of " +
+                                    std::to_string(increment) + " cannot be kept");
+      }
+      writers_.erase(e->tdef_page());  // it holds the definition as it was
+      PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
+      def.autonumber_increment = increment;
+      def.autonumber_last = last;
+      return StoreTableDef(*store_, def, db_->text_code_page());
+    });
+  }
   Status InsertRow(std::string_view table, std::span<const Value> values) override {
     return Step([&] { return DoInsert(std::string(table), values); }, false);
   }

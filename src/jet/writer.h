@@ -122,6 +122,15 @@ class Writer {
                                 ": relationships cannot be written here");
   }
 
+  // The table's AutoNumber counter: the step between numbers (not 0; a format without the
+  // field takes only 1) and the last number issued, as `mdb kopyala` carries them over.
+  virtual Status SetAutoNumber(std::string_view table, int32_t increment, uint32_t last) {
+    (void)increment;
+    (void)last;
+    return Status::NotSupported("table " + std::string(table) +
+                                ": the AutoNumber counter cannot be set here");
+  }
+
   // One row; `values` in field order (as TableSchema::fields lists them), Null for
   // columns left out. A given AutoNumber value is stored as given and the counter moves
   // past it; a Null AutoNumber takes the next counter value. Index entries are merged into
