@@ -27,6 +27,28 @@ Status WriteRecord(platform::FileLayer& files, const std::string& record_path,
   return Status::Ok();
 }
 
+// The lock of the commits recorded at `record_path`, made when missing.
+Result<std::unique_ptr<platform::FileLock>> LockCommits(platform::FileLayer& files,
+                                                        const std::string& record_path) {
+  const std::string lock_path = CommitLockBeside(record_path);
+  if (!files.Exists(lock_path)) {
+    auto made = files.Open(lock_path, platform::OpenMode::kCreateNew);
+    if (!made.ok() && !made.status().IsAlreadyExists()) {
+      return made.status().WithContext(record_path + ": cannot make the commit lock");
+    }
+  }
+  auto lock = files.LockExclusive(lock_path);
+  if (!lock.ok()) {
+    if (lock.status().IsBusy()) {
+      return Status::Busy(record_path +
+                          ": another run is committing a restore; try again when it has "
+                          "finished");
+    }
+    return lock.status().WithContext(record_path + ": cannot lock the commit record");
+  }
+  return std::move(*lock);
+}
+
 void RollBackAll(std::span<Database* const> databases) {
   for (Database* d : databases) (void)d->Rollback();
 }
@@ -71,6 +93,10 @@ Status RemoveLeftoversIn(platform::FileLayer& files, const std::filesystem::path
 }
 
 }  // namespace
+
+std::string CommitLockBeside(const std::string& record_path) {
+  return Utf8FromPath(PathFromUtf8(record_path).parent_path() / kCommitLockName);
+}
 
 std::string SuiteCommitRecord(std::string_view work_area) {
   return std::string(work_area) + "\\GeriAlOncesi\\" + kCommitRecordName;
@@ -150,6 +176,18 @@ Status CommitTogether(platform::FileLayer& files, const std::string& record_path
     (void)files.Remove(record_path);
     return st;
   };
+  const std::filesystem::path folder = PathFromUtf8(record_path).parent_path();
+  if (!folder.empty()) {
+    if (Status st = files.CreateFolder(Utf8FromPath(folder)); !st.ok()) {
+      RollBackAll(databases);
+      return st.WithContext(record_path + ": cannot make the commit record's folder");
+    }
+  }
+  auto lock = LockCommits(files, record_path);
+  if (!lock.ok()) {
+    RollBackAll(databases);
+    return lock.status();
+  }
   // The prepared files are named before they exist, so that a killed program's are found.
   if (Status st = WriteRecord(files, record_path, record); !st.ok()) return undo(st);
   for (Database* d : databases) {
@@ -186,6 +224,8 @@ Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& re
   const std::string replacing = platform::TempNameBeside(record_path);  // a record being replaced
   if (files.Exists(replacing)) (void)files.Remove(replacing);
   if (!files.Exists(record_path)) return Status::Ok();
+  PX_ASSIGN_OR_RETURN(std::unique_ptr<platform::FileLock> lock, LockCommits(files, record_path));
+  if (!files.Exists(record_path)) return Status::Ok();  // the run that held it finished
   PX_ASSIGN_OR_RETURN(std::string text,
                       platform::ReadFileWhole(files, record_path, kLargestRecord));
   PX_ASSIGN_OR_RETURN(CommitRecord record, DecodeCommitRecord(text, record_path));

@@ -39,6 +39,11 @@ inline constexpr char kCommitRecordName[] = ".~pergonix-commit.tmp";
 // changes the suite's databases deals with a record found there first.
 std::string SuiteCommitRecord(std::string_view work_area);
 
+// Beside the record, a file that whoever commits or finishes a commit holds locked: a run
+// never mistakes another run's commit under way for an interrupted one. It stays when done.
+inline constexpr char kCommitLockName[] = "pergonix-commit.lock";
+std::string CommitLockBeside(const std::string& record_path);
+
 struct CommitRecord {
   bool decided = false;
   std::vector<PreparedCommit> files;
@@ -62,7 +67,8 @@ Status CommitTogether(platform::FileLayer& files, const std::string& record_path
 // What a killed program's record at `record_path` asks for: a decided commit finished (the
 // prepared files still there renamed over their databases), an undecided one undone (its
 // prepared files removed, and the pages set aside for a database it was to create); then
-// the record goes. OK without a record. Errors name the file.
+// the record goes. OK without a record; Busy while another run's commit is under way.
+// Errors name the file.
 Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& record_path);
 
 // What a run does first: the record at `record_path` dealt with as above, then what killed

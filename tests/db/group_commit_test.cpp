@@ -271,6 +271,29 @@ TEST_F(IkiVeritabani, TheSweepKeepsWhatARecordOrALiveTransactionNeeds) {
   EXPECT_EQ(Artiklar(), std::vector<std::string>{});
 }
 
+// A commit under way in another run (its lock held) is not an interrupted one: nothing of
+// it is touched until that run lets go.
+TEST_F(IkiVeritabani, ACommitUnderWayInAnotherRunIsLeftAlone) {
+  const std::string hazir = jet::PreparedFileBeside(vt_[0].string());
+  std::ofstream(hazir) << "x";
+  fs::create_directories(fs::path(kayit_).parent_path());
+  std::ofstream(kayit_, std::ios::binary) << EncodeCommitRecord({true, {{hazir, vt_[0].string()}}});
+  const std::string kilit = CommitLockBeside(kayit_);
+  std::ofstream{kilit};
+  {
+    auto tutulan = platform::SystemFiles().LockExclusive(kilit);
+    ASSERT_TRUE(tutulan.ok()) << tutulan.status().ToString();
+    const Status st = FinishInterruptedCommit(platform::SystemFiles(), kayit_);
+    EXPECT_TRUE(st.IsBusy()) << st.ToString();
+    EXPECT_TRUE(fs::exists(hazir));
+    EXPECT_TRUE(fs::exists(kayit_));
+    EXPECT_EQ(ReadAll(vt_[0]), once_.at(vt_[0]));
+  }
+  ASSERT_TRUE(FinishInterruptedCommit(platform::SystemFiles(), kayit_).ok());
+  EXPECT_FALSE(fs::exists(kayit_));
+  EXPECT_EQ(ReadAll(vt_[0]), "x");
+}
+
 TEST_F(IkiVeritabani, APreparedFileLeftBesideADatabaseKeepsItClosedUntilTheRecordIsSeen) {
   const std::string hazir = jet::PreparedFileBeside(vt_[0].string());
   std::ofstream(hazir) << "x";
