@@ -27,6 +27,14 @@ Status WriteRecord(platform::FileLayer& files, const std::string& record_path,
   return Status::Ok();
 }
 
+// `name` in the folder of `path`: a host path, or a domain path ("C:\Pergonix\x") whose
+// separators the host's path type may not know.
+std::string NameBeside(std::string_view path, std::string_view name) {
+  const size_t end = path.find_last_of("\\/");
+  return end == std::string_view::npos ? std::string(name)
+                                       : std::string(path.substr(0, end + 1)) + std::string(name);
+}
+
 // The lock of the commits recorded at `record_path`, made when missing.
 Result<std::unique_ptr<platform::FileLock>> LockCommits(platform::FileLayer& files,
                                                         const std::string& record_path) {
@@ -95,7 +103,7 @@ Status RemoveLeftoversIn(platform::FileLayer& files, const std::filesystem::path
 }  // namespace
 
 std::string CommitLockBeside(const std::string& record_path) {
-  return Utf8FromPath(PathFromUtf8(record_path).parent_path() / kCommitLockName);
+  return NameBeside(record_path, kCommitLockName);
 }
 
 std::string SuiteCommitRecord(std::string_view work_area) {
@@ -221,7 +229,9 @@ Status CommitTogether(platform::FileLayer& files, const std::string& record_path
 }
 
 Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& record_path) {
-  const std::string replacing = platform::TempNameBeside(record_path);  // a record being replaced
+  // A record being replaced, under platform::TempNameBeside's name.
+  const std::string record_name = record_path.substr(record_path.find_last_of("\\/") + 1);
+  const std::string replacing = NameBeside(record_path, ".~" + record_name + ".tmp");
   if (files.Exists(replacing)) (void)files.Remove(replacing);
   if (!files.Exists(record_path)) return Status::Ok();
   PX_ASSIGN_OR_RETURN(std::unique_ptr<platform::FileLock> lock, LockCommits(files, record_path));

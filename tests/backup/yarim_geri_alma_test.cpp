@@ -73,6 +73,7 @@ TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
                                             "Cari", "--modul", "Stok", "--sikistirma-yok"});
     ASSERT_TRUE(r.ExitedWith(0)) << r.Describe();
     EXPECT_FALSE(fs::exists(kayit_yolu));
+    EXPECT_TRUE(fs::exists(kayit_yolu.parent_path() / db::kCommitLockName));
     for (const Degisen& g : degisenler) {
       EXPECT_FALSE(
           fs::exists(PathFromUtf8(jet::PreparedFileBeside(Utf8FromPath(kok / g.veritabani)))));
