@@ -9,9 +9,9 @@
 #include "restore/sql_metinleri.h"
 #include "restore/test_katalog.h"
 #include "support/boxes.h"
-#include "support/failing_files.h"
+#include "support/dying_files.h"
+#include "support/saha.h"
 #include "support/temp_folder.h"
-#include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
 
 namespace px::restore {
@@ -28,19 +28,13 @@ using op::Icon;
 using testing::FakeDatabase;
 using testing::FakePool;
 using testing::KatalogKurucu;
+constexpr auto F = px::testing::Saha;
 
 const std::string kKok = "C:\\Pergonix";
 const std::string kCariDb = "C:\\Pergonix\\Cari\\Data\\004\\2010\\cari.mdb";
 const std::string kPersonelDb = "C:\\Pergonix\\Personel\\Data\\004\\2010\\personel.mdb";
 const std::string kDemirbasDb = "C:\\Pergonix\\Demirbas\\Data\\004\\demirbas.mdb";
 const std::string kPaket = "C:\\Yedek\\Paket1";
-
-FieldInfo F(const std::string& name, int type) {
-  FieldInfo f;
-  f.name = name;
-  f.ado_type = type;
-  return f;
-}
 
 Box Soru(const std::string& text, const char* title = "Pergonix Yedek") {
   return Box{text, title, Icon::kQuestion, Buttons::kYesNo, 2};
@@ -146,7 +140,7 @@ class GeriAlTest : public ::testing::Test {
   op::ScriptedOperator op_;
   std::vector<std::string> katalog_yollari_;
   // What a run is given beside the defaults: a failing file layer, a copies folder.
-  std::optional<px::testing::FailingFiles> bozuk_;
+  std::optional<px::testing::DyingFiles> bozuk_;
   std::optional<HostDosyalar> bozuk_dosyalar_;
   std::string onceki_kopya_;
 };
@@ -404,33 +398,12 @@ std::vector<Calisma> Calismalar() {
                                                       "Data/004/2010/cari.mdb"),
                    "mdb bytes of Pergonix/Cari/Data/004/2010/cari.mdb");
        }},
-      {"ExtraFilesOfEveryLevelComeBackDecompressed",
-       [](auto& t, auto& g) {
-         t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", "ortak");
-         t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/001/2009/rapor.txt", "yillik");
-         const auto kaynak = t.c_.Write("sirket.dat", "sirket bilgisi");
-         t.c_.Mkdir("Yedek/Paket1/Dosya/Cari/Data/001");
-         ASSERT_TRUE(xbf::Sikistir(
-                         kaynak.string(),
-                         (t.c_.path() / "Yedek/Paket1/Dosya/Cari/Data/001/sirket.dat.pbf").string())
-                         .ok());
-         YalnizCari(g);
-       },
-       evet2,
-       {Soru(kBaslatSorusu), Soru(kOnemliUyari), kBitti},
-       "sona_ulasti",
-       [](auto& t) {
-         const auto cari = t.c_.path() / "Pergonix/Cari/Data";
-         EXPECT_EQ(px::testing::ReadAll(cari / "ayar.ini"), "ortak");
-         EXPECT_EQ(px::testing::ReadAll(cari / "004/sirket.dat"), "sirket bilgisi");
-         EXPECT_EQ(px::testing::ReadAll(cari / "004/2010/rapor.txt"), "yillik");
-       }},
       {"FullDiskWhileCopyingAnExtraFileLeavesItAndTheModuleAsTheyWere",
        [](auto& t, auto& g) {
          EskiCari(t);
          t.c_.Write("Pergonix/Cari/Data/ayar.ini", "eski ayar");
          t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", std::string(200000, 'y'));
-         t.bozuk_.emplace(px::testing::FailPlan{.disk_full_after = 70000});
+         t.bozuk_.emplace(2, px::testing::DyingFiles::Fault::kDiskFull);  // after one write
          t.bozuk_dosyalar_.emplace(*t.bozuk_);
          YalnizCari(g);
        },
