@@ -333,36 +333,6 @@ std::vector<Calisma> Calismalar() {
          EXPECT_TRUE(t.pool_.log.empty());
          EXPECT_FALSE(std::filesystem::exists(t.c_.path() / "Pergonix/Cari"));
        }},
-      // tblCari restores first; then tblNot's file is cut short: the module rolls back whole,
-      // and nothing after it runs (modules go in table order: Cari first).
-      {"DamagedFileInTheMiddleLeavesTheModuleAsItWas",
-       [](auto& t, auto& g) {
-         FakeDatabase& cari = EskiCari(t);
-         cari.AddTable("tblCari", {{"Id", ado::kInteger, 0, 0, true, true},
-                                   {"Ad", ado::kVarWChar, 50},
-                                   {"Tutar", ado::kCurrency}});
-         cari.Find("tblCari")->rows.push_back({int64_t{77}, std::string("eski"), Null{}});
-         const auto dosya = t.c_.path() / "Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf";
-         const std::string tam = px::testing::ReadAll(dosya);
-         t.c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf",
-                    tam.substr(0, tam.size() - 40));
-         g.moduller = {{"Demirbaş", true}, {"Cari", true}, {"Personel", true}};
-         g.onaysiz = true;
-       },
-       evet2,
-       {Soru(kBaslatSorusu), Soru(kOnemliUyari),
-        Hata("Hata Kodu: *\r\nAçıklama: *cari-tblNot.xbf*")},
-       "hata",
-       [](auto& t) {
-         FakeDatabase& cari = *t.pool_.Get(kCariDb);
-         EXPECT_EQ(cari.Rows("tblCari"), std::vector<std::string>{"77|eski|<null>"});
-         EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
-         EXPECT_EQ(cari.rollbacks, 1);
-         EXPECT_EQ(cari.commits, 0);
-         EXPECT_EQ(std::count(cari.log.begin(), cari.log.end(), "DELETE FROM tblNot"), 0);
-         EXPECT_TRUE(t.op_.module_states.empty());
-         EXPECT_EQ(t.pool_.Get(kDemirbasDb), nullptr);
-       }},
       // A database created and filled in the same transaction is gone with it.
       {"RefusedStatementRollsBackANewDatabaseToo",
        [](auto& t, auto& g) {
@@ -440,15 +410,6 @@ TEST_P(GeriAlCalismasi, BoxesResultAndWhatItLeaves) {
 
 INSTANTIATE_TEST_SUITE_P(Runs, GeriAlCalismasi, ::testing::ValuesIn(Calismalar()),
                          [](const auto& i) { return std::string(i.param.ad); });
-
-TEST_F(GeriAlTest, PresenceLooksAtEveryLevel) {
-  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Demirbas", "001", "2009"));
-  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Cari", "001", "2009"));
-  EXPECT_FALSE(ModulPaketteVarmi(fs_, kPaket, "Cari", "001", "2008"));  // only other years' folders
-  EXPECT_FALSE(ModulPaketteVarmi(fs_, kPaket, "Cari", "002", "2009"));
-  c_.Write("Yedek/Paket1/Beyanname/Data/beyan-tblBeyan.xbf", "x");
-  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Beyanname", "002", "2009"));
-}
 
 YilGeriAlGirdileri YilGirdileri() {
   YilGeriAlGirdileri g;
