@@ -9,6 +9,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "core/value_text.h"
+
 namespace px::jetcheck {
 namespace fs = std::filesystem;
 namespace {
@@ -33,27 +35,6 @@ DateTimeParts FromDaySeconds(const DateTimeParts& p, long long seconds) {
 
 long long DaySeconds(const DateTimeParts& p) {
   return p.hour * 3600LL + p.minute * 60LL + p.second;
-}
-
-bool IsHexUpper(char c) {
-  return std::isdigit(static_cast<unsigned char>(c)) || (c >= 'A' && c <= 'F');
-}
-
-// "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in upper case.
-bool IsGuidText(const std::string& s) {
-  if (s.size() != 38 || s.front() != '{' || s.back() != '}') return false;
-  for (std::size_t i = 1; i < 37; ++i) {
-    bool dash = i == 9 || i == 14 || i == 19 || i == 24;
-    if (dash ? s[i] != '-' : !IsHexUpper(s[i])) return false;
-  }
-  return true;
-}
-
-std::string BareUpperGuid(std::string s) {
-  if (!s.empty() && s.front() == '{') s.erase(0, 1);
-  if (!s.empty() && s.back() == '}') s.pop_back();
-  for (char& c : s) c = char(std::toupper(static_cast<unsigned char>(c)));
-  return s;
 }
 
 bool IsIntegerText(const std::string& s) {
@@ -99,7 +80,9 @@ ValueCheck CheckWithMdbJson(const JsonScalar& ours, const JsonScalar* theirs) {
     if (date->year < 1900 || date->year > 2699) return {false, true};
     return {DatesAgreeWithMdbtools(*date, theirs->text)};
   }
-  if (IsGuidText(ours.text)) return {BareUpperGuid(theirs->text) == BareUpperGuid(ours.text)};
+  if (std::optional<Guid> guid = GuidFromText(ours.text)) {
+    return {GuidFromText(theirs->text) == guid};  // braces and letter case aside
+  }
   return {false};
 }
 
