@@ -32,20 +32,6 @@ Status OpenAndWalk(std::vector<uint8_t> bytes, const std::string& name) {
   return WalkDatabase(**db, counts);
 }
 
-TEST(Damage, TruncatedFileNamesTheMissingPage) {
-  PX_SAMPLE_OR_SKIP(path, "mdb/compIndexTestV2000.mdb");
-  auto bytes = ReadBytes(path);
-  // Cut in the middle of the user table's data pages.
-  const size_t page = 4096;
-  for (size_t pages : {size_t(1), size_t(3), size_t(10), bytes.size() / page / 2}) {
-    std::vector<uint8_t> cut(bytes.begin(), bytes.begin() + pages * page + 100);
-    Status st = OpenAndWalk(cut, "cut.mdb");
-    ASSERT_FALSE(st.ok()) << pages;
-    EXPECT_NE(st.message().find("cut.mdb"), std::string::npos) << st.message();
-    EXPECT_NE(st.message().find("page"), std::string::npos) << st.message();
-  }
-}
-
 TEST(Damage, OtherVersionsAndFilesAreRefusedByName) {
   PX_SAMPLE_OR_SKIP(path, "mdb/adox_jet4.mdb");
   auto bytes = ReadBytes(path);
