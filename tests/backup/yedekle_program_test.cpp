@@ -134,16 +134,6 @@ TEST_F(YedekleProgrami, ExternalCompressedCompanyBackupReadsBackAsJetOracleReads
   EXPECT_EQ(d.exit_code, 0) << d.Describe();
 }
 
-TEST_F(YedekleProgrami, ExternalPlainBackupOfEveryCompany) {
-  PX_JET_ORACLE_OR_SKIP();
-  auto o =
-      Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek "
-          "--tum-sirketler --sikistirma-yok");
-  ASSERT_EQ(o.exit_code, 0) << o.Describe();
-  PaketKaynaklaAyni(d_.path() / "C" / "Pergonix", Paket("P"), ".xbf", {"001", "002"});
-  EXPECT_EQ(Run("dogrula D:\\Yedek\\P").exit_code, 0);
-}
-
 TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
   auto o =
       Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek "
