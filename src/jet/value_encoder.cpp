@@ -158,6 +158,31 @@ Result<std::vector<uint8_t>> EncodeCurrency(const ColumnDef& c, const Value& v,
   return WrongType(where, c, v, "Currency");
 }
 
+// The UTF-16 LE form of text made of one- and two-byte UTF-8 characters (ASCII, Latin and
+// Turkish letters), decoded in place; false for anything else, which EncodeUtf16Le() takes.
+bool EncodeShortUtf16(std::string_view s, std::vector<uint8_t>& out) {
+  out.resize(s.size() * 2);
+  uint8_t* o = out.data();
+  for (size_t i = 0; i < s.size();) {
+    const auto lead = static_cast<uint8_t>(s[i]);
+    if (lead < 0x80) {
+      *o++ = lead;
+      *o++ = 0;
+      ++i;
+    } else if (lead >= 0xC2 && lead <= 0xDF && i + 1 < s.size() &&
+               (static_cast<uint8_t>(s[i + 1]) & 0xC0) == 0x80) {
+      const uint32_t c = uint32_t(lead & 0x1F) << 6 | (static_cast<uint8_t>(s[i + 1]) & 0x3F);
+      *o++ = uint8_t(c);
+      *o++ = uint8_t(c >> 8);
+      i += 2;
+    } else {
+      return false;
+    }
+  }
+  out.resize(size_t(o - out.data()));
+  return true;
+}
+
 Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, const Value& v,
                                         int code_page, const std::string& where) {
   auto* s = std::get_if<std::string>(&v);
@@ -180,16 +205,20 @@ Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, 
       }
     }
     // One pass over the text: its UTF-16 form gives the length and the compressed form.
-    auto plain = EncodeUtf16Le(*s);
-    if (!plain.ok()) return Refuse(where, c, "text is not valid UTF-8");
-    const size_t units = plain->size() / 2;
+    std::vector<uint8_t> plain;
+    if (!EncodeShortUtf16(*s, plain)) {
+      auto wide = EncodeUtf16Le(*s);
+      if (!wide.ok()) return Refuse(where, c, "text is not valid UTF-8");
+      plain = std::move(*wide);
+    }
+    const size_t units = plain.size() / 2;
     if (!memo && units * 2 > c.length) {
       return Refuse(where, c,
                     "text of " + std::to_string(units) + " characters exceeds the " +
                         std::to_string(c.length / 2) + " the column holds");
     }
     const bool compress = may_compress && (!memo || units <= kMaxCompressedMemoChars);
-    return CompressJet4Text(std::move(*plain), compress);
+    return CompressJet4Text(std::move(plain), compress);
   }
   const int cp = IsSupportedCodePage(c.code_page) ? c.code_page : code_page;
   auto bytes = EncodeCodePage(cp, *s);
