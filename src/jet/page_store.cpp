@@ -451,42 +451,50 @@ Status PageStore::PromoteGlobalMap(uint8_t* row, size_t row_len) {
   return Status::Ok();
 }
 
+Result<std::vector<bool>> PageStore::ClaimsOf(uint32_t owner) {
+  const JetFormat& f = format();
+  // Names are not read here, so any code page does.
+  PX_ASSIGN_OR_RETURN(TableDef def, ReadTableDef(*pager_, f, owner, 1252, Where(owner)));
+  std::vector<bool> claims(page_count_, false);
+  std::vector<RowPointer> maps = {def.owned_map};
+  for (const LongValueMaps& lv : def.long_value_maps) maps.push_back(lv.owned);
+  for (const RealIndex& r : def.real_indexes) maps.push_back(r.used_map);
+  for (const RowPointer& m : maps) {
+    if (m.page == 0) continue;
+    PX_ASSIGN_OR_RETURN(UsageMapCursor cursor, UsageMapCursor::Open(*pager_, f, m, Where(owner)));
+    for (;;) {
+      PX_ASSIGN_OR_RETURN(std::optional<uint32_t> n, cursor.Next());
+      if (!n) break;
+      if (*n < claims.size()) claims[*n] = true;
+    }
+  }
+  return claims;
+}
+
 Result<bool> PageStore::ClaimedByOwner(uint32_t number) {
   PX_ASSIGN_OR_RETURN(Page page, Get(number));
   Bytes p = page.bytes();
-  const JetFormat& f = format();
   if (p[0] != page_type::kData && p[0] != page_type::kIndexNode && p[0] != page_type::kIndexLeaf) {
     return false;
   }
-  const uint32_t owner = LoadLe32(&p[f.data_owner]);
-  if (owner <= kGlobalMapPage || owner >= page_count_) return false;
+  // An owner that is no table any more (its definition page free, or something else now)
+  // claims nothing.
+  const uint32_t owner = LoadLe32(&p[format().data_owner]);
+  if (owner <= kGlobalMapPage || owner >= page_count_ || free_.Contains(owner) ||
+      (owner < unverified_.size() && unverified_[owner])) {
+    return false;
+  }
+  PX_ASSIGN_OR_RETURN(Page tdef, Get(owner));
+  if (tdef.bytes()[0] != page_type::kTableDef) return false;
   auto known = claimed_.find(owner);
   if (known == claimed_.end()) {
-    std::vector<bool> claims;
-    PX_ASSIGN_OR_RETURN(Page tdef, Get(owner));
-    // Names are not read here, so any code page does.
-    auto def = tdef.bytes()[0] == page_type::kTableDef
-                   ? ReadTableDef(*pager_, f, owner, 1252, Where(owner))
-                   : Result<TableDef>(Status::NotFound(Where(owner)));
-    if (def.ok()) {
-      claims.assign(page_count_, false);
-      std::vector<RowPointer> maps = {def->owned_map};
-      for (const LongValueMaps& lv : def->long_value_maps) maps.push_back(lv.owned);
-      for (const RealIndex& r : def->real_indexes) maps.push_back(r.used_map);
-      for (const RowPointer& m : maps) {
-        if (m.page == 0) continue;
-        PX_ASSIGN_OR_RETURN(UsageMapCursor cursor,
-                            UsageMapCursor::Open(*pager_, f, m, Where(owner)));
-        for (;;) {
-          PX_ASSIGN_OR_RETURN(std::optional<uint32_t> n, cursor.Next());
-          if (!n) break;
-          if (*n < claims.size()) claims[*n] = true;
-        }
-      }
-    }
-    known = claimed_.emplace(owner, std::move(claims)).first;
+    // A definition or map that cannot be read leaves the question open: the page is not
+    // taken (mdb kontrol names the damage).
+    auto claims = ClaimsOf(owner);
+    known = claimed_.emplace(owner, claims.ok() ? std::move(*claims) : std::vector<bool>()).first;
+    if (!claims.ok()) return true;
   }
-  return number < known->second.size() && known->second[number];
+  return known->second.empty() || (number < known->second.size() && known->second[number]);
 }
 
 Result<uint32_t> PageStore::ReusablePage() {

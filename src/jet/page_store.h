@@ -188,6 +188,8 @@ class PageStore final : public PageOverlay {
   // names as owner: a map that is wrong about it. The owners' claims are kept per
   // transaction (claimed_).
   Result<bool> ClaimedByOwner(uint32_t number);
+  // The pages the maps of the table defined at `owner` name, by number.
+  Result<std::vector<bool>> ClaimsOf(uint32_t owner);
   Result<uint32_t> ReusablePage();
   std::string Where(uint32_t number) const;
 
@@ -216,7 +218,8 @@ class PageStore final : public PageOverlay {
   std::vector<bool> unverified_;
   std::vector<bool> refused_;
   std::pair<std::vector<bool>, std::vector<bool>> committed_checks_;  // both, as committed
-  std::unordered_map<uint32_t, std::vector<bool>> claimed_;  // by owner: the pages it claims
+  // By owner: the pages it claims; empty when that could not be read (all of them).
+  std::unordered_map<uint32_t, std::vector<bool>> claimed_;
   bool prepared_ = false;  // the new file waits in PreparedFileBeside(path_)
 };
 
