@@ -7,6 +7,7 @@
 #include "backup/paket_duzeni.h"
 #include "backup/sirket_numaralari.h"
 #include "core/sha256.h"
+#include "db/group_commit.h"
 #include "folders/klasor_kontrol.h"
 #include "modules/module_databases.h"
 #include "platform/profile.h"
@@ -290,6 +291,12 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
   return Status::Ok();
 }
 
+Status Yedekleme::YarimKalanGeriAlmayiBitir() {
+  Status st = db::FinishInterruptedCommit(*o_.files, db::SuiteCommitRecord(o_.kok));
+  if (!st.ok()) return st.WithContext("an interrupted restore could not be finished");
+  return Status::Ok();
+}
+
 void Yedekleme::ModulPaketle(const std::string& modul, const std::string& paket,
                              const std::string& hedef, const std::string& sirket,
                              const std::string& yil) {
@@ -301,6 +308,9 @@ Status Yedekleme::ModulPaketleIci(const std::string& modul, const std::string& p
                                   const std::string& hedef, const std::string& sirket,
                                   const std::string& yil) {
   const std::string kok = Birlestir(hedef, paket);
+  // A restore killed while its module committed leaves some of the module's databases
+  // before and some after: the package takes them as they are once that commit is done.
+  PX_RETURN_IF_ERROR(YarimKalanGeriAlmayiBitir());
   std::vector<modules::ModulVeritabani> liste;
   PX_RETURN_IF_ERROR(modules::ModulVeritabanlariniOku(*katalog, modul, liste));
   for (const auto& vt : liste) {

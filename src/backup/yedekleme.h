@@ -129,6 +129,8 @@ class Yedekleme {
               const std::string& tablo, int64_t satir, uint64_t bayt, const std::string& sha256);
   void EskiKayitlariSil(const std::vector<std::string>& silinenler);
   Status ManifestYaz();
+  // The commit a killed restore left in the work area, finished (db/group_commit.h).
+  Status YarimKalanGeriAlmayiBitir();
   Status ModulPaketleIci(const std::string& modul, const std::string& paket,
                          const std::string& hedef, const std::string& sirket,
                          const std::string& yil);

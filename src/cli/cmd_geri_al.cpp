@@ -33,10 +33,11 @@ namespace {
 constexpr int kExitDeclined = 3;
 constexpr int kExitUsage = 2;
 
+// The options are bound straight to the runs' inputs; the modules are ticked from
+// `moduller` once the package is known.
 struct GeriAlSecenekleri {
-  std::string kaynak, paket, sirket, yil, paketteki_sirket, paketteki_yil;
-  std::string kaynak_yil, hedef_yil, veritabani_turu = "Access";
-  bool onaysiz = false;
+  restore::GeriAlGirdileri geri_al;  // also paket listele's --kaynak and --paket
+  restore::YilGeriAlGirdileri yil;
   bool onceki_kopya_yok = false;
   std::vector<std::string> moduller;  // folder names
 };
@@ -151,6 +152,20 @@ void ModulTablosu(const restore::GeriAlSonucu& s) {
   throw CLI::Success();
 }
 
+#ifdef PX_HAVE_ACCESS_POOL
+// The commit record dealt with, then the modules' data folders (their company and year
+// folders included) swept.
+Status ArtiklariTemizle(const std::string& kok, const std::string& kayit) {
+  PX_ASSIGN_OR_RETURN(std::filesystem::path kayit_yolu, ToHostPath(kayit));
+  std::vector<std::string> klasorler;
+  for (const auto& m : modules::Moduller()) {
+    auto klasor = ToHostPath(kok + "\\" + std::string(m.klasor) + "\\Data");
+    if (klasor.ok()) klasorler.push_back(Utf8FromPath(*klasor));
+  }
+  return db::RemoveStaleLeftovers(platform::SystemFiles(), Utf8FromPath(kayit_yolu), klasorler, 2);
+}
+#endif
+
 template <typename Calistir>
 void OrtamIle(bool onceki_kopya, Calistir calistir) {
 #ifdef PX_HAVE_ACCESS_POOL
@@ -162,12 +177,11 @@ void OrtamIle(bool onceki_kopya, Calistir calistir) {
   HostFileSystem fs;
   restore::HostDosyalar dosyalar;
   // A module's databases commit together through a record in the work area, where the next
-  // run finishes a commit this one could not.
-  const std::string kayit =
-      ayarlar.CalismaAlani() + "\\GeriAlOncesi\\" + std::string(db::kCommitRecordName);
-  if (auto yer = ToHostPath(kayit); yer.ok()) {
-    Status s = db::FinishInterruptedCommit(platform::SystemFiles(), Utf8FromPath(*yer));
-    if (!s.ok()) std::cerr << "warning: " << s.ToString() << "\n";
+  // run finishes a commit this one could not; what killed runs left beside the modules'
+  // databases goes with it.
+  const std::string kayit = db::SuiteCommitRecord(ayarlar.CalismaAlani());
+  if (Status s = ArtiklariTemizle(ayarlar.CalismaAlani(), kayit); !s.ok()) {
+    std::cerr << "warning: " << s.ToString() << "\n";
   }
   auto havuz = db::NewAccessDatabasePool(platform::SystemFiles(), kayit);
   const GeciciKlasor gecici = GeciciKlasoruAl();
@@ -198,17 +212,10 @@ void OrtamIle(bool onceki_kopya, Calistir calistir) {
 void GeriAl(const GeriAlSecenekleri& o) {
   const auto secili = SeciliAdlar(o.moduller);
   OrtamIle(!o.onceki_kopya_yok, [&](restore::Ortam& ortam) {
-    restore::GeriAlGirdileri g;
-    g.paket = o.paket;
-    g.sirket = o.sirket;
-    g.yil = o.yil;
-    g.kaynak = o.kaynak;
-    g.paket_sirket = o.paketteki_sirket;
-    g.paket_yil = o.paketteki_yil;
-    g.onaysiz = o.onaysiz;
+    restore::GeriAlGirdileri g = o.geri_al;
     const std::string ps = g.paket_sirket.empty() ? g.sirket : g.paket_sirket;
     const std::string py = g.paket_yil.empty() ? g.yil : g.paket_yil;
-    g.moduller = Secimler(PaketModulleri(ortam.fs, o.kaynak + "\\" + o.paket, ps, py), secili);
+    g.moduller = Secimler(PaketModulleri(ortam.fs, g.kaynak + "\\" + g.paket, ps, py), secili);
     Bitir(restore::GeriAlBaslat(ortam, g));
   });
 }
@@ -216,17 +223,11 @@ void GeriAl(const GeriAlSecenekleri& o) {
 void YilGeriAlKomutu(const GeriAlSecenekleri& o) {
   const auto secili = SeciliAdlar(o.moduller);
   OrtamIle(true, [&](restore::Ortam& ortam) {
-    restore::YilGeriAlGirdileri g;
-    g.paket = o.paket;
-    g.kaynak = o.kaynak;
-    g.kaynak_yil = o.kaynak_yil;
-    g.hedef_yil = o.hedef_yil;
-    g.onaysiz = o.onaysiz;
-    g.hedef_turu = o.veritabani_turu;
-    const std::string paket_klasoru = o.kaynak + "\\" + o.paket;
+    restore::YilGeriAlGirdileri g = o.yil;
+    const std::string paket_klasoru = g.kaynak + "\\" + g.paket;
     std::vector<std::string> mevcut;
     for (const auto& sirket : restore::PaketSirketleri(ortam.dosyalar, paket_klasoru)) {
-      for (const auto& ad : PaketModulleri(ortam.fs, paket_klasoru, sirket, o.kaynak_yil)) {
+      for (const auto& ad : PaketModulleri(ortam.fs, paket_klasoru, sirket, g.kaynak_yil)) {
         if (std::find(mevcut.begin(), mevcut.end(), ad) == mevcut.end()) mevcut.push_back(ad);
       }
     }
@@ -249,20 +250,21 @@ void AddGeriAlCommands(CLI::App& app) {
   paket->require_subcommand(1);
   auto* listele = paket->add_subcommand(
       "listele", "the packages in a folder; for one package its companies, years and modules");
-  listele->add_option("--kaynak", o->kaynak, "folder holding the packages")->required();
-  listele->add_option("--paket", o->paket, "package name");
-  listele->callback([o] { PaketListele(o->kaynak, o->paket); });
+  listele->add_option("--kaynak", o->geri_al.kaynak, "folder holding the packages")->required();
+  listele->add_option("--paket", o->geri_al.paket, "package name");
+  listele->callback([o] { PaketListele(o->geri_al.kaynak, o->geri_al.paket); });
 
   auto* geri_al =
       app.add_subcommand("geri-al", "restore a package's modules into a company and year");
-  geri_al->add_option("--kaynak", o->kaynak, "folder holding the packages")->required();
-  geri_al->add_option("--paket", o->paket, "package name")->required();
-  geri_al->add_option("--sirket", o->sirket, "company restored into")->required();
-  geri_al->add_option("--yil", o->yil, "year restored into")->required();
-  geri_al->add_option("--paketteki-sirket", o->paketteki_sirket,
+  geri_al->add_option("--kaynak", o->geri_al.kaynak, "folder holding the packages")->required();
+  geri_al->add_option("--paket", o->geri_al.paket, "package name")->required();
+  geri_al->add_option("--sirket", o->geri_al.sirket, "company restored into")->required();
+  geri_al->add_option("--yil", o->geri_al.yil, "year restored into")->required();
+  geri_al->add_option("--paketteki-sirket", o->geri_al.paket_sirket,
                       "the package's company (default: --sirket)");
-  geri_al->add_option("--paketteki-yil", o->paketteki_yil, "the package's year (default: --yil)");
-  geri_al->add_flag("--onaysiz", o->onaysiz,
+  geri_al->add_option("--paketteki-yil", o->geri_al.paket_yil,
+                      "the package's year (default: --yil)");
+  geri_al->add_flag("--onaysiz", o->geri_al.onaysiz,
                     "one overall warning instead of one question per module");
   geri_al->add_option("--modul", o->moduller,
                       "module folder names (default: every module the package holds)");
@@ -272,13 +274,13 @@ void AddGeriAlCommands(CLI::App& app) {
 
   auto* yil = app.add_subcommand(
       "yil-geri-al", "restore every company of one year of a package into another year");
-  yil->add_option("--kaynak", o->kaynak, "folder holding the packages")->required();
-  yil->add_option("--paket", o->paket, "package name")->required();
-  yil->add_option("--kaynak-yil", o->kaynak_yil, "the package's year")->required();
-  yil->add_option("--hedef-yil", o->hedef_yil, "year restored into")->required();
-  yil->add_option("--veritabani-turu", o->veritabani_turu, "Access or SQLServer")
+  yil->add_option("--kaynak", o->yil.kaynak, "folder holding the packages")->required();
+  yil->add_option("--paket", o->yil.paket, "package name")->required();
+  yil->add_option("--kaynak-yil", o->yil.kaynak_yil, "the package's year")->required();
+  yil->add_option("--hedef-yil", o->yil.hedef_yil, "year restored into")->required();
+  yil->add_option("--veritabani-turu", o->yil.hedef_turu, "Access or SQLServer")
       ->check(CLI::IsMember({"Access", "SQLServer"}));
-  yil->add_flag("--onaysiz", o->onaysiz, "no question per module and company");
+  yil->add_flag("--onaysiz", o->yil.onaysiz, "no question per module and company");
   yil->add_option("--modul", o->moduller,
                   "module folder names (default: every module the package holds)");
   yil->callback([o] { YilGeriAlKomutu(*o); });

@@ -219,6 +219,11 @@ Status CopyDefinition(jet::Database& from, const CopyPlan::Table& table, jet::Wr
     c.autoincrement = f.autonumber;
     PX_RETURN_IF_ERROR(to.AddColumn(name, c));
   }
+  // The counter goes on where the source's would, by the source's step.
+  if (table.def.autonumber_increment != 1 || table.def.autonumber_last != 0) {
+    PX_RETURN_IF_ERROR(
+        to.SetAutoNumber(name, table.def.autonumber_increment, table.def.autonumber_last));
+  }
   for (const jet::LogicalIndex* l : table.own) {
     PX_ASSIGN_OR_RETURN(jet::IndexSpec index, IndexSpecOf(from, table.def, *l));
     PX_RETURN_IF_ERROR(to.AddIndex(name, index));

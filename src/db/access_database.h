@@ -24,8 +24,10 @@ std::unique_ptr<Database> AccessDatabaseOver(std::unique_ptr<jet::Writer> writer
 // A pool that opens and creates Access files through jet::Writer on `files`, which must
 // outlive it. A created database's file appears when its first transaction commits (or at
 // its first change outside one). `commit_record`: where databases committed together keep
-// their record (db/group_commit.h); empty: each commits alone.
+// their record (db/group_commit.h); empty: each commits alone. `pages`: how much of each
+// transaction stays in memory before it spills beside its database.
 std::unique_ptr<DatabasePool> NewAccessDatabasePool(platform::FileLayer& files,
-                                                    std::string commit_record = {});
+                                                    std::string commit_record = {},
+                                                    jet::PageStoreOptions pages = {});
 
 }  // namespace px::db

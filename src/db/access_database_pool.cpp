@@ -6,14 +6,15 @@
 namespace px::db {
 
 std::unique_ptr<DatabasePool> NewAccessDatabasePool(platform::FileLayer& files,
-                                                    std::string commit_record) {
+                                                    std::string commit_record,
+                                                    jet::PageStoreOptions pages) {
   return NewDatabasePool(
-      [&files](const std::string& host_path, const std::string& display,
-               bool create) -> Result<std::unique_ptr<Database>> {
+      [&files, pages](const std::string& host_path, const std::string& display,
+                      bool create) -> Result<std::unique_ptr<Database>> {
         // A new database is written by the transaction that fills it, so that no empty file
         // is ever left for a live one.
-        auto writer = create ? jet::Writer::CreateUnwritten(files, host_path, display)
-                             : jet::Writer::Open(files, host_path, display);
+        auto writer = create ? jet::Writer::CreateUnwritten(files, host_path, display, pages)
+                             : jet::Writer::Open(files, host_path, display, pages);
         if (!writer.ok()) return writer.status();
         return AccessDatabaseOver(std::move(*writer));
       },

@@ -1,6 +1,8 @@
 #include "db/group_commit.h"
 
 #include <charconv>
+#include <filesystem>
+#include <optional>
 
 #include "jet/page_store.h"
 #include "platform/files.h"
@@ -25,6 +27,36 @@ Status WriteRecord(platform::FileLayer& files, const std::string& record_path,
   return Status::Ok();
 }
 
+// `name` in the folder of `path`: a host path, or a domain path ("C:\Pergonix\x") whose
+// separators the host's path type may not know.
+std::string NameBeside(std::string_view path, std::string_view name) {
+  const size_t end = path.find_last_of("\\/");
+  return end == std::string_view::npos ? std::string(name)
+                                       : std::string(path.substr(0, end + 1)) + std::string(name);
+}
+
+// The lock of the commits recorded at `record_path`, made when missing.
+Result<std::unique_ptr<platform::FileLock>> LockCommits(platform::FileLayer& files,
+                                                        const std::string& record_path) {
+  const std::string lock_path = CommitLockBeside(record_path);
+  if (!files.Exists(lock_path)) {
+    auto made = files.Open(lock_path, platform::OpenMode::kCreateNew);
+    if (!made.ok() && !made.status().IsAlreadyExists()) {
+      return made.status().WithContext(record_path + ": cannot make the commit lock");
+    }
+  }
+  auto lock = files.LockExclusive(lock_path);
+  if (!lock.ok()) {
+    if (lock.status().IsBusy()) {
+      return Status::Busy(record_path +
+                          ": another run is committing a restore; try again when it has "
+                          "finished");
+    }
+    return lock.status().WithContext(record_path + ": cannot lock the commit record");
+  }
+  return std::move(*lock);
+}
+
 void RollBackAll(std::span<Database* const> databases) {
   for (Database* d : databases) (void)d->Rollback();
 }
@@ -40,7 +72,43 @@ Status CommitEach(std::span<Database* const> databases) {
   return Status::Ok();
 }
 
+// The leftovers in `folder` and below it; a database in use keeps its own.
+Status RemoveLeftoversIn(platform::FileLayer& files, const std::filesystem::path& folder,
+                         int depth) {
+  const std::string folder_text = Utf8FromPath(folder);
+  if (!files.Exists(folder_text)) return Status::Ok();
+  PX_ASSIGN_OR_RETURN(std::vector<platform::FolderEntry> entries, files.List(folder_text));
+  for (const platform::FolderEntry& e : entries) {
+    const std::string path = Utf8FromPath(folder / PathFromUtf8(e.name));
+    if (e.is_folder) {
+      if (depth > 0)
+        PX_RETURN_IF_ERROR(RemoveLeftoversIn(files, folder / PathFromUtf8(e.name), depth - 1));
+      continue;
+    }
+    const std::optional<std::string> database = jet::DatabaseOfTemporary(path);
+    if (!database) continue;
+    std::unique_ptr<platform::FileLock> lock;
+    if (files.Exists(*database)) {
+      auto held = files.LockExclusive(*database);
+      if (!held.ok()) continue;  // in use: its transaction may be live
+      lock = std::move(*held);
+    }
+    if (Status st = files.Remove(path); !st.ok()) {
+      return st.WithContext(path + ": cannot remove what an interrupted run left");
+    }
+  }
+  return Status::Ok();
+}
+
 }  // namespace
+
+std::string CommitLockBeside(const std::string& record_path) {
+  return NameBeside(record_path, kCommitLockName);
+}
+
+std::string SuiteCommitRecord(std::string_view work_area) {
+  return std::string(work_area) + "\\GeriAlOncesi\\" + kCommitRecordName;
+}
 
 std::string EncodeCommitRecord(const CommitRecord& record) {
   std::string text(kFirstLine);
@@ -116,6 +184,18 @@ Status CommitTogether(platform::FileLayer& files, const std::string& record_path
     (void)files.Remove(record_path);
     return st;
   };
+  const std::filesystem::path folder = PathFromUtf8(record_path).parent_path();
+  if (!folder.empty()) {
+    if (Status st = files.CreateFolder(Utf8FromPath(folder)); !st.ok()) {
+      RollBackAll(databases);
+      return st.WithContext(record_path + ": cannot make the commit record's folder");
+    }
+  }
+  auto lock = LockCommits(files, record_path);
+  if (!lock.ok()) {
+    RollBackAll(databases);
+    return lock.status();
+  }
   // The prepared files are named before they exist, so that a killed program's are found.
   if (Status st = WriteRecord(files, record_path, record); !st.ok()) return undo(st);
   for (Database* d : databases) {
@@ -149,8 +229,13 @@ Status CommitTogether(platform::FileLayer& files, const std::string& record_path
 }
 
 Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& record_path) {
-  (void)files.Remove(platform::TempNameBeside(record_path));  // a record being replaced
+  // A record being replaced, under platform::TempNameBeside's name.
+  const std::string record_name = record_path.substr(record_path.find_last_of("\\/") + 1);
+  const std::string replacing = NameBeside(record_path, ".~" + record_name + ".tmp");
+  if (files.Exists(replacing)) (void)files.Remove(replacing);
   if (!files.Exists(record_path)) return Status::Ok();
+  PX_ASSIGN_OR_RETURN(std::unique_ptr<platform::FileLock> lock, LockCommits(files, record_path));
+  if (!files.Exists(record_path)) return Status::Ok();  // the run that held it finished
   PX_ASSIGN_OR_RETURN(std::string text,
                       platform::ReadFileWhole(files, record_path, kLargestRecord));
   PX_ASSIGN_OR_RETURN(CommitRecord record, DecodeCommitRecord(text, record_path));
@@ -169,6 +254,15 @@ Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& re
     }
   }
   return files.Remove(record_path);
+}
+
+Status RemoveStaleLeftovers(platform::FileLayer& files, const std::string& record_path,
+                            std::span<const std::string> folders, int depth) {
+  PX_RETURN_IF_ERROR(FinishInterruptedCommit(files, record_path));
+  for (const std::string& folder : folders) {
+    PX_RETURN_IF_ERROR(RemoveLeftoversIn(files, PathFromUtf8(folder), depth));
+  }
+  return Status::Ok();
 }
 
 }  // namespace px::db

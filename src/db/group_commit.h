@@ -34,6 +34,16 @@ namespace px::db {
 // The record's name in the folder its owner keeps it in.
 inline constexpr char kCommitRecordName[] = ".~pergonix-commit.tmp";
 
+// Where the restore runs of a suite keep their record: the suite's work area +
+// "\GeriAlOncesi\" + kCommitRecordName (in the work area's spelling). Whatever reads or
+// changes the suite's databases deals with a record found there first.
+std::string SuiteCommitRecord(std::string_view work_area);
+
+// Beside the record, a file that whoever commits or finishes a commit holds locked: a run
+// never mistakes another run's commit under way for an interrupted one. It stays when done.
+inline constexpr char kCommitLockName[] = "pergonix-commit.lock";
+std::string CommitLockBeside(const std::string& record_path);
+
 struct CommitRecord {
   bool decided = false;
   std::vector<PreparedCommit> files;
@@ -57,7 +67,18 @@ Status CommitTogether(platform::FileLayer& files, const std::string& record_path
 // What a killed program's record at `record_path` asks for: a decided commit finished (the
 // prepared files still there renamed over their databases), an undecided one undone (its
 // prepared files removed, and the pages set aside for a database it was to create); then
-// the record goes. OK without a record. Errors name the file.
+// the record goes. OK without a record; Busy while another run's commit is under way.
+// Errors name the file.
 Status FinishInterruptedCommit(platform::FileLayer& files, const std::string& record_path);
+
+// What a run does first: the record at `record_path` dealt with as above, then what killed
+// programs left beside databases in `folders` and the folders below them (`depth` levels;
+// host paths, missing ones skipped) removed: spill, scratch and prepared files
+// (jet/page_store.h). That record is the only one kept for these databases, so once it is
+// gone no prepared file is needed. A database that exists is locked while its leftovers go,
+// and one in use keeps them. A record that cannot be dealt with is returned as the error
+// and nothing is removed.
+Status RemoveStaleLeftovers(platform::FileLayer& files, const std::string& record_path,
+                            std::span<const std::string> folders, int depth);
 
 }  // namespace px::db

@@ -6,6 +6,7 @@
 #include "jet/header.h"
 #include "jet/usage_map.h"
 #include "platform/files.h"
+#include "platform/utf8_path.h"
 
 namespace px::jet {
 
@@ -47,6 +48,19 @@ std::string ScratchFileBeside(const std::string& host_path) {
 std::string PreparedFileBeside(const std::string& host_path) {
   std::string temp = platform::TempNameBeside(host_path);
   return temp.substr(0, temp.size() - 4) + ".commit.tmp";
+}
+
+std::optional<std::string> DatabaseOfTemporary(const std::string& path) {
+  const std::filesystem::path p = PathFromUtf8(path);
+  const std::string name = Utf8FromPath(p.filename());
+  if (!name.starts_with(".~")) return std::nullopt;
+  for (std::string_view tail : {".pages.tmp", ".runs.tmp", ".commit.tmp"}) {
+    if (name.size() > 2 + tail.size() && name.ends_with(tail)) {
+      const std::string database = name.substr(2, name.size() - 2 - tail.size());
+      return Utf8FromPath(p.parent_path() / PathFromUtf8(database));
+    }
+  }
+  return std::nullopt;
 }
 
 std::string LdbPathOf(const std::string& host_path) {
@@ -211,6 +225,9 @@ Result<std::unique_ptr<PageStore>> PageStore::Create(platform::FileLayer& files,
     return Status::InvalidArgument(display_name + ": the file already exists");
   }
   PX_RETURN_IF_ERROR(RefusePrepared(files, host_path, display_name));
+  // A killed program's scratch for the same new database.
+  PX_RETURN_IF_ERROR(files.Remove(SpillFileBeside(host_path)));
+  PX_RETURN_IF_ERROR(files.Remove(ScratchFileBeside(host_path)));
   return std::unique_ptr<PageStore>(
       new PageStore(files, host_path, std::move(display_name), format, options));
 }

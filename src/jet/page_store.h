@@ -16,10 +16,13 @@
 //
 // Databases that commit together (db/group_commit.h) split Commit() in two: Prepare() leaves
 // the new file complete and flushed as ".~NAME.commit.tmp" beside the original, and Finish()
-// renames it over the original. A spill file ".~NAME.pages.tmp" is never anything but a
-// transaction's scratch, so a store that opens a database removes one a killed program left;
-// a prepared file is the business of the group's commit record, and while one lies beside a
-// database the store refuses to open it.
+// renames it over the original. A spill file ".~NAME.pages.tmp" (and a scratch file
+// ".~NAME.runs.tmp") is never anything but a transaction's scratch, so a store that opens a
+// database removes one a killed program left, under the database's lock; a store that creates
+// one removes them before it starts (a database is not locked before its file exists: two
+// programs creating the same database at once are not supported). A prepared file is the
+// business of the group's commit record, and while one lies beside a database the store
+// refuses to open it.
 //
 // The file is locked for the store's lifetime (platform::FileLayer::LockExclusive), and a
 // file with Jet's ".ldb" lock file beside it is refused.
@@ -32,6 +35,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -232,6 +236,9 @@ std::string ScratchFileBeside(const std::string& host_path);
 // The prepared new file of a database at `host_path` between the two halves of a shared
 // commit: ".~NAME.commit.tmp" beside it.
 std::string PreparedFileBeside(const std::string& host_path);
+// The database a spill, scratch or prepared file at `path` belongs to (the same folder);
+// nullopt for any other name.
+std::optional<std::string> DatabaseOfTemporary(const std::string& path);
 // Jet's lock file of a database: the same name with ".ldb" for its extension.
 std::string LdbPathOf(const std::string& host_path);
 

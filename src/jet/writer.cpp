@@ -184,6 +184,20 @@ class WriterImpl final : public Writer {
                             const ForeignKeySpec& foreign_key) override {
     return Step([&] { return DoAddIndex(std::string(table), index, &foreign_key); });
   }
+  Status SetAutoNumber(std::string_view table, int32_t increment, uint32_t last) override {
+    return Step([&]() -> Status {
+      PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(std::string(table)));
+      if (increment == 0 || (store_->format().tdef_autonumber_increment == 0 && increment != 1)) {
+        return Status::NotSupported(Where(e->name) + ": an AutoNumber increment of " +
+                                    std::to_string(increment) + " cannot be kept");
+      }
+      writers_.erase(e->tdef_page());  // it holds the definition as it was
+      PX_ASSIGN_OR_RETURN(TableDef def, Definition(e->tdef_page(), e->name));
+      def.autonumber_increment = increment;
+      def.autonumber_last = last;
+      return StoreTableDef(*store_, def, db_->text_code_page());
+    });
+  }
   Status InsertRow(std::string_view table, std::span<const Value> values) override {
     return Step([&] { return DoInsert(std::string(table), values); }, false);
   }
@@ -849,9 +863,10 @@ const std::string& Writer::host_path() const {
 }
 
 Result<std::unique_ptr<Writer>> Writer::Open(platform::FileLayer& files,
-                                             const std::string& host_path,
-                                             std::string display_name) {
-  PX_ASSIGN_OR_RETURN(auto store, PageStore::Open(files, host_path, std::move(display_name)));
+                                             const std::string& host_path, std::string display_name,
+                                             PageStoreOptions pages) {
+  PX_ASSIGN_OR_RETURN(auto store,
+                      PageStore::Open(files, host_path, std::move(display_name), pages));
   PX_ASSIGN_OR_RETURN(auto db, Database::OpenPager(store->pager()));
   return std::unique_ptr<Writer>(std::make_unique<WriterImpl>(std::move(store), std::move(db)));
 }
@@ -868,9 +883,10 @@ Result<std::unique_ptr<Writer>> Writer::Create(platform::FileLayer& files,
 
 Result<std::unique_ptr<Writer>> Writer::CreateUnwritten(platform::FileLayer& files,
                                                         const std::string& host_path,
-                                                        std::string display_name) {
-  PX_ASSIGN_OR_RETURN(auto store,
-                      PageStore::Create(files, host_path, kJet4Format, std::move(display_name)));
+                                                        std::string display_name,
+                                                        PageStoreOptions pages) {
+  PX_ASSIGN_OR_RETURN(
+      auto store, PageStore::Create(files, host_path, kJet4Format, std::move(display_name), pages));
   auto writer = std::make_unique<WriterImpl>(std::move(store), nullptr);
   PX_RETURN_IF_ERROR(writer->LayOut(false));
   return std::unique_ptr<Writer>(std::move(writer));

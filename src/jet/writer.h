@@ -22,6 +22,7 @@
 #include "core/result.h"
 #include "core/value.h"
 #include "jet/database.h"
+#include "jet/page_store.h"
 
 namespace px::platform {
 class FileLayer;
@@ -65,9 +66,11 @@ class Writer {
  public:
   // Opens an existing file for change: refuses a file with a live ".ldb" beside it or one
   // whose lock cannot be taken; holds the lock until destroyed.
+  // `pages`: how much of the transaction stays in memory (jet/page_store.h).
   static Result<std::unique_ptr<Writer>> Open(platform::FileLayer& files,
                                               const std::string& host_path,
-                                              std::string display_name = {});
+                                              std::string display_name = {},
+                                              PageStoreOptions pages = {});
   // A new, empty Jet 4 database (as ADOX Catalog.Create makes it). The file appears at the
   // first Commit() (or at once when no transaction is open).
   static Result<std::unique_ptr<Writer>> Create(platform::FileLayer& files,
@@ -78,7 +81,8 @@ class Writer {
   // when that commits. Rolled back, the writer is left with nothing to work on.
   static Result<std::unique_ptr<Writer>> CreateUnwritten(platform::FileLayer& files,
                                                          const std::string& host_path,
-                                                         std::string display_name = {});
+                                                         std::string display_name = {},
+                                                         PageStoreOptions pages = {});
   virtual ~Writer() = default;
 
   // The database as it stands, open transaction included.
@@ -116,6 +120,15 @@ class Writer {
     (void)foreign_key;
     return Status::NotSupported("table " + std::string(table) +
                                 ": relationships cannot be written here");
+  }
+
+  // The table's AutoNumber counter: the step between numbers (not 0; a format without the
+  // field takes only 1) and the last number issued, as `mdb kopyala` carries them over.
+  virtual Status SetAutoNumber(std::string_view table, int32_t increment, uint32_t last) {
+    (void)increment;
+    (void)last;
+    return Status::NotSupported("table " + std::string(table) +
+                                ": the AutoNumber counter cannot be set here");
   }
 
   // One row; `values` in field order (as TableSchema::fields lists them), Null for

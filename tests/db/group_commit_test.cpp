@@ -75,7 +75,7 @@ class IkiVeritabani : public ::testing::Test {
 
   // The change on `files`; its status.
   Status Degistir(platform::FileLayer& files) {
-    auto havuz = NewAccessDatabasePool(files, kayit_);
+    auto havuz = NewAccessDatabasePool(files, kayit_, sayfalar_);
     std::vector<Database*> acik;
     for (const auto& p : vt_) {
       const bool yarat = yeni_ && p == vt_[1];
@@ -115,14 +115,22 @@ class IkiVeritabani : public ::testing::Test {
     Eskiye();
     once_[vt_[1]] = "";
   }
-  // What the next run does first: a pool that opens the databases.
-  void SonrakiAcilis() {
-    auto havuz = NewAccessDatabasePool(platform::SystemFiles(), kayit_);
-    for (const auto& p : vt_) {
-      if (!fs::exists(p)) continue;
-      auto d = havuz->Open(p.string());
-      EXPECT_TRUE(d.ok()) << p << ": " << d.status().ToString();
+  // What the next run does: a pool that opens the databases, and the sweep of the folders;
+  // true when the sweep found something.
+  bool SonrakiAcilis() {
+    {
+      auto havuz = NewAccessDatabasePool(platform::SystemFiles(), kayit_);
+      for (const auto& p : vt_) {
+        if (!fs::exists(p)) continue;
+        auto d = havuz->Open(p.string());
+        EXPECT_TRUE(d.ok()) << p << ": " << d.status().ToString();
+      }
     }
+    const bool artik = !Artiklar().empty();
+    const std::string klasor = dir_.str();
+    Status st = RemoveStaleLeftovers(platform::SystemFiles(), kayit_, {&klasor, 1}, 2);
+    EXPECT_TRUE(st.ok()) << st.ToString();
+    return artik;
   }
   std::vector<std::string> Artiklar() const {
     std::vector<std::string> out;
@@ -137,10 +145,13 @@ class IkiVeritabani : public ::testing::Test {
   const std::string kayit_ = (dir_.path() / "kayitlar" / kCommitRecordName).string();
   std::map<fs::path, std::string> once_;
   bool yeni_ = false;
+  jet::PageStoreOptions sayfalar_;
 
-  // Every failing write, flush and rename of the change; every moment to die at.
+  // Every failing write, flush and rename of the change; every moment to die at (counting
+  // in `suprulen_` the moments that left files for the next run's sweep).
   void Hatalar();
   void Olumler();
+  int suprulen_ = 0;
 };
 
 void IkiVeritabani::Hatalar() {
@@ -188,7 +199,7 @@ void IkiVeritabani::Olumler() {
       px::testing::DyingFiles files(n);
       (void)Degistir(files);
     }
-    SonrakiAcilis();
+    suprulen_ += SonrakiAcilis() ? 1 : 0;
     const auto simdi = Simdi();
     if (Ayni(simdi, once_)) {
       ++once_kalan;
@@ -210,6 +221,71 @@ TEST_F(IkiVeritabani, KilledAtAnyFileChangeBothAreAsBeforeOrAsAfterOnceReopened)
   Olumler();
   Yeni();
   Olumler();
+}
+
+// Changes beyond the memory bound spill beside their databases; a program killed before
+// its commit record exists leaves the spill file of a database it was creating, which
+// nothing opens again: the next run's sweep removes it.
+TEST_F(IkiVeritabani, KilledWhileSpillingLeavesNothingOnceTheNextRunHasSwept) {
+  sayfalar_.memory_bytes = 8 * 4096;
+  Yeni();
+  Olumler();
+  EXPECT_GT(suprulen_, 0);
+}
+
+// The sweep keeps what may still be needed: everything while a record cannot be dealt
+// with, and the files of a database in use.
+TEST_F(IkiVeritabani, TheSweepKeepsWhatARecordOrALiveTransactionNeeds) {
+  const fs::path yok = dir_.path() / "iki" / "yok.mdb";
+  const std::vector<std::string> artiklar = {
+      jet::SpillFileBeside(yok.string()), jet::ScratchFileBeside(yok.string()),
+      jet::PreparedFileBeside(yok.string()), jet::SpillFileBeside(vt_[0].string()),
+      jet::PreparedFileBeside(vt_[1].string())};
+  for (const auto& a : artiklar) std::ofstream(a) << "x";
+  const std::string klasor = dir_.str();
+  fs::create_directories(fs::path(kayit_).parent_path());
+  std::ofstream(kayit_) << "pergonix-commit 1\nmaybe\n";
+  Status st = RemoveStaleLeftovers(platform::SystemFiles(), kayit_, {&klasor, 1}, 2);
+  ASSERT_FALSE(st.ok());
+  EXPECT_NE(st.message().find(kayit_), std::string::npos) << st.message();
+  EXPECT_EQ(Artiklar().size(), artiklar.size() + 1);
+
+  fs::remove(kayit_);
+  auto havuz = NewAccessDatabasePool(platform::SystemFiles(), kayit_);
+  ASSERT_TRUE(havuz->Open(vt_[0].string()).ok());
+  std::ofstream(artiklar[3]) << "x";  // as a live transaction of that database spills
+  st = RemoveStaleLeftovers(platform::SystemFiles(), kayit_, {&klasor, 1}, 2);
+  ASSERT_TRUE(st.ok()) << st.ToString();
+  EXPECT_EQ(Artiklar(), std::vector<std::string>{artiklar[3]});
+  // The store that opens or creates a database removes its scratch itself.
+  havuz->CloseAll();
+  std::ofstream(artiklar[0]) << "x";
+  ASSERT_TRUE(havuz->Open(vt_[0].string()).ok());
+  ASSERT_TRUE(havuz->Create(yok.string()).ok());
+  EXPECT_EQ(Artiklar(), std::vector<std::string>{});
+}
+
+// A commit under way in another run (its lock held) is not an interrupted one: nothing of
+// it is touched until that run lets go.
+TEST_F(IkiVeritabani, ACommitUnderWayInAnotherRunIsLeftAlone) {
+  const std::string hazir = jet::PreparedFileBeside(vt_[0].string());
+  std::ofstream(hazir) << "x";
+  fs::create_directories(fs::path(kayit_).parent_path());
+  std::ofstream(kayit_, std::ios::binary) << EncodeCommitRecord({true, {{hazir, vt_[0].string()}}});
+  const std::string kilit = CommitLockBeside(kayit_);
+  std::ofstream{kilit};
+  {
+    auto tutulan = platform::SystemFiles().LockExclusive(kilit);
+    ASSERT_TRUE(tutulan.ok()) << tutulan.status().ToString();
+    const Status st = FinishInterruptedCommit(platform::SystemFiles(), kayit_);
+    EXPECT_TRUE(st.IsBusy()) << st.ToString();
+    EXPECT_TRUE(fs::exists(hazir));
+    EXPECT_TRUE(fs::exists(kayit_));
+    EXPECT_EQ(ReadAll(vt_[0]), once_.at(vt_[0]));
+  }
+  ASSERT_TRUE(FinishInterruptedCommit(platform::SystemFiles(), kayit_).ok());
+  EXPECT_FALSE(fs::exists(kayit_));
+  EXPECT_EQ(ReadAll(vt_[0]), "x");
 }
 
 TEST_F(IkiVeritabani, APreparedFileLeftBesideADatabaseKeepsItClosedUntilTheRecordIsSeen) {
