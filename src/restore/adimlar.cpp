@@ -68,14 +68,16 @@ Row ParaDuzelt(const std::vector<FieldInfo>& sahalar, Row satir) {
   return satir;
 }
 
-// Reads the whole file once: the number of rows, or the error that a damaged file gives.
+// The rows of a table file, counted without reading their values. A file whose count finds
+// it damaged is read through to tell where (file and line), before the table is touched.
 Result<int64_t> SatirSay(Dosyalar& dosyalar, const std::string& yol) {
+  Result<int64_t> sayi = dosyalar.SatirSay(yol);
+  if (sayi.ok() || !sayi.status().IsCorruption()) return sayi;
   PX_ASSIGN_OR_RETURN(auto rows, dosyalar.TabloAc(yol));
-  int64_t n = 0;
-  Row row;
-  while (rows->Next(row)) ++n;
+  for (Row row; rows->Next(row);) {
+  }
   PX_RETURN_IF_ERROR(rows->status());
-  return n;
+  return sayi;
 }
 
 int Kirp(int64_t n) {
@@ -165,7 +167,8 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
   }
   GeciciDosya temizlik(ortam.dosyalar, gecici);
   if (!gecici.empty()) PX_RETURN_IF_ERROR(ortam.dosyalar.Ac(dosya_yolu, gecici));
-  // The whole file is read before the table is touched.
+  // A file found damaged only while its rows are added (a value that does not parse) ends the
+  // module, whose transaction puts the table back as it was.
   PX_ASSIGN_OR_RETURN(const int64_t sayi, SatirSay(ortam.dosyalar, okunacak));
   if (ortam.dosya_denetle) {
     if (auto uyari = ortam.dosya_denetle(dosya_yolu, sayi)) ortam.uyarilar.push_back(*uyari);

@@ -39,10 +39,11 @@ struct TabloHedefi {
   std::string yil;
 };
 
-// Puts one table file back into its table: the whole file is read and parsed before the
-// table is emptied, so a damaged file never empties a live table; then "DELETE FROM", then
-// one INSERT per row (a table with one key and an identity column) or one added row.
-// A table the database lacks is left alone.
+// Puts one table file back into its table: its rows counted (a file whose structure is
+// damaged is refused here, before the table is touched), "DELETE FROM", then one INSERT per
+// row (a table with one key and an identity column) or one added row. A value found damaged
+// while the rows are added is an error too: the caller's rollback of the module puts the
+// table back. A table the database lacks is left alone.
 Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
                    const std::string& taban, const std::string& tablo, const TabloHedefi& hedef,
                    const std::string& dosya_yolu, const std::string& gorunen_ad);

@@ -68,6 +68,12 @@ Result<std::unique_ptr<RowSource>> HostDosyalar::TabloAc(const std::string& yol)
   return std::unique_ptr<RowSource>(std::move(reader));
 }
 
+Result<int64_t> HostDosyalar::SatirSay(const std::string& yol) {
+  PX_ASSIGN_OR_RETURN(fs::path p, Host(yol));
+  PX_ASSIGN_OR_RETURN(auto reader, xbf::XbfReader::OpenFile(Utf8FromPath(p)));
+  return reader->CountRows();
+}
+
 Status HostDosyalar::Ac(const std::string& pbf, const std::string& hedef) {
   PX_ASSIGN_OR_RETURN(fs::path kaynak, Host(pbf));
   PX_ASSIGN_OR_RETURN(fs::path cikti, Host(hedef));

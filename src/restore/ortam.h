@@ -39,6 +39,9 @@ class Dosyalar {
   virtual Result<std::vector<DosyaGirdisi>> Liste(const std::string& klasor) = 0;
   // A table file (persisted recordset XML) as a row stream.
   virtual Result<std::unique_ptr<RowSource>> TabloAc(const std::string& yol) = 0;
+  // How many rows TabloAc(yol) gives, counted without reading their values: exact for a
+  // file that reads without an error (a damaged one is for the reading to tell).
+  virtual Result<int64_t> SatirSay(const std::string& yol) = 0;
   // Decompresses a ".pbf" into `hedef`; on failure `hedef` is left as it was.
   virtual Status Ac(const std::string& pbf, const std::string& hedef) = 0;
   // Copies a file over `hedef`, which is replaced only once the copy is complete.
@@ -65,6 +68,7 @@ class HostDosyalar : public Dosyalar {
   explicit HostDosyalar(platform::FileLayer& files) : files_(files) {}
   Result<std::vector<DosyaGirdisi>> Liste(const std::string& klasor) override;
   Result<std::unique_ptr<RowSource>> TabloAc(const std::string& yol) override;
+  Result<int64_t> SatirSay(const std::string& yol) override;
   Status Ac(const std::string& pbf, const std::string& hedef) override;
   Status Kopyala(const std::string& kaynak, const std::string& hedef) override;
   Status Sil(const std::string& yol) override;

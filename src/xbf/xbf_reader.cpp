@@ -84,6 +84,14 @@ std::string XbfReader::Canon(const std::string& qname) const {
   return it->second + qname.substr(colon);
 }
 
+namespace {
+
+// The end tag of each block, by Block.
+constexpr std::string_view kEndOf[] = {"rs:data", "rs:insert", "rs:delete", "rs:update",
+                                       "rs:original"};
+
+}  // namespace
+
 Status XbfReader::ExpectEnd(std::string_view name) {
   PX_RETURN_IF_ERROR(tok_.Next(t_));
   if (t_.kind != XmlToken::kEnd || Canon(t_.name) != name) {
@@ -366,6 +374,18 @@ Status XbfReader::ReadRowValues(const XmlToken& t, Row& row, bool overlay) {
   return SkipElement(t);
 }
 
+// The block that a tag named `name` (canonical) opens inside `top`; none for a tag that
+// cannot stand there.
+std::optional<XbfReader::Block> XbfReader::Opens(Block top, std::string_view name) {
+  if (top == Block::kData) {
+    if (name == "rs:insert") return Block::kInsert;
+    if (name == "rs:delete") return Block::kDelete;
+    if (name == "rs:update") return Block::kUpdate;
+  }
+  if (top == Block::kUpdate && name == "rs:original") return Block::kOriginal;
+  return std::nullopt;
+}
+
 Status XbfReader::Step(Row& row, bool& produced) {
   PX_RETURN_IF_ERROR(tok_.Next(t_));
   if (t_.kind == XmlToken::kEof) return Fail(t_, "input ends inside the data section");
@@ -376,8 +396,6 @@ Status XbfReader::Step(Row& row, bool& produced) {
   const std::string& name = step_canon_;
   const Block top = blocks_.back();
   if (t_.kind == XmlToken::kEnd) {
-    static constexpr std::string_view kEndOf[] = {"rs:data", "rs:insert", "rs:delete", "rs:update",
-                                                  "rs:original"};
     if (name != kEndOf[int(top)])
       return Fail(t_, "</" + std::string(kEndOf[int(top)]) + "> expected");
     blocks_.pop_back();
@@ -417,20 +435,10 @@ Status XbfReader::Step(Row& row, bool& produced) {
         return ReadRowValues(t, changed_, true);
     }
   }
-  Block next;
-  if (top == Block::kData && name == "rs:insert") {
-    next = Block::kInsert;
-  } else if (top == Block::kData && name == "rs:delete") {
-    next = Block::kDelete;
-  } else if (top == Block::kData && name == "rs:update") {
-    next = Block::kUpdate;
-  } else if (top == Block::kUpdate && name == "rs:original") {
-    next = Block::kOriginal;
-  } else {
-    return Fail(t_, "unexpected <" + t_.name + "> in the data section");
-  }
+  const std::optional<Block> next = Opens(top, name);
+  if (!next) return Fail(t_, "unexpected <" + t_.name + "> in the data section");
   saw_pending_ = true;
-  if (!t_.self_closing) blocks_.push_back(next);
+  if (!t_.self_closing) blocks_.push_back(*next);
   return Status::Ok();
 }
 
@@ -441,6 +449,52 @@ bool XbfReader::Next(Row& row) {
     if (produced && status_.ok()) return true;
   }
   return false;
+}
+
+Result<int64_t> XbfReader::CountRows() {
+  int64_t n = 0;
+  size_t inside_row = 0;        // depth below a row element, whose content is not read
+  bool update_has_row = false;  // the open rs:update gives a row at its end
+  while (!done_ && status_.ok()) {
+    PX_RETURN_IF_ERROR(tok_.Skim(t_));
+    if (t_.kind == XmlToken::kEof) break;
+    if (inside_row > 0) {
+      if (t_.kind == XmlToken::kEnd) {
+        --inside_row;
+      } else if (!t_.self_closing) {
+        ++inside_row;
+      }
+      continue;
+    }
+    if (t_.name != step_name_) {
+      step_name_ = t_.name;
+      step_canon_ = Canon(t_.name);
+    }
+    const Block top = blocks_.back();
+    if (t_.kind == XmlToken::kEnd) {
+      if (step_canon_ != kEndOf[int(top)]) break;
+      blocks_.pop_back();
+      if (top == Block::kUpdate && update_has_row) ++n;
+      if (top == Block::kUpdate) update_has_row = false;
+      if (blocks_.empty()) done_ = true;
+      continue;
+    }
+    if (step_canon_ == "z:row") {
+      if (top == Block::kData || top == Block::kInsert) ++n;
+      if (top == Block::kUpdate || top == Block::kOriginal) update_has_row = true;
+      if (!t_.self_closing) inside_row = 1;
+      continue;
+    }
+    const std::optional<Block> next = Opens(top, step_canon_);
+    if (!next) break;
+    if (!t_.self_closing) blocks_.push_back(*next);
+  }
+  if (!done_ && status_.ok()) {
+    done_ = true;
+    return Status::Corruption(name_ + ": the data section is damaged; its rows tell where");
+  }
+  done_ = true;
+  return n;
 }
 
 }  // namespace px::xbf

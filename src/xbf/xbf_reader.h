@@ -5,6 +5,7 @@
 // values, inserted rows follow in file order, deleted rows are not presented.
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -30,6 +31,12 @@ class XbfReader : public RowSource {
   bool Next(Row& row) override;
   Status status() const override { return status_; }
 
+  // In place of reading the rows: how many Next() would give from here, found by passing
+  // over their values unread. Exact for a file that Next() reads to its end without an
+  // error. A data section that ends early or holds an element Next() refuses is Corruption
+  // without a line: reading the rows tells where. Afterwards the reader gives no rows.
+  Result<int64_t> CountRows();
+
   // The rowset's own properties, as needed to write the same file again.
   const RowsetOptions& rowset() const { return rowset_; }
   // True once a row inside rs:update, rs:insert or rs:delete has been met.
@@ -50,6 +57,7 @@ class XbfReader : public RowSource {
   Status ReadRowValues(const XmlToken& t, Row& row, bool overlay);
   Status ExpectEnd(std::string_view name);
   Status Step(Row& row, bool& produced);
+  static std::optional<Block> Opens(Block top, std::string_view name);
   std::string Canon(const std::string& qname) const;
   Status Fail(const XmlToken& t, const std::string& message) const;
 

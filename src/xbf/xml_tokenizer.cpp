@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace px::xbf {
 
@@ -86,6 +87,14 @@ class XmlTokenizer::Chars {
       Get();
     }
   }
+  // The decoded bytes not yet consumed, refilled when none are left; empty at the end of
+  // the input and after an error.
+  std::string_view Buffered() {
+    if (pos_ == out_.size() && Peek() < 0) return {};
+    return std::string_view(out_).substr(pos_);
+  }
+  // Consumes `n` buffered bytes without counting lines or checking UTF-8.
+  void Pass(size_t n) { pos_ += n; }
   const Status& error() const { return error_; }
   bool utf16le() const { return encoding_ == Encoding::kUtf16Le; }
 
@@ -486,6 +495,67 @@ Status XmlTokenizer::Next(XmlToken& t) {
     }
     return ReadTag(t);
   }
+}
+
+Status XmlTokenizer::Skim(XmlToken& t) {
+  t.attribute_count = 0;
+  t.self_closing = false;
+  for (;;) {
+    const std::string_view b = chars_->Buffered();
+    if (b.empty()) {
+      if (!chars_->error().ok()) return Error("");
+      t.kind = XmlToken::kEof;
+      return Status::Ok();
+    }
+    const auto* lt = static_cast<const char*>(std::memchr(b.data(), '<', b.size()));
+    if (lt == nullptr) {
+      chars_->Pass(b.size());
+      continue;
+    }
+    chars_->Pass(size_t(lt - b.data()) + 1);
+    const int n = chars_->Peek();
+    if (n == '?') {
+      PX_RETURN_IF_ERROR(SkipUntil("?>"));
+    } else if (n == '!') {
+      PX_RETURN_IF_ERROR(SkipUntil("-->"));
+    } else {
+      break;
+    }
+  }
+  t.kind = XmlToken::kStart;
+  if (chars_->Peek() == '/') {
+    chars_->Pass(1);
+    t.kind = XmlToken::kEnd;
+  }
+  t.name.clear();
+  for (std::string_view b; !(b = chars_->Buffered()).empty();) {
+    size_t i = 0;
+    while (i < b.size() && !EndsName(static_cast<unsigned char>(b[i]))) ++i;
+    if (t.name.size() < kMaxName) t.name.append(b.substr(0, std::min(i, kMaxName)));
+    chars_->Pass(i);
+    if (i < b.size()) break;
+  }
+  // The tag ends at the last '>' before the next '<'; "/>" closes it.
+  char last = 0, before_last = 0;
+  for (std::string_view b; !(b = chars_->Buffered()).empty();) {
+    const auto* lt = static_cast<const char*>(std::memchr(b.data(), '<', b.size()));
+    const size_t n = lt ? size_t(lt - b.data()) : b.size();
+    int found = 0;
+    for (size_t i = n; i-- > 0 && found < 2;) {
+      if (IsBlank(b[i])) continue;
+      if (found++ == 0) {
+        before_last = last;
+        last = b[i];
+      } else {
+        before_last = b[i];
+      }
+    }
+    chars_->Pass(n);
+    if (lt) break;
+  }
+  if (!chars_->error().ok()) return Error("");
+  t.self_closing = t.kind == XmlToken::kStart && last == '>' && before_last == '/';
+  return Status::Ok();
 }
 
 }  // namespace px::xbf

@@ -39,6 +39,11 @@ class XmlTokenizer {
 
   // The next tag, or kEof at the end of the input. Errors say where (line and column).
   Status Next(XmlToken& token);
+  // The next tag's kind and name, found by a byte search: attributes are passed over unread
+  // and unchecked, and so is anything between tags. `self_closing` is right when the next
+  // tag follows this one after blanks only, as in any file Next() reads. Once Skim() has
+  // been used, lines and columns are no longer counted and only Skim() may follow.
+  Status Skim(XmlToken& token);
   // True when the input is UTF-16 little-endian (known once the first token was read).
   bool utf16le_input() const;
   // An error at the current position or at a token's position.

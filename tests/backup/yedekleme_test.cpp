@@ -710,26 +710,12 @@ TEST_F(YedeklemeTest, AFailedWriteLeavesNoPartialOrStagingFile) {
   }
 }
 
-TEST(PaketDuzeni, FoldersNamesAndTemporaryNames) {
-  struct {
-    int konum;
-    const char* beklenen;
-  } const klasorler[] = {{2, "D:\\P\\Cari\\Data"},
-                         {3, "D:\\P\\Cari\\Data\\001"},
-                         {4, "D:\\P\\Cari\\Data\\001\\2009"},
-                         {0, "D:\\P"}};
-  for (const auto& k : klasorler) {
-    EXPECT_EQ(VeriKlasoru("D:\\P", "Cari", k.konum, "001", "2009"), k.beklenen) << k.konum;
-  }
+// The rest of the package's names are the runs' above.
+TEST(PaketDuzeni, BaseNamesAndTheFolderOfAnUnknownLevel) {
+  EXPECT_EQ(VeriKlasoru("D:\\P", "Cari", 0, "001", "2009"), "D:\\P");
   EXPECT_EQ(*TabanAdi("cari.mdb"), "cari");
   EXPECT_EQ(*TabanAdi(".mdb"), "");
   EXPECT_FALSE(TabanAdi("c.b").ok());
-  EXPECT_EQ(TabloDosyaAdi("cari", "tblCari", true), "cari-tblCari.pbf");
-  EXPECT_EQ(GeciciAd("D:\\P\\a-b.xbf"), "D:\\P\\.~a-b.xbf.tmp");
-  EXPECT_EQ(GeciciAd("/tmp/a-b"), "/tmp/.~a-b.tmp");
-  EXPECT_TRUE(GeciciAdMi(".~a-b.xbf.tmp"));
-  EXPECT_FALSE(GeciciAdMi("a-b.xbf.tmp"));
-  EXPECT_FALSE(GeciciAdMi(".~a-b.xbf"));
 }
 
 TEST(HataKodu, RunTimeErrorNumbersOfTheOldProgram) {

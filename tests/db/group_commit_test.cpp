@@ -13,7 +13,6 @@
 #include "db/access_database.h"
 #include "jet/page_store.h"
 #include "support/dying_files.h"
-#include "support/failing_files.h"
 #include "support/temp_folder.h"
 
 namespace px::db {
@@ -157,23 +156,18 @@ class IkiVeritabani : public ::testing::Test {
 
 void IkiVeritabani::Hatalar() {
   Eskiye();
-  px::testing::FailingFiles sayac;
+  using Fault = px::testing::DyingFiles::Fault;
+  px::testing::DyingFiles sayac(0, Fault::kFailing);
   ASSERT_TRUE(Degistir(sayac).ok());
   const auto sonra = Simdi();
   ASSERT_FALSE(Ayni(sonra, once_));
   EXPECT_EQ(Artiklar(), std::vector<std::string>{});
-  const px::testing::FileCounts n = sayac.counts();
 
-  std::vector<px::testing::FailPlan> planlar;
-  for (uint64_t i = 1; i <= n.writes; ++i) planlar.push_back({.fail_write = i});
-  for (uint64_t i = 1; i <= n.syncs; ++i) planlar.push_back({.fail_sync = i});
-  for (uint64_t i = 1; i <= n.renames; ++i) planlar.push_back({.fail_rename = i});
   int kararli = 0, kararsiz = 0;
-  for (const auto& plan : planlar) {
-    SCOPED_TRACE("write " + std::to_string(plan.fail_write) + ", flush " +
-                 std::to_string(plan.fail_sync) + ", rename " + std::to_string(plan.fail_rename));
+  for (uint64_t n = 1; n <= sayac.changes(); ++n) {
+    SCOPED_TRACE("failing change " + std::to_string(n));
     Eskiye();
-    px::testing::FailingFiles files(plan);
+    px::testing::DyingFiles files(n, Fault::kFailing);
     const Status st = Degistir(files);
     ASSERT_FALSE(st.ok());
     if (fs::exists(kayit_)) {

@@ -65,25 +65,16 @@ TEST(KlasorAdiGecerli, FormRules) {
 }
 
 TEST(KlasorParcala, PathThenEachParentWithoutTheDrive) {
-  EXPECT_EQ(KlasorParcala("C:\\Pergonix\\Yedek"),
-            (std::vector<std::string>{"C:\\Pergonix\\Yedek", "C:\\Pergonix"}));
-  EXPECT_EQ(KlasorParcala("C:\\A\\B\\C"),
-            (std::vector<std::string>{"C:\\A\\B\\C", "C:\\A\\B", "C:\\A"}));
-  EXPECT_EQ(KlasorParcala("C:\\A"), (std::vector<std::string>{"C:\\A"}));
+  using V = std::vector<std::string>;
+  EXPECT_EQ(KlasorParcala("C:\\A\\B\\C"), (V{"C:\\A\\B\\C", "C:\\A\\B", "C:\\A"}));
+  EXPECT_EQ(KlasorParcala("C:\\A"), V{"C:\\A"});
   EXPECT_TRUE(KlasorParcala("Yedek").empty());
 }
-
-class SurucuKlasorKontrolTest : public ::testing::Test {
- protected:
-  Result<bool> Kontrol(const std::string& yol) { return SurucuKlasorKontrol(yol, fs_, op_); }
-  FakeFileSystem fs_;
-  op::ScriptedOperator op_;
-};
 
 // Existing folders pass silently on fixed, removable and network drives; any folder on a
 // CD-ROM, a RAM disk or an unknown drive, and a missing folder on a drive that is missing or
 // not ready, is refused with its box, and nothing is created.
-TEST_F(SurucuKlasorKontrolTest, DrivesByKind) {
+TEST(SurucuKlasorKontrol, DrivesByKind) {
   struct Case {
     DriveFacts surucu;
     bool klasor_var;
@@ -113,50 +104,54 @@ TEST_F(SurucuKlasorKontrolTest, DrivesByKind) {
   }
 }
 
-TEST_F(SurucuKlasorKontrolTest, AnsweringNoLeavesTheDiskAlone) {
-  fs_.AddFolder("C:\\A");
-  EXPECT_FALSE(*Kontrol("c:\\a\\yedek ışığı"));
-  ASSERT_EQ(op_.boxes.size(), 1u);
-  EXPECT_EQ(op_.boxes[0], (Box{"C:\\A\\YEDEK IŞIĞI\r\n\r\nKlasörü Bulunamadı!\r\n\r\n"
-                               "Klasörün Oluşturulmasını İstiyormusunuz?",
-                               "Pergonix Yedek", Icon::kQuestion, Buttons::kYesNo, 2}));
-  EXPECT_EQ(op_.unscripted, 1);  // the default button, No, answered
-  EXPECT_TRUE(fs_.created.empty());
+// A missing folder on a ready drive is asked about (the default button, No, when no answer
+// comes); Yes creates each missing folder from the drive down, and a failure reaches the caller.
+TEST(SurucuKlasorKontrol, MissingFolderAskedAndCreatedOnYes) {
+  struct Case {
+    std::vector<Answer> cevap;
+    bool salt_okunur;
+    StatusCode kod;
+    bool sonuc;
+    std::vector<std::string> yaratilan;
+  };
+  const Case cases[] = {
+      {{}, false, StatusCode::kOk, false, {}},
+      {{Answer::kYes},
+       false,
+       StatusCode::kOk,
+       true,
+       {"c:\\a\\yedek ışığı", "c:\\a\\yedek ışığı\\B"}},
+      {{Answer::kYes}, true, StatusCode::kIOError, false, {"c:\\a\\yedek ışığı"}},
+  };
+  for (const Case& c : cases) {
+    FakeFileSystem fs;
+    fs.AddFolder("C:\\A");
+    fs.read_only = c.salt_okunur;
+    op::ScriptedOperator op(c.cevap);
+    auto r = SurucuKlasorKontrol("c:\\a\\yedek ışığı\\B", fs, op);
+    EXPECT_EQ(r.status().code(), c.kod);
+    if (r.ok()) {
+      EXPECT_EQ(*r, c.sonuc);
+    }
+    EXPECT_EQ(op.boxes,
+              (std::vector<Box>{{"C:\\A\\YEDEK IŞIĞI\\B\r\n\r\nKlasörü Bulunamadı!\r\n\r\n"
+                                 "Klasörün Oluşturulmasını İstiyormusunuz?",
+                                 "Pergonix Yedek", Icon::kQuestion, Buttons::kYesNo, 2}}));
+    EXPECT_EQ(fs.created, c.yaratilan);
+  }
 }
 
-TEST_F(SurucuKlasorKontrolTest, YesCreatesEachMissingFolderFromTheDriveDown) {
-  fs_.AddFolder("C:\\A");
-  op_.Queue(Answer::kYes);
-  EXPECT_TRUE(*Kontrol("C:\\A\\B\\C"));
-  EXPECT_EQ(fs_.created, (std::vector<std::string>{"C:\\A\\B", "C:\\A\\B\\C"}));
-  EXPECT_EQ(op_.boxes.size(), 1u);
-}
-
-TEST_F(SurucuKlasorKontrolTest, CreationFailuresReachTheCaller) {
-  fs_.read_only = true;
-  op_.Queue(Answer::kYes);
-  auto r = Kontrol("C:\\Yedek");
-  ASSERT_FALSE(r.ok());
-  EXPECT_TRUE(r.status().IsIOError());
-}
-
+// The subfolder is created once in an existing parent; a missing parent has its own box.
 TEST(AltKlasorHazirla, CreatesTheSubfolderInAnExistingParent) {
   FakeFileSystem fs;
   op::ScriptedOperator op;
   fs.AddFolder("C:\\Yedek");
   EXPECT_TRUE(*AltKlasorHazirla("Paket", "C:\\Yedek", fs, op));
   EXPECT_TRUE(*AltKlasorHazirla("Paket", "C:\\Yedek", fs, op));
-  EXPECT_EQ(fs.created, std::vector<std::string>{"C:\\Yedek\\Paket"});
-  EXPECT_TRUE(op.boxes.empty());
-}
-
-TEST(AltKlasorHazirla, MissingParentIsReportedWithTheApostropheForm) {
-  FakeFileSystem fs;
-  op::ScriptedOperator op;
   EXPECT_FALSE(*AltKlasorHazirla("Paket", "D:\\Yok", fs, op));
+  EXPECT_EQ(fs.created, std::vector<std::string>{"C:\\Yedek\\Paket"});
   EXPECT_EQ(op.boxes, (std::vector<Box>{{"D:\\Yok Klasör'ü Bulunamadı!", "Uyarı",
                                          Icon::kExclamation, Buttons::kOk, 1}}));
-  EXPECT_TRUE(fs.created.empty());
 }
 
 // The same checks on the host through the drive map.

@@ -16,6 +16,7 @@
 #include "support/column_spec.h"
 #include "support/samples.h"
 #include "support/temp_folder.h"
+#include "table_rows.h"
 
 namespace px::jet {
 namespace {
@@ -48,12 +49,7 @@ void ExpectSound(const std::string& path, uint64_t rows) {
   EXPECT_TRUE(report.ok()) << report.findings.front();
   auto schema = (*db)->ReadSchema("Cari");
   ASSERT_TRUE(schema.ok());
-  auto reader = (*db)->OpenTable("Cari");
-  ASSERT_TRUE(reader.ok());
-  uint64_t n = 0;
-  Row row;
-  while ((*reader)->Next(row)) ++n;
-  EXPECT_EQ(n, rows);
+  EXPECT_EQ(testing::TableRows(**db, "Cari").size(), rows);
 }
 
 class EntryRunsTest : public ::testing::TestWithParam<size_t> {};

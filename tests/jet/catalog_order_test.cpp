@@ -11,7 +11,6 @@
 #include "jet/index_reader.h"
 #include "jet/writer.h"
 #include "platform/files.h"
-#include "platform/text_case.h"
 #include "support/samples.h"
 #include "support/temp_folder.h"
 
@@ -29,17 +28,6 @@ std::vector<std::string> UserTables(const Database& db) {
     if (e.adox_type == kAdoxTable) names.push_back(e.name);
   }
   return names;
-}
-
-TEST(CatalogOrder, NamesDifferInByteCaseBlindAndJetOrder) {
-  std::vector<std::string> bytes = kNames;
-  std::sort(bytes.begin(), bytes.end());
-  std::vector<std::string> case_blind = kNames;
-  std::sort(case_blind.begin(), case_blind.end(), [](const std::string& a, const std::string& b) {
-    return UpperTurkish(a) < UpperTurkish(b);
-  });
-  EXPECT_NE(bytes, kJetOrder);
-  EXPECT_NE(case_blind, kJetOrder);
 }
 
 TEST(CatalogOrder, ByTypeThenByTheNameIndex) {

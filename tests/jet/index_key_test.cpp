@@ -1,5 +1,5 @@
 // Index keys of single values against bytes Access wrote (quoted in the comments), the
-// order keys must keep, and the refusals. The sample oracle (index_oracle_test.cpp) covers
+// order keys must keep, and the refusals. The sample sweep (sample_sweep_test.cpp) covers
 // whole files; these pin the cases the samples lack.
 #include <gtest/gtest.h>
 

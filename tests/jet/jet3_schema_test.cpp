@@ -11,6 +11,7 @@
 #include "platform/files.h"
 #include "support/samples.h"
 #include "support/temp_folder.h"
+#include "table_rows.h"
 
 namespace px::jet {
 namespace {
@@ -105,12 +106,7 @@ TEST_F(Jet3Schema, NewTableWithEveryCatalogTypeKeysPropertiesAndRows) {
   }
   EXPECT_EQ(schema->fields[1].size, 10);
   EXPECT_TRUE(schema->fields[0].autonumber);
-  auto reader = (*db)->OpenTable("Cari");
-  ASSERT_TRUE(reader.ok());
-  std::vector<Row> back;
-  Row row;
-  while ((*reader)->Next(row)) back.push_back(row);
-  ASSERT_TRUE((*reader)->status().ok()) << (*reader)->status().ToString();
+  const std::vector<Row> back = testing::TableRows(**db, "Cari");
   ASSERT_EQ(back.size(), 3u);
   EXPECT_EQ(back[0][0], Value(int64_t(1)));
   EXPECT_EQ(back[2][0], Value(int64_t(11)));  // the counter moved past the given 10
@@ -137,16 +133,12 @@ TEST_F(Jet3Schema, ColumnAddedToATableWithRowsReadsNull) {
   w.reset();
   auto db = Database::Open(path_);
   ASSERT_TRUE(db.ok());
-  auto reader = (*db)->OpenTable("Table1");
-  ASSERT_TRUE(reader.ok()) << reader.status().ToString();
-  ASSERT_EQ((*reader)->fields().size(), old_fields + 1);
-  Row row;
-  size_t rows = 0;
-  while ((*reader)->Next(row)) {
+  const std::vector<Row> rows = testing::TableRows(**db, "Table1");
+  ASSERT_FALSE(rows.empty());
+  for (const Row& row : rows) {
+    ASSERT_EQ(row.size(), old_fields + 1);
     EXPECT_EQ(row.back(), Value(Null{}));
-    ++rows;
   }
-  EXPECT_GT(rows, 0u);
   EXPECT_TRUE(CheckDatabase(**db).ok());
 }
 

@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <string>
 #include <vector>
@@ -22,10 +21,6 @@ class MemoryPages final : public WritablePages {
   MemoryPages(const JetFormat& f, std::vector<uint8_t> bytes, std::string name = "mem.mdb")
       : f_(f), bytes_(std::move(bytes)), name_(std::move(name)) {}
 
-  static std::vector<uint8_t> ReadFile(const std::filesystem::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-  }
   void WriteFile(const std::filesystem::path& p) const {
     std::ofstream(p, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes_.data()), std::streamsize(bytes_.size()));

@@ -25,6 +25,7 @@
 #include "support/process.h"
 #include "support/samples.h"
 #include "support/temp_folder.h"
+#include "table_rows.h"
 
 namespace px::jet {
 namespace {
@@ -220,10 +221,11 @@ struct IncrementCase {
 };
 
 // Jet 4 keeps a table's AutoNumber increment beside the last value issued (offset 0x18 of
-// the definition, signed); Access writes 1. Zero counts as 1.
+// the definition, signed); Access writes 1. Zero counts as 1. A given value moves the counter
+// past it, never back.
 TEST(AutoNumberIncrement, TheDefinitionsIncrementIsHonoured) {
   const std::vector<IncrementCase> cases = {
-      {1, {0, 0}, {1, 2}},
+      {1, {0, 0, 10, 0, 5, 0}, {1, 2, 10, 11, 5, 12}},
       {5, {0, 0, 12, 0}, {5, 10, 12, 17}},
       {-1, {0, 0, -10, 0}, {-1, -2, -10, -11}},
       {0, {0, 0}, {1, 2}},
@@ -251,11 +253,10 @@ TEST(AutoNumberIncrement, TheDefinitionsIncrementIsHonoured) {
       std::vector<Value> row = {id == 0 ? Value(Null{}) : Value(id), "k", Null{}};
       ASSERT_TRUE((*w)->InsertRow("T", row).ok());
     }
-    auto reader = (*w)->db().OpenTable("T");
-    ASSERT_TRUE(reader.ok());
     std::vector<int64_t> ids;
-    Row row;
-    while ((*reader)->Next(row)) ids.push_back(std::get<int64_t>(row[0]));
+    for (const Row& row : testing::TableRows((*w)->db(), "T")) {
+      ids.push_back(std::get<int64_t>(row[0]));
+    }
     EXPECT_EQ(ids, c.expected);
     EXPECT_EQ(Findings((*w)->db()), "");
   }

@@ -1,19 +1,18 @@
 // Reads the Access-written sample files in ../shared/samples/mdb. Expected values were
-// checked against mdb-json, mdb-schema and mdb-prop (mdbtools 1.0) and mdb-reader 3.2.
+// checked against mdb-json, mdb-schema and mdb-prop (mdbtools 1.0) and mdb-reader 3.2. The
+// rows of every sample are compared with both readers in jetcheck/compare_test.cpp, their
+// indexes and definitions in sample_sweep_test.cpp.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "core/value_text.h"
 #include "jet/database.h"
-#include "jet/index_reader.h"
-#include "jet/walk.h"
 #include "platform/utf8_path.h"
 #include "support/samples.h"
+#include "table_rows.h"
 
 namespace px::jet {
 namespace {
@@ -30,16 +29,7 @@ std::unique_ptr<Database> OpenSample(const std::string& path) {
   auto db = OpenSample(db##_path);                            \
   ASSERT_NE(db, nullptr)
 
-std::vector<Row> ReadAll(Database& db, const std::string& table) {
-  auto reader = db.OpenTable(table);
-  EXPECT_TRUE(reader.ok()) << reader.status().ToString();
-  if (!reader.ok()) return {};
-  std::vector<Row> rows;
-  Row row;
-  while ((*reader)->Next(row)) rows.push_back(row);
-  EXPECT_TRUE((*reader)->status().ok()) << (*reader)->status().ToString();
-  return rows;
-}
+using testing::TableRows;
 
 std::string Str(const Value& v) {
   return std::holds_alternative<std::string>(v) ? std::get<std::string>(v) : "<not text>";
@@ -59,22 +49,6 @@ TEST(SampleHeader, VersionCodePageAndSortOrder) {
   auto created = OleDateToParts(jet4->header().creation_date);
   ASSERT_TRUE(created);
   EXPECT_EQ(created->year, 2015);  // the empty-password pattern names day 42329
-}
-
-TEST(SampleCatalog, UserTablesInCatalogOrderMatchMdbTables) {
-  const std::vector<std::pair<std::string, std::vector<std::string>>> expected = {
-      {"adox_jet4.mdb", {}},
-      {"empty2003.mdb", {}},
-      {"testV1997.mdb", {"Table1", "Table2", "Table3", "Table4"}},
-      {"testV2000.mdb", {"Table1", "Table2", "Table3", "Table4"}},
-      {"indexTestV1997.mdb", {"Table1", "Table2", "Table3"}},
-      {"delTestV1997.mdb", {"Table"}},
-      {"fixedTextTestV2000.mdb", {"users"}},
-  };
-  for (const auto& [file, tables] : expected) {
-    OPEN_SAMPLE_OR_SKIP(db, file);
-    EXPECT_EQ(db->UserTableNames(), tables) << file;
-  }
 }
 
 TEST(SampleCatalog, AdoxTypesOfSystemAndAccessTables) {
@@ -155,7 +129,7 @@ TEST(SampleSchema, ForeignKeysOnlyOnTheReferencingTable) {
 TEST(SampleRows, EveryTypeOfTestTable) {
   for (const char* file : {"testV1997.mdb", "testV2000.mdb"}) {
     OPEN_SAMPLE_OR_SKIP(db, file);
-    auto rows = ReadAll(*db, "Table1");
+    auto rows = TableRows(*db, "Table1");
     ASSERT_EQ(rows.size(), 2u) << file;
     // Jet 3 stores the two rows in the other order.
     const size_t full = Str(rows[0][0]) == "abcdefg" ? 0 : 1;
@@ -165,72 +139,6 @@ TEST(SampleRows, EveryTypeOfTestTable) {
                    int64_t(333333333), 444.555, OleDate{27293.0}, Currency{35000}, true}));
     EXPECT_EQ(Str(rows[1 - full][0]), "a");
     EXPECT_EQ(rows[1 - full][8], Value(false));
-  }
-}
-
-TEST(SampleRows, DeletedColumnsAndRowsAreSkipped) {
-  OPEN_SAMPLE_OR_SKIP(db, "delColTestV2000.mdb");
-  auto rows = ReadAll(*db, "Table1");
-  ASSERT_EQ(rows.size(), 2u);
-  ASSERT_EQ(rows[0].size(), 4u);  // id, id2, data, data2 (one column was deleted)
-  OPEN_SAMPLE_OR_SKIP(del, "delTestV1997.mdb");
-  EXPECT_EQ(ReadAll(*del, "Table").size(), 2u);
-}
-
-TEST(SampleRows, OverflowRowsFollowedOnce) {
-  // mdb-json and mdb-reader list the same 7 rows; they print moved rows where the moved
-  // copy lies, we print them at their original slot (the row's bookmark), so compare sets.
-  OPEN_SAMPLE_OR_SKIP(db, "overflowTestV2000.mdb");
-  auto rows = ReadAll(*db, "Table1");
-  ASSERT_EQ(rows.size(), 7u);
-  std::multiset<std::string> firsts;
-  for (const Row& r : rows) firsts.insert(IsNull(r[0]) ? "null" : Str(r[0]));
-  EXPECT_EQ(firsts, (std::multiset<std::string>{"row1col1", "row2col1", "row4col1", "null",
-                                                "row7col1", "null", "null"}));
-  EXPECT_EQ(Str(rows[2][1]), "row3col3");  // page 27 row 2 points to page 28 row 0
-  OPEN_SAMPLE_OR_SKIP(jet3, "overflowTestV1997.mdb");
-  EXPECT_EQ(ReadAll(*jet3, "Table1").size(), 7u);
-}
-
-TEST(SampleRows, NumericMemoAndManyRows) {
-  OPEN_SAMPLE_OR_SKIP(db, "fixedNumericTestV2000.mdb");
-  auto rows = ReadAll(*db, "test");
-  ASSERT_EQ(rows.size(), 1u);
-  EXPECT_EQ(Str(rows[0][0]), "some data");
-  EXPECT_EQ(DecimalToPlain(std::get<Decimal>(rows[0][1])), "1");
-  EXPECT_EQ(DecimalToPlain(std::get<Decimal>(rows[0][5])), "-1");
-  OPEN_SAMPLE_OR_SKIP(comp, "compIndexTestV1997.mdb");
-  EXPECT_EQ(ReadAll(*comp, "Table1").size(), 512u);  // spans several data pages
-}
-
-TEST(SampleIndexes, LeafLevelsHoldOneEntryPerRow) {
-  for (const char* file : {"indexTestV1997.mdb", "indexTestV2000.mdb", "compIndexTestV1997.mdb",
-                           "compIndexTestV2000.mdb"}) {
-    OPEN_SAMPLE_OR_SKIP(db, file);
-    for (const std::string& name : db->UserTableNames()) {
-      auto def = db->ReadDefinition(*db->FindTable(name));
-      ASSERT_TRUE(def.ok());
-      const size_t rows = ReadAll(*db, name).size();
-      for (const RealIndex& r : def->real_indexes) {
-        auto n = CountIndexEntries(db->pager(), db->format(), def->page, r, name);
-        ASSERT_TRUE(n.ok()) << file << " " << name << ": " << n.status().ToString();
-        if (!(r.flags & idxflag::kIgnoreNulls)) {
-          EXPECT_EQ(*n, rows) << file << " " << name;
-        }
-      }
-    }
-  }
-}
-
-TEST(SampleIndexes, EverySampleWalksWithIndexes) {
-  PX_SAMPLE_OR_SKIP(dir, "mdb");
-  for (const auto& entry : std::filesystem::directory_iterator(PathFromUtf8(dir))) {
-    if (entry.path().extension() != ".mdb") continue;
-    auto db = Database::Open(entry.path());
-    ASSERT_TRUE(db.ok()) << db.status().ToString();
-    WalkCounts counts;
-    Status st = WalkDatabase(**db, counts);
-    EXPECT_TRUE(st.ok()) << st.ToString();
   }
 }
 

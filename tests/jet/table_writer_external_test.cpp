@@ -9,7 +9,6 @@
 #include <set>
 #include <sstream>
 
-#include "basic_index_key.h"
 #include "jet/data_page_writer.h"
 #include "jet/database.h"
 #include "jet/table_writer.h"
@@ -23,7 +22,6 @@
 namespace px::jet {
 namespace {
 
-using testing::BasicIndexKey;
 using testing::MemoryPages;
 
 using px::testing::RunJetOracle;
@@ -82,10 +80,9 @@ struct Opened {
   std::unique_ptr<TableWriter> writer;
 };
 
-Opened OpenWriter(const std::filesystem::path& file, const std::string& table = "T",
-                  bool access_keys = false) {
+Opened OpenWriter(const std::filesystem::path& file, const std::string& table = "T") {
   Opened o;
-  auto bytes = MemoryPages::ReadFile(file);
+  auto bytes = px::testing::ReadBytes(file);
   auto db = Database::OpenMemory(bytes, file.string());
   EXPECT_TRUE(db.ok()) << db.status().ToString();
   const CatalogEntry* t = (*db)->FindTable(table);
@@ -93,9 +90,8 @@ Opened OpenWriter(const std::filesystem::path& file, const std::string& table = 
   auto def = (*db)->ReadDefinition(*t);
   EXPECT_TRUE(def.ok());
   o.pages = std::make_unique<MemoryPages>(kJet4Format, std::move(bytes), file.string());
-  IndexKeyFunction keys =
-      access_keys ? AccessIndexKeys(kJet4Format, table) : IndexKeyFunction(BasicIndexKey);
-  auto w = TableWriter::Open(*o.pages, kJet4Format, *def, table, {1252, keys});
+  auto w = TableWriter::Open(*o.pages, kJet4Format, *def, table,
+                             {1252, AccessIndexKeys(kJet4Format, table)});
   EXPECT_TRUE(w.ok()) << w.status().ToString();
   o.writer = std::move(*w);
   return o;
@@ -240,7 +236,7 @@ TEST(TableWriterExternal, TextIndexOfTheBenchmarkTable) {
   const auto file = dir.path() / "g.mdb";
   auto gen = RunJetOracle({"gen", Utf8FromPath(file), "1500"});
   ASSERT_TRUE(gen.ExitedWith(0)) << gen.Describe();
-  auto o = OpenWriter(file, "Hareket", true);
+  auto o = OpenWriter(file, "Hareket");
   const TableDef def = o.writer->definition();
   auto col = [&def](const std::string& name) {
     for (size_t i = 0; i < def.columns.size(); ++i) {
@@ -268,7 +264,7 @@ TEST(TableWriterExternal, TextIndexOfTheBenchmarkTable) {
   o.pages->WriteFile(file);
   ExpectCheckPasses(file, "after text inserts");
 
-  o = OpenWriter(file, "Hareket", true);
+  o = OpenWriter(file, "Hareket");
   auto updated = o.writer->Update([&](std::vector<Value>& v) -> Result<bool> {
     auto* kod = std::get_if<std::string>(&v[col("Kod")]);
     if (kod == nullptr || kod->rfind("İzmir", 0) != 0) return false;
@@ -283,7 +279,7 @@ TEST(TableWriterExternal, TextIndexOfTheBenchmarkTable) {
   EXPECT_EQ(Lines(rows), 4000u);
   EXPECT_EQ(rows.find("\"Kod\":\"İzmir"), std::string::npos);
 
-  o = OpenWriter(file, "Hareket", true);
+  o = OpenWriter(file, "Hareket");
   auto deleted = o.writer->DeleteAll();
   ASSERT_TRUE(deleted.ok());
   EXPECT_EQ(*deleted, 4000u);

@@ -22,6 +22,7 @@
 #include "support/process.h"
 #include "support/samples.h"
 #include "support/temp_folder.h"
+#include "table_rows.h"
 
 namespace px::jet {
 namespace {
@@ -31,22 +32,12 @@ using px::testing::Col;
 using px::testing::DyingFiles;
 using px::testing::ReadAll;
 using px::testing::TempFolder;
+using testing::TableRows;
 
 std::unique_ptr<Writer> MustCreate(const std::string& path, platform::FileLayer& files) {
   auto w = Writer::Create(files, path);
   EXPECT_TRUE(w.ok()) << w.status().ToString();
   return w.ok() ? std::move(*w) : nullptr;
-}
-
-std::vector<Row> Rows(Database& db, const std::string& table) {
-  auto reader = db.OpenTable(table);
-  EXPECT_TRUE(reader.ok()) << reader.status().ToString();
-  std::vector<Row> out;
-  if (!reader.ok()) return out;
-  Row row;
-  while ((*reader)->Next(row)) out.push_back(row);
-  EXPECT_TRUE((*reader)->status().ok()) << (*reader)->status().ToString();
-  return out;
 }
 
 Bytes AsSpan(const std::string& s) {
@@ -186,44 +177,34 @@ class WriterTest : public ::testing::Test {
   std::unique_ptr<Writer> writer_;
 };
 
-TEST_F(WriterTest, ColumnsOfEveryTypeReadBackWithTheirAdoTypes) {
+// Each column has the ADO type and size ADOX gives it; a row of values and a row of Nulls
+// read back from a fresh reader as written (a Null Boolean reads false).
+TEST_F(WriterTest, ColumnsAndRowsOfEveryTypeReadBack) {
   MakeTypesTable();
-  auto schema = w().db().ReadSchema("Turler");
-  ASSERT_TRUE(schema.ok()) << schema.status().ToString();
   const auto cases = TypeCases();
-  ASSERT_EQ(schema->fields.size(), cases.size());
-  for (size_t i = 0; i < cases.size(); ++i) {
-    EXPECT_EQ(schema->fields[i].name, cases[i].spec.name);
-    EXPECT_EQ(schema->fields[i].ado_type, cases[i].ado_type) << cases[i].spec.name;
-    EXPECT_EQ(schema->fields[i].size, cases[i].size) << cases[i].spec.name;
-  }
-  EXPECT_EQ(schema->fields[13].precision, 18);
-  EXPECT_EQ(schema->fields[13].scale, 4);
-  // The committed file reads the same from a fresh reader.
+  std::vector<Value> row;
+  for (const TypeCase& t : cases) row.push_back(t.value);
+  ASSERT_TRUE(w().InsertRow("Turler", row).ok());
+  Status st = w().InsertRow("Turler", std::vector<Value>(row.size(), Value(Null{})));
+  ASSERT_TRUE(st.ok()) << st.ToString();
   auto db = Database::Open(path_);
   ASSERT_TRUE(db.ok()) << db.status().ToString();
   EXPECT_EQ((*db)->UserTableNames(), std::vector<std::string>{"Turler"});
-}
-
-TEST_F(WriterTest, RowsOfEveryTypeReadBackEqual) {
-  MakeTypesTable();
-  std::vector<Value> row;
-  for (const TypeCase& t : TypeCases()) row.push_back(t.value);
-  std::vector<Value> nulls(row.size(), Value(Null{}));
-  ASSERT_TRUE(w().InsertRow("Turler", row).ok());
-  Status st = w().InsertRow("Turler", nulls);
-  ASSERT_TRUE(st.ok()) << st.ToString();
-  auto db = Database::Open(path_);
-  ASSERT_TRUE(db.ok());
-  auto rows = Rows(**db, "Turler");
+  auto schema = (*db)->ReadSchema("Turler");
+  ASSERT_TRUE(schema.ok()) << schema.status().ToString();
+  ASSERT_EQ(schema->fields.size(), cases.size());
+  EXPECT_EQ(schema->fields[13].precision, 18);
+  EXPECT_EQ(schema->fields[13].scale, 4);
+  auto rows = TableRows(**db, "Turler");
   ASSERT_EQ(rows.size(), 2u);
-  for (size_t i = 0; i < row.size(); ++i) {
-    EXPECT_TRUE(rows[0][i] == row[i]) << TypeCases()[i].spec.name;
-    if (TypeCases()[i].ado_type == ado::kBoolean) {
-      EXPECT_TRUE(rows[1][i] == Value(false));
-    } else {
-      EXPECT_TRUE(IsNull(rows[1][i])) << TypeCases()[i].spec.name;
-    }
+  for (size_t i = 0; i < cases.size(); ++i) {
+    const std::string& name = cases[i].spec.name;
+    EXPECT_EQ(schema->fields[i].name, name);
+    EXPECT_EQ(schema->fields[i].ado_type, cases[i].ado_type) << name;
+    EXPECT_EQ(schema->fields[i].size, cases[i].size) << name;
+    EXPECT_TRUE(rows[0][i] == row[i]) << name;
+    EXPECT_TRUE(rows[1][i] == (cases[i].ado_type == ado::kBoolean ? Value(false) : Value(Null{})))
+        << name;
   }
   WalkCounts counts;
   Status walked = WalkDatabase(**db, counts);
@@ -233,7 +214,7 @@ TEST_F(WriterTest, RowsOfEveryTypeReadBackEqual) {
 // Other readers agree: mdbtools lists and exports the table, Jackcess checks every index.
 TEST_F(WriterTest, ExternalReadersAcceptTheFile) {
   PX_JET_ORACLE_OR_SKIP();
-  if (testing::FindOnPath("mdb-export").empty()) GTEST_SKIP() << "mdbtools is not installed";
+  if (px::testing::FindOnPath("mdb-export").empty()) GTEST_SKIP() << "mdbtools is not installed";
   MakeTypesTable();
   ASSERT_TRUE(w().AddColumn("Turler",
                             [] {
@@ -261,26 +242,6 @@ TEST_F(WriterTest, ExternalReadersAcceptTheFile) {
   EXPECT_NE(rows.find("\"No\":20"), std::string::npos) << rows.substr(0, 400);
   const std::string schema = RunJetOracle({"schema", path_, "Turler"}).out;
   EXPECT_NE(schema.find("\"primary\": true"), std::string::npos) << schema.substr(0, 3000);
-}
-
-TEST_F(WriterTest, AutoNumberIssuesNextAndMovesPastGivenValues) {
-  ASSERT_TRUE(w().CreateTable("T").ok());
-  ColumnSpec id = Col("Id", ado::kInteger);
-  id.autoincrement = true;
-  ASSERT_TRUE(w().AddColumn("T", id).ok());
-  ASSERT_TRUE(w().AddColumn("T", Col("Ad", ado::kVarWChar, 10)).ok());
-  ASSERT_TRUE(w().AddPrimaryKey("T", "PrimaryKey", "Id").ok());
-  const std::vector<std::pair<Value, int64_t>> steps = {
-      {Null{}, 1}, {Null{}, 2}, {int64_t(10), 10}, {Null{}, 11}, {int64_t(5), 5}, {Null{}, 12}};
-  for (const auto& [given, expected] : steps) {
-    std::vector<Value> row = {given, std::string("x")};
-    ASSERT_TRUE(w().InsertRow("T", row).ok());
-  }
-  auto rows = Rows(w().db(), "T");
-  ASSERT_EQ(rows.size(), steps.size());
-  for (size_t i = 0; i < steps.size(); ++i) {
-    EXPECT_TRUE(rows[i][0] == Value(steps[i].second)) << i;
-  }
 }
 
 TEST_F(WriterTest, KeyRulesNameTheTable) {
@@ -343,7 +304,7 @@ void ColumnsAndKeysAddedToRows(Writer& w) {
   ASSERT_TRUE(w.AddColumn("T", Col("C", ado::kDouble)).ok());
   std::vector<Value> row2 = {int64_t(8), std::string("b"), 2.5};
   ASSERT_TRUE(w.InsertRow("T", row2).ok());
-  EXPECT_EQ(Rows(w.db(), "T"),
+  EXPECT_EQ(TableRows(w.db(), "T"),
             (std::vector<Row>{{int64_t(7), Null{}, Null{}}, {int64_t(8), std::string("b"), 2.5}}));
   // An AutoNumber column added now numbers the rows there are, and goes on from there.
   ColumnSpec no = Col("No", ado::kInteger);
@@ -351,9 +312,10 @@ void ColumnsAndKeysAddedToRows(Writer& w) {
   ASSERT_TRUE(w.AddColumn("T", no).ok());
   std::vector<Value> row3 = {int64_t(9), std::string("c"), 3.5, Null{}};
   ASSERT_TRUE(w.InsertRow("T", row3).ok());
-  EXPECT_EQ(Rows(w.db(), "T"), (std::vector<Row>{{int64_t(7), Null{}, Null{}, int64_t(1)},
-                                                 {int64_t(8), std::string("b"), 2.5, int64_t(2)},
-                                                 {int64_t(9), std::string("c"), 3.5, int64_t(3)}}));
+  EXPECT_EQ(TableRows(w.db(), "T"),
+            (std::vector<Row>{{int64_t(7), Null{}, Null{}, int64_t(1)},
+                              {int64_t(8), std::string("b"), 2.5, int64_t(2)},
+                              {int64_t(9), std::string("c"), 3.5, int64_t(3)}}));
   // Keys on a table with rows: the rows go into the index; a key the rows violate is refused.
   EXPECT_TRUE(w.AddPrimaryKey("T", "PrimaryKey", "No").ok());
   Status st = w.AddIndex("T", IndexSpec{"Tekil", {{"B", true}}, false, true, false, true});
@@ -434,7 +396,7 @@ TEST(WriterFaults, EveryFailedWriteLeavesTheFileIdentical) {
   }
   auto db = Database::Open(path);
   ASSERT_TRUE(db.ok());
-  auto rows = Rows(**db, "Stok");
+  auto rows = TableRows(**db, "Stok");
   ASSERT_EQ(rows.size(), 30u);
   EXPECT_TRUE(rows[0][0] == Value(std::string("Y0")));
   EXPECT_TRUE(rows[29][1] == Value(std::string("kisa")));
@@ -465,14 +427,14 @@ void DeletesAndUpdates(Writer& w) {
   for (const char* kod : {"001-0", "005-1", "005-2", "001-3", "005-4"}) {
     want.push_back({int64_t(want.size() + 1), std::string(kod)});
   }
-  EXPECT_EQ(Rows(w.db(), "T"), want);
+  EXPECT_EQ(TableRows(w.db(), "T"), want);
   auto deleted = w.DeleteAll("T");
   ASSERT_TRUE(deleted.ok()) << deleted.status().ToString();
   EXPECT_EQ(*deleted, 5u);
-  EXPECT_TRUE(Rows(w.db(), "T").empty());
+  EXPECT_TRUE(TableRows(w.db(), "T").empty());
   std::vector<Value> row = {Null{}, std::string("yeni")};
   ASSERT_TRUE(w.InsertRow("T", row).ok());
-  EXPECT_EQ(Rows(w.db(), "T"), (std::vector<Row>{{int64_t(6), std::string("yeni")}}));
+  EXPECT_EQ(TableRows(w.db(), "T"), (std::vector<Row>{{int64_t(6), std::string("yeni")}}));
 }
 
 TEST_F(WriterTest, DeleteAllAndUpdateRows) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "jetcheck/process_helpers.h"
 #include "platform/utf8_path.h"
 #include "support/jet_oracle.h"
 #include "support/process.h"
@@ -94,14 +95,7 @@ class RandomTable {
 };
 
 std::vector<std::string> SortedLines(const std::string& text) {
-  std::vector<std::string> lines;
-  size_t at = 0;
-  while (at < text.size()) {
-    size_t end = text.find('\n', at);
-    if (end == std::string::npos) end = text.size();
-    lines.push_back(text.substr(at, end - at));
-    at = end + 1;
-  }
+  std::vector<std::string> lines = jetcheck::SplitLines(text);
   std::sort(lines.begin(), lines.end());
   return lines;
 }

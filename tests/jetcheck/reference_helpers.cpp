@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+
+#include "core/value_text.h"
 
 namespace px::jetcheck {
 namespace fs = std::filesystem;
@@ -20,63 +23,18 @@ bool HasFile(const fs::path& p) {
   return fs::is_regular_file(p, ec);
 }
 
-// Days since 1970-01-01 of a proleptic Gregorian date, and back.
-long long DaysFromCivil(long long y, int m, int d) {
-  y -= m <= 2;
-  long long era = (y >= 0 ? y : y - 399) / 400;
-  long long yoe = y - era * 400;
-  long long doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  long long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + doe - 719468;
-}
-
-void CivilFromDays(long long z, DateTimeParts& p) {
-  z += 719468;
-  long long era = (z >= 0 ? z : z - 146096) / 146097;
-  long long doe = z - era * 146097;
-  long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  long long mp = (5 * doy + 2) / 153;
-  p.day = int(doy - (153 * mp + 2) / 5 + 1);
-  p.month = int(mp < 10 ? mp + 3 : mp - 9);
-  p.year = int(yoe + era * 400 + (p.month <= 2));
-}
-
 // Moves whole seconds (0..86400) past the start of p's day into calendar parts.
 DateTimeParts FromDaySeconds(const DateTimeParts& p, long long seconds) {
-  DateTimeParts out;
-  long long days = DaysFromCivil(p.year, p.month, p.day) + seconds / 86400;
+  using namespace std::chrono;
+  const sys_days day = sys_days(year(p.year) / p.month / p.day) + days(seconds / 86400);
+  const year_month_day ymd(day);
   seconds %= 86400;
-  CivilFromDays(days, out);
-  out.hour = int(seconds / 3600);
-  out.minute = int(seconds / 60 % 60);
-  out.second = int(seconds % 60);
-  return out;
+  return {int(ymd.year()),     int(unsigned(ymd.month())), int(unsigned(ymd.day())),
+          int(seconds / 3600), int(seconds / 60 % 60),     int(seconds % 60)};
 }
 
 long long DaySeconds(const DateTimeParts& p) {
   return p.hour * 3600LL + p.minute * 60LL + p.second;
-}
-
-bool IsHexUpper(char c) {
-  return std::isdigit(static_cast<unsigned char>(c)) || (c >= 'A' && c <= 'F');
-}
-
-// "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" in upper case.
-bool IsGuidText(const std::string& s) {
-  if (s.size() != 38 || s.front() != '{' || s.back() != '}') return false;
-  for (std::size_t i = 1; i < 37; ++i) {
-    bool dash = i == 9 || i == 14 || i == 19 || i == 24;
-    if (dash ? s[i] != '-' : !IsHexUpper(s[i])) return false;
-  }
-  return true;
-}
-
-std::string BareUpperGuid(std::string s) {
-  if (!s.empty() && s.front() == '{') s.erase(0, 1);
-  if (!s.empty() && s.back() == '}') s.pop_back();
-  for (char& c : s) c = char(std::toupper(static_cast<unsigned char>(c)));
-  return s;
 }
 
 bool IsIntegerText(const std::string& s) {
@@ -122,7 +80,9 @@ ValueCheck CheckWithMdbJson(const JsonScalar& ours, const JsonScalar* theirs) {
     if (date->year < 1900 || date->year > 2699) return {false, true};
     return {DatesAgreeWithMdbtools(*date, theirs->text)};
   }
-  if (IsGuidText(ours.text)) return {BareUpperGuid(theirs->text) == BareUpperGuid(ours.text)};
+  if (std::optional<Guid> guid = GuidFromText(ours.text)) {
+    return {GuidFromText(theirs->text) == guid};  // braces and letter case aside
+  }
   return {false};
 }
 

@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/utf8_path.h"
-#include "support/failing_files.h"
+#include "support/dying_files.h"
 #include "support/temp_folder.h"
 
 namespace px::platform {
 namespace {
 
-using px::testing::FailingFiles;
+using px::testing::DyingFiles;
 using px::testing::TempFolder;
 
 std::span<const uint8_t> Bytes(std::string_view s) {
@@ -50,39 +50,25 @@ TEST(Files, ReplacesAnExistingFileWithATurkishName) {
 }
 
 // Whatever step fails, the old content stays, the temporary file goes, and the error
-// says which file and keeps its kind.
+// says which file and keeps its kind. The replace makes three changes: write, flush, rename.
 TEST(Files, AFailedReplaceLeavesTheTargetAlone) {
-  const struct {
-    const char* name;
-    FailingFiles::Plan plan;
-    StatusCode code;
-  } cases[] = {
-      {"write", {.fail_write = 1}, StatusCode::kIOError},
-      {"sync", {.fail_sync = 1}, StatusCode::kIOError},
-      {"rename", {.fail_rename = 1}, StatusCode::kIOError},
-      {"disk full", {.disk_full_after = 3}, StatusCode::kDiskFull},
-  };
-  for (const auto& c : cases) {
-    TempFolder dir;
-    const std::string target = Utf8FromPath(dir.path() / "data.xbf");
-    ASSERT_TRUE(ReplaceFileWhole(SystemFiles(), target, "old").ok());
-    FailingFiles files(c.plan);
-    Status s = ReplaceFileWhole(files, target, "new content");
-    EXPECT_EQ(s.code(), c.code) << c.name << ": " << s.ToString();
-    EXPECT_NE(s.message().find("data.xbf"), std::string::npos) << c.name << ": " << s.message();
-    EXPECT_EQ(ReadOrEmpty(target), "old") << c.name;
-    EXPECT_FALSE(SystemFiles().Exists(TempNameBeside(target))) << c.name;
-  }
-}
-
-TEST(Files, DoubleCountsWhatAFlowDoes) {
   TempFolder dir;
-  FailingFiles files;
-  ASSERT_TRUE(ReplaceFileWhole(files, Utf8FromPath(dir.path() / "a"), "12345").ok());
-  EXPECT_EQ(files.counts().writes, 1u);
-  EXPECT_EQ(files.counts().syncs, 1u);
-  EXPECT_EQ(files.counts().renames, 1u);
-  EXPECT_EQ(files.counts().bytes_written, 5u);
+  const std::string target = Utf8FromPath(dir.path() / "data.xbf");
+  DyingFiles sayac(0, DyingFiles::Fault::kFailing);
+  ASSERT_TRUE(ReplaceFileWhole(sayac, Utf8FromPath(dir.path() / "a"), "12345").ok());
+  ASSERT_EQ(sayac.changes(), 3u);
+  for (uint64_t n = 1; n <= sayac.changes(); ++n) {
+    for (auto [fault, code] : {std::pair{DyingFiles::Fault::kFailing, StatusCode::kIOError},
+                               {DyingFiles::Fault::kDiskFull, StatusCode::kDiskFull}}) {
+      ASSERT_TRUE(ReplaceFileWhole(SystemFiles(), target, "old").ok());
+      DyingFiles files(n, fault);
+      Status s = ReplaceFileWhole(files, target, "new content");
+      EXPECT_EQ(s.code(), code) << n << ": " << s.ToString();
+      EXPECT_NE(s.message().find("data.xbf"), std::string::npos) << n << ": " << s.message();
+      EXPECT_EQ(ReadOrEmpty(target), "old") << n;
+      EXPECT_FALSE(SystemFiles().Exists(TempNameBeside(target))) << n;
+    }
+  }
 }
 
 TEST(Files, OpenModes) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "support/temp_folder.h"
 
 namespace px {
@@ -82,11 +84,8 @@ TEST_F(ProfileTest, ReadsOfTheTrickyFile) {
   EXPECT_FALSE(ReadProfileString("Pergo", "Yil", "", ini_).ok());  // unsupported code page
 }
 
-TEST_F(ProfileTest, DefaultWithoutTheFile) {
+TEST_F(ProfileTest, MissingFileAndKeysBeforeAnySectionGiveTheDefault) {
   EXPECT_EQ(Read("Pergo", "Yil", "2026"), "2026");
-}
-
-TEST_F(ProfileTest, KeysBeforeAnySectionAreIgnored) {
   Put("Yil=1\n[Pergo]\nSirket=2\n");
   EXPECT_EQ(Read("Pergo", "Yil", "d"), "d");
   EXPECT_EQ(Read("Pergo", "Sirket"), "2");
@@ -105,41 +104,38 @@ TEST_F(ProfileTest, ReadsAreCutToTheBuffer) {
   EXPECT_EQ(*ReadProfileString("Pergo", "Yok", std::string(600, 'd'), ini_), std::string(511, 'd'));
 }
 
-TEST_F(ProfileTest, WriteReplacesTheKeyAndKeepsTheRestByteForByte) {
-  Put(kTricky);
-  ASSERT_TRUE(WriteProfileString("pergo", "YIL", "2010", ini_).ok());
-  std::string expected = kTricky;
-  expected.replace(expected.find("Yil=2009"), 8, "Yil=2010");
-  EXPECT_EQ(ReadAll(ini_), expected);
-  EXPECT_EQ(Read("Pergo", "Yil"), "2010");
-}
-
-TEST_F(ProfileTest, WriteKeepsIndentationAndKeySpelling) {
-  Put(kTricky);
-  ASSERT_TRUE(WriteProfileString("Pergo", "calismaalani", "C:\\Yeni", ini_).ok());
-  EXPECT_NE(ReadAll(ini_).find("\r\n  CalismaAlani=C:\\Yeni\r\n"), std::string::npos);
-}
-
-TEST_F(ProfileTest, WriteAddsAMissingKeyAtTheEndOfItsSection) {
-  Put("[Pergo]\r\nYil=2009\r\n\r\n[Veritabani]\r\nProvider=SQLOLEDB\r\n");
-  ASSERT_TRUE(WriteProfileString("Pergo", "Sirket", "003", ini_).ok());
-  EXPECT_EQ(ReadAll(ini_),
-            "[Pergo]\r\nYil=2009\r\nSirket=003\r\n\r\n[Veritabani]\r\nProvider=SQLOLEDB\r\n");
-}
-
-TEST_F(ProfileTest, WriteAddsAMissingSectionFollowingTheFilesLineEnds) {
-  Put("[Pergo]\nYil=2009");
-  ASSERT_TRUE(WriteProfileString("Veritabani", "Provider", "SQLOLEDB", ini_).ok());
-  EXPECT_EQ(ReadAll(ini_), "[Pergo]\nYil=2009\n[Veritabani]\nProvider=SQLOLEDB\n");
-  ASSERT_TRUE(WriteProfileString("Veritabani", "SqlServerAdi", "SUNUCU", ini_).ok());
-  EXPECT_EQ(ReadAll(ini_),
-            "[Pergo]\nYil=2009\n[Veritabani]\nProvider=SQLOLEDB\nSqlServerAdi=SUNUCU\n");
-}
-
-TEST_F(ProfileTest, WriteCreatesTheFileInWindows1254) {
-  ASSERT_TRUE(WriteProfileString("Pergo", "KullaniciAdi", "İŞLETME", ini_).ok());
-  EXPECT_EQ(ReadAll(ini_), "[Pergo]\r\nKullaniciAdi=\xDD\xDELETME\r\n");
-  EXPECT_EQ(Read("Pergo", "KullaniciAdi"), "İŞLETME");
+// A key is replaced where it stands (indentation and spelling kept, the rest byte for byte),
+// added at the end of its section, or in a new section with the file's line ends; a new
+// file is Windows-1254.
+TEST_F(ProfileTest, WritesChangeOnlyTheirKey) {
+  std::string tricky_yil = kTricky, tricky_alan = kTricky;
+  tricky_yil.replace(tricky_yil.find("Yil=2009"), 8, "Yil=2010");
+  tricky_alan.replace(tricky_alan.find("CalismaAlani   =   D:\\Muhasebe\\Pergonix  "), 41,
+                      "CalismaAlani=C:\\Yeni");
+  struct Case {
+    std::optional<std::string> once;  // no file when absent
+    const char *section, *key, *value;
+    std::string sonra;
+  };
+  const Case cases[] = {
+      {kTricky, "pergo", "YIL", "2010", tricky_yil},
+      {kTricky, "Pergo", "calismaalani", "C:\\Yeni", tricky_alan},
+      {"[Pergo]\r\nYil=2009\r\n\r\n[Veritabani]\r\nProvider=SQLOLEDB\r\n", "Pergo", "Sirket", "003",
+       "[Pergo]\r\nYil=2009\r\nSirket=003\r\n\r\n[Veritabani]\r\nProvider=SQLOLEDB\r\n"},
+      {"[Pergo]\nYil=2009", "Veritabani", "Provider", "SQLOLEDB",
+       "[Pergo]\nYil=2009\n[Veritabani]\nProvider=SQLOLEDB\n"},
+      {"[Pergo]\nYil=2009\n[Veritabani]\nProvider=SQLOLEDB\n", "Veritabani", "SqlServerAdi",
+       "SUNUCU", "[Pergo]\nYil=2009\n[Veritabani]\nProvider=SQLOLEDB\nSqlServerAdi=SUNUCU\n"},
+      {std::nullopt, "Pergo", "KullaniciAdi", "İŞLETME",
+       "[Pergo]\r\nKullaniciAdi=\xDD\xDELETME\r\n"},
+  };
+  for (const Case& c : cases) {
+    std::filesystem::remove(ini_);
+    if (c.once) Put(*c.once);
+    ASSERT_TRUE(WriteProfileString(c.section, c.key, c.value, ini_).ok()) << c.key;
+    EXPECT_EQ(ReadAll(ini_), c.sonra) << c.key;
+    EXPECT_EQ(Read(c.section, c.key), c.value) << c.key;
+  }
 }
 
 TEST_F(ProfileTest, UnwritableCharacterLeavesTheFileAlone) {

@@ -1,24 +1,21 @@
 #pragma once
 // A module database held in memory for the restore tests: records every call it receives
-// as one line of text, applies DELETE and INSERT statements and added rows to its tables,
+// as one line of text (an INSERT as its statement text), applies DELETE, INSERT and added
+// rows to its tables,
 // keeps a transaction's changes until Commit and drops them on Rollback, and fails the
 // calls whose text contains a chosen piece.
 
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "db/database.h"
 #include "db/text_of.h"
+#include "db/write_sql.h"
 #include "platform/text_case.h"
 
 namespace px::restore::testing {
-
-struct FakeColumn {
-  db::NewColumn def;
-};
 
 struct FakeTable {
   std::vector<db::NewColumn> columns;
@@ -36,7 +33,6 @@ class FakeDatabase : public db::Database {
   std::vector<std::pair<std::string, FakeTable>> tables;
   std::vector<std::string> log;  // this database's calls
   std::string fail_on;           // a call whose text contains this fails
-  bool in_transaction = false;
   int commits = 0, rollbacks = 0;
 
   FakeTable* Find(std::string_view t) {
@@ -79,9 +75,19 @@ class FakeDatabase : public db::Database {
       t->rows.clear();
       return n;
     }
-    if (sql.starts_with("INSERT INTO ")) return Insert(sql.substr(12));
     if (sql.starts_with("UPDATE ")) return int64_t{0};
     return Status::InvalidArgument("refused: " + std::string(sql));
+  }
+
+  // Values kept as the texts of their literals.
+  Result<int64_t> Insert(const db::InsertStatement& st) override {
+    PX_RETURN_IF_ERROR(Note(db::InsertText(st)));
+    Row values;
+    for (const db::SqlExpr& e : st.values) {
+      values.push_back(e.kind == db::SqlExpr::Kind::kNull ? Value(Null{}) : Value(e.text));
+    }
+    PX_RETURN_IF_ERROR(Store(st.table, st.columns, values));
+    return int64_t{1};
   }
 
   Status AddRow(std::string_view table, const std::vector<FieldInfo>& fields,
@@ -91,15 +97,9 @@ class FakeDatabase : public db::Database {
       line += " " + fields[i].name + "=" + (IsNull(values[i]) ? "<null>" : db::TextOf(values[i]));
     }
     PX_RETURN_IF_ERROR(Note(line));
-    FakeTable* t = Find(table);
-    if (!t) return Status::NotFound("no table " + std::string(table));
-    Row row(t->columns.size(), Null{});
-    for (size_t i = 0; i < fields.size(); ++i) {
-      PX_ASSIGN_OR_RETURN(size_t c, Column(*t, fields[i].name, table));
-      row[c] = values[i];
-    }
-    t->rows.push_back(std::move(row));
-    return Status::Ok();
+    std::vector<std::string> names;
+    for (const FieldInfo& f : fields) names.push_back(f.name);
+    return Store(table, names, values);
   }
 
   Status CreateTable(std::string_view table) override {
@@ -161,19 +161,16 @@ class FakeDatabase : public db::Database {
   Status Begin() override {
     PX_RETURN_IF_ERROR(Note("Begin"));
     saved_ = tables;
-    in_transaction = true;
     return Status::Ok();
   }
   Status Commit() override {
     PX_RETURN_IF_ERROR(Note("Commit"));
-    in_transaction = false;
     ++commits;
     return Status::Ok();
   }
   Status Rollback() override {
     (void)Note("Rollback");
     tables = saved_;
-    in_transaction = false;
     ++rollbacks;
     return Status::Ok();
   }
@@ -187,6 +184,18 @@ class FakeDatabase : public db::Database {
     }
     return Status::Ok();
   }
+  // A row of the named columns' values, the rest Null.
+  Status Store(std::string_view table, const std::vector<std::string>& names, const Row& values) {
+    FakeTable* t = Find(table);
+    if (!t) return Status::NotFound("no table " + std::string(table));
+    Row row(t->columns.size(), Null{});
+    for (size_t i = 0; i < names.size(); ++i) {
+      PX_ASSIGN_OR_RETURN(size_t c, Column(*t, names[i], table));
+      row[c] = values[i];
+    }
+    t->rows.push_back(std::move(row));
+    return Status::Ok();
+  }
   static Result<size_t> Column(const FakeTable& t, std::string_view name, std::string_view table) {
     for (size_t i = 0; i < t.columns.size(); ++i) {
       if (EqualsIgnoreCase(t.columns[i].name, name)) return i;
@@ -194,62 +203,6 @@ class FakeDatabase : public db::Database {
     return Status::InvalidArgument("table " + std::string(table) + " has no field " +
                                    std::string(name));
   }
-  // "t (a, [Key]) Values ('x',1,Null,CAST('1.5' AS MONEY))": values kept as their texts.
-  Result<int64_t> Insert(std::string_view rest) {
-    const size_t open = rest.find(" (");
-    const size_t values = rest.find(") Values (");
-    if (open == std::string_view::npos || values == std::string_view::npos) {
-      return Status::InvalidArgument("bad INSERT");
-    }
-    const std::string table(rest.substr(0, open));
-    FakeTable* t = Find(table);
-    if (!t) return Status::NotFound("no table " + table);
-    std::vector<std::string> names;
-    std::string_view list = rest.substr(open + 2, values - open - 2);
-    for (size_t start = 0;;) {
-      size_t comma = list.find(", ", start);
-      std::string name(list.substr(start, comma - start));
-      if (name.front() == '[') name = name.substr(1, name.size() - 2);
-      names.push_back(name);
-      if (comma == std::string_view::npos) break;
-      start = comma + 2;
-    }
-    std::string_view v = rest.substr(values + 10);
-    v.remove_suffix(1);                            // ")"
-    std::vector<std::optional<std::string>> vals;  // nullopt: Null
-    size_t i = 0;
-    while (i <= v.size()) {
-      if (v.substr(i).starts_with("CAST('")) {
-        size_t end = v.find("' AS MONEY)", i);
-        vals.push_back(std::string(v.substr(i + 6, end - i - 6)));
-        i = end + 11;
-      } else if (i < v.size() && v[i] == '\'') {
-        size_t end = v.find('\'', i + 1);
-        vals.push_back(std::string(v.substr(i + 1, end - i - 1)));
-        i = end + 1;
-      } else {
-        size_t end = v.find(',', i);
-        if (end == std::string_view::npos) end = v.size();
-        std::string_view tok = v.substr(i, end - i);
-        if (tok == "Null")
-          vals.push_back(std::nullopt);
-        else
-          vals.push_back(std::string(tok));
-        i = end;
-      }
-      if (i >= v.size()) break;
-      ++i;  // ","
-    }
-    if (vals.size() != names.size()) return Status::InvalidArgument("INSERT value count");
-    Row row(t->columns.size(), Null{});
-    for (size_t k = 0; k < names.size(); ++k) {
-      PX_ASSIGN_OR_RETURN(size_t c, Column(*t, names[k], table));
-      if (vals[k]) row[c] = *vals[k];
-    }
-    t->rows.push_back(std::move(row));
-    return int64_t{1};
-  }
-
   std::vector<std::string>* shared_log_;
   std::string name_;
   std::vector<std::pair<std::string, FakeTable>> saved_;
@@ -260,8 +213,7 @@ class FakePool : public db::DatabasePool {
  public:
   std::map<std::string, std::unique_ptr<FakeDatabase>> files;
   std::vector<std::string> log;  // every call of every database, prefixed with its path
-  std::string fail_create;
-  std::string fail_on_created;  // fail_on of every database Create makes
+  std::string fail_on_created;   // fail_on of every database Create makes
 
   FakeDatabase& Add(const std::string& path) {
     auto& slot = files[FoldCase(path)];
@@ -280,9 +232,6 @@ class FakePool : public db::DatabasePool {
   }
   Result<db::Database*> Create(std::string_view path) override {
     log.push_back("Create " + std::string(path));
-    if (!fail_create.empty() && path.find(fail_create) != std::string_view::npos) {
-      return Status::IOError("disk full: " + std::string(path));
-    }
     if (Get(std::string(path))) return Status::InvalidArgument("exists: " + std::string(path));
     FakeDatabase& d = Add(std::string(path));
     d.fail_on = fail_on_created;
@@ -290,15 +239,9 @@ class FakePool : public db::DatabasePool {
   }
   void Close(std::string_view path) override { log.push_back("Close " + std::string(path)); }
   void CloseAll() override { log.push_back("CloseAll"); }
-  // One after another (the real pool's record is what makes them one); a failure rolls back
-  // those after the failing one.
+  // One after another: the real pool's record is what makes them one.
   Status CommitTogether(std::span<db::Database* const> databases) override {
-    for (size_t i = 0; i < databases.size(); ++i) {
-      if (Status s = databases[i]->Commit(); !s.ok()) {
-        for (size_t j = i + 1; j < databases.size(); ++j) (void)databases[j]->Rollback();
-        return s;
-      }
-    }
+    for (db::Database* d : databases) PX_RETURN_IF_ERROR(d->Commit());
     return Status::Ok();
   }
 };

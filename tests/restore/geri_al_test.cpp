@@ -9,9 +9,9 @@
 #include "restore/sql_metinleri.h"
 #include "restore/test_katalog.h"
 #include "support/boxes.h"
-#include "support/failing_files.h"
+#include "support/dying_files.h"
+#include "support/saha.h"
 #include "support/temp_folder.h"
-#include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
 
 namespace px::restore {
@@ -28,19 +28,13 @@ using op::Icon;
 using testing::FakeDatabase;
 using testing::FakePool;
 using testing::KatalogKurucu;
+constexpr auto F = px::testing::Saha;
 
 const std::string kKok = "C:\\Pergonix";
 const std::string kCariDb = "C:\\Pergonix\\Cari\\Data\\004\\2010\\cari.mdb";
 const std::string kPersonelDb = "C:\\Pergonix\\Personel\\Data\\004\\2010\\personel.mdb";
 const std::string kDemirbasDb = "C:\\Pergonix\\Demirbas\\Data\\004\\demirbas.mdb";
 const std::string kPaket = "C:\\Yedek\\Paket1";
-
-FieldInfo F(const std::string& name, int type) {
-  FieldInfo f;
-  f.name = name;
-  f.ado_type = type;
-  return f;
-}
 
 Box Soru(const std::string& text, const char* title = "Pergonix Yedek") {
   return Box{text, title, Icon::kQuestion, Buttons::kYesNo, 2};
@@ -146,7 +140,7 @@ class GeriAlTest : public ::testing::Test {
   op::ScriptedOperator op_;
   std::vector<std::string> katalog_yollari_;
   // What a run is given beside the defaults: a failing file layer, a copies folder.
-  std::optional<px::testing::FailingFiles> bozuk_;
+  std::optional<px::testing::DyingFiles> bozuk_;
   std::optional<HostDosyalar> bozuk_dosyalar_;
   std::string onceki_kopya_;
 };
@@ -339,36 +333,6 @@ std::vector<Calisma> Calismalar() {
          EXPECT_TRUE(t.pool_.log.empty());
          EXPECT_FALSE(std::filesystem::exists(t.c_.path() / "Pergonix/Cari"));
        }},
-      // tblCari restores first; then tblNot's file is cut short: the module rolls back whole,
-      // and nothing after it runs (modules go in table order: Cari first).
-      {"DamagedFileInTheMiddleLeavesTheModuleAsItWas",
-       [](auto& t, auto& g) {
-         FakeDatabase& cari = EskiCari(t);
-         cari.AddTable("tblCari", {{"Id", ado::kInteger, 0, 0, true, true},
-                                   {"Ad", ado::kVarWChar, 50},
-                                   {"Tutar", ado::kCurrency}});
-         cari.Find("tblCari")->rows.push_back({int64_t{77}, std::string("eski"), Null{}});
-         const auto dosya = t.c_.path() / "Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf";
-         const std::string tam = px::testing::ReadAll(dosya);
-         t.c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf",
-                    tam.substr(0, tam.size() - 40));
-         g.moduller = {{"Demirbaş", true}, {"Cari", true}, {"Personel", true}};
-         g.onaysiz = true;
-       },
-       evet2,
-       {Soru(kBaslatSorusu), Soru(kOnemliUyari),
-        Hata("Hata Kodu: *\r\nAçıklama: *cari-tblNot.xbf*")},
-       "hata",
-       [](auto& t) {
-         FakeDatabase& cari = *t.pool_.Get(kCariDb);
-         EXPECT_EQ(cari.Rows("tblCari"), std::vector<std::string>{"77|eski|<null>"});
-         EXPECT_EQ(cari.Rows("tblNot"), std::vector<std::string>{"Z|eski"});
-         EXPECT_EQ(cari.rollbacks, 1);
-         EXPECT_EQ(cari.commits, 0);
-         EXPECT_EQ(std::count(cari.log.begin(), cari.log.end(), "DELETE FROM tblNot"), 0);
-         EXPECT_TRUE(t.op_.module_states.empty());
-         EXPECT_EQ(t.pool_.Get(kDemirbasDb), nullptr);
-       }},
       // A database created and filled in the same transaction is gone with it.
       {"RefusedStatementRollsBackANewDatabaseToo",
        [](auto& t, auto& g) {
@@ -404,33 +368,12 @@ std::vector<Calisma> Calismalar() {
                                                       "Data/004/2010/cari.mdb"),
                    "mdb bytes of Pergonix/Cari/Data/004/2010/cari.mdb");
        }},
-      {"ExtraFilesOfEveryLevelComeBackDecompressed",
-       [](auto& t, auto& g) {
-         t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", "ortak");
-         t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/001/2009/rapor.txt", "yillik");
-         const auto kaynak = t.c_.Write("sirket.dat", "sirket bilgisi");
-         t.c_.Mkdir("Yedek/Paket1/Dosya/Cari/Data/001");
-         ASSERT_TRUE(xbf::Sikistir(
-                         kaynak.string(),
-                         (t.c_.path() / "Yedek/Paket1/Dosya/Cari/Data/001/sirket.dat.pbf").string())
-                         .ok());
-         YalnizCari(g);
-       },
-       evet2,
-       {Soru(kBaslatSorusu), Soru(kOnemliUyari), kBitti},
-       "sona_ulasti",
-       [](auto& t) {
-         const auto cari = t.c_.path() / "Pergonix/Cari/Data";
-         EXPECT_EQ(px::testing::ReadAll(cari / "ayar.ini"), "ortak");
-         EXPECT_EQ(px::testing::ReadAll(cari / "004/sirket.dat"), "sirket bilgisi");
-         EXPECT_EQ(px::testing::ReadAll(cari / "004/2010/rapor.txt"), "yillik");
-       }},
       {"FullDiskWhileCopyingAnExtraFileLeavesItAndTheModuleAsTheyWere",
        [](auto& t, auto& g) {
          EskiCari(t);
          t.c_.Write("Pergonix/Cari/Data/ayar.ini", "eski ayar");
          t.c_.Write("Yedek/Paket1/Dosya/Cari/Data/ayar.ini", std::string(200000, 'y'));
-         t.bozuk_.emplace(px::testing::FailPlan{.disk_full_after = 70000});
+         t.bozuk_.emplace(2, px::testing::DyingFiles::Fault::kDiskFull);  // after one write
          t.bozuk_dosyalar_.emplace(*t.bozuk_);
          YalnizCari(g);
        },
@@ -467,15 +410,6 @@ TEST_P(GeriAlCalismasi, BoxesResultAndWhatItLeaves) {
 
 INSTANTIATE_TEST_SUITE_P(Runs, GeriAlCalismasi, ::testing::ValuesIn(Calismalar()),
                          [](const auto& i) { return std::string(i.param.ad); });
-
-TEST_F(GeriAlTest, PresenceLooksAtEveryLevel) {
-  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Demirbas", "001", "2009"));
-  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Cari", "001", "2009"));
-  EXPECT_FALSE(ModulPaketteVarmi(fs_, kPaket, "Cari", "001", "2008"));  // only other years' folders
-  EXPECT_FALSE(ModulPaketteVarmi(fs_, kPaket, "Cari", "002", "2009"));
-  c_.Write("Yedek/Paket1/Beyanname/Data/beyan-tblBeyan.xbf", "x");
-  EXPECT_TRUE(ModulPaketteVarmi(fs_, kPaket, "Beyanname", "002", "2009"));
-}
 
 YilGeriAlGirdileri YilGirdileri() {
   YilGeriAlGirdileri g;
@@ -699,23 +633,6 @@ TEST_F(GeriAlTest, TableImportEdgeFiles) {
   c_.Write("Yedek/Paket1/kisa/abc", "x");
   EXPECT_TRUE(
       ModulDosyalariniGeriAl(o, islem, *katalog, kPaket + "\\kisa", hedef).IsInvalidArgument());
-}
-
-TEST_F(GeriAlTest, ModuleFoldersCreatedFromTheTopDown) {
-  const std::pair<int, std::vector<const char*>> cases[] = {
-      {0, {}},
-      {1, {"Stok"}},
-      {2, {"Stok", "Stok/Data"}},
-      {4, {"Stok", "Stok/Data", "Stok/Data/001", "Stok/Data/001/2009"}},
-      {5, {}},
-  };
-  for (const auto& [seviye, klasorler] : cases) {
-    std::filesystem::remove_all(c_.path() / "Pergonix/Stok");
-    ASSERT_TRUE(ModulKlasorleriniHazirla(fs_, kKok, "Stok", seviye, "001", "2009").ok());
-    for (const char* k : klasorler)
-      EXPECT_TRUE(std::filesystem::is_directory(c_.path() / "Pergonix" / k)) << k;
-    EXPECT_EQ(std::filesystem::exists(c_.path() / "Pergonix/Stok"), !klasorler.empty()) << seviye;
-  }
 }
 
 TEST_F(GeriAlTest, PersonelRewriteDialectAndSwallowedErrors) {

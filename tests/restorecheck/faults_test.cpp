@@ -10,7 +10,7 @@
 
 #include "db/connection.h"
 #include "restorecheck/suite_helpers.h"
-#include "support/failing_files.h"
+#include "support/dying_files.h"
 #include "support/process.h"
 #include "support/samples.h"
 #include "xbf/pbf.h"
@@ -97,39 +97,35 @@ TEST_F(Hatalar001, ADamagedFileOrARefusedKeyLeavesTheModuleByteIdentical) {
 TEST_F(Hatalar001, AFailingDiskAtEveryWriteLeavesTheModuleByteIdentical) {
   const std::vector<fs::path> vt = {s_->C("Butce/Data/001/2009/butce.mdb")};
   const auto once = Suit::Baytlar(vt);
-  auto calistir = [&](const px::testing::FailPlan& plan) {
-    px::testing::FailingFiles files(plan);
+  using Fault = px::testing::DyingFiles::Fault;
+  auto calistir = [&](uint64_t n, Fault fault) {
+    px::testing::DyingFiles files(n, fault);
     auto r = s_->GeriAl("P", "002", "2009", "001", "2009", files, {"Bütçe"});
-    return std::make_pair(r, files.counts());
+    return std::make_pair(r, files.changes());
   };
-  // A clean run counts the writes, flushes and renames of the module (and its copy taken
-  // before the change); it is then undone.
-  const auto [temiz, sayilar] = calistir({});
+  // A clean run counts the writes, flushes, truncations and renames of the module (and its
+  // copy taken before the change); it is then undone.
+  const auto [temiz, sayi] = calistir(0, Fault::kFailing);
   ASSERT_TRUE(temiz.sonuc.sona_ulasti) << Hatalar(temiz.kutular);
-  ASSERT_GT(sayilar.writes, 0u);
+  ASSERT_GT(sayi, 0u);
   const auto sonra = Suit::Baytlar(vt);
   ASSERT_NE(sonra, once);
   for (const auto& [p, b] : once) std::ofstream(p, std::ios::binary) << b;
 
-  std::vector<px::testing::FailPlan> planlar;
-  auto ekle = [&](uint64_t yazma, uint64_t yansitma, uint64_t ad, uint64_t dolu) {
-    planlar.push_back({yazma, yansitma, ad, dolu});
-  };
-  for (uint64_t n = 1; n <= sayilar.writes; ++n) ekle(n, 0, 0, UINT64_MAX);
-  for (uint64_t n = 1; n <= sayilar.syncs; ++n) ekle(0, n, 0, UINT64_MAX);
-  for (uint64_t n = 1; n <= sayilar.renames; ++n) ekle(0, 0, n, UINT64_MAX);
-  for (uint64_t k = 0; k < 8; ++k) ekle(0, 0, 0, sayilar.bytes_written * k / 8);
-  for (const auto& plan : planlar) {
-    SCOPED_TRACE("write " + std::to_string(plan.fail_write) + ", flush " +
-                 std::to_string(plan.fail_sync) + ", rename " + std::to_string(plan.fail_rename) +
-                 ", full after " + std::to_string(plan.disk_full_after) + " bytes");
-    const auto [r, _] = calistir(plan);
+  // Each change failing alone, and the disk full from a few of them on.
+  std::vector<std::pair<uint64_t, Fault>> planlar;
+  for (uint64_t n = 1; n <= sayi; ++n) planlar.push_back({n, Fault::kFailing});
+  for (uint64_t k = 0; k < 8; ++k) planlar.push_back({1 + sayi * k / 8, Fault::kDiskFull});
+  for (const auto& [n, fault] : planlar) {
+    SCOPED_TRACE((fault == Fault::kFailing ? "failing change " : "disk full at change ") +
+                 std::to_string(n));
+    const auto [r, _] = calistir(n, fault);
     EXPECT_TRUE(r.sonuc.hata);
     EXPECT_NE(Hatalar(r.kutular).find("Hata Kodu"), std::string::npos);
     EXPECT_TRUE(Suit::Baytlar(vt) == once);
     EXPECT_EQ(s_->ArtikGeciciler(), std::vector<fs::path>{});
   }
-  const auto [sonraki, __] = calistir({});
+  const auto [sonraki, __] = calistir(0, Fault::kFailing);
   EXPECT_TRUE(sonraki.sonuc.sona_ulasti) << Hatalar(sonraki.kutular);
 }
 

@@ -12,7 +12,6 @@
 #include "jet/writer.h"
 #include "restorecheck/suite_helpers.h"
 #include "support/dying_files.h"
-#include "support/failing_files.h"
 #include "support/process.h"
 #include "support/samples.h"
 
@@ -85,28 +84,25 @@ class IkiVeritabani : public ::testing::Test {
 };
 
 TEST_F(IkiVeritabani, EveryFailingWriteFlushOrRenameLeavesBothAsBeforeOrTheNextRunFinishesBoth) {
-  px::testing::FailingFiles sayac;
+  using Fault = px::testing::DyingFiles::Fault;
+  px::testing::DyingFiles sayac(0, Fault::kFailing);
   const auto temiz = GeriAl(sayac);
   ASSERT_TRUE(temiz.sonuc.sona_ulasti) << Hatalar(temiz.kutular);
-  const px::testing::FileCounts sayilar = sayac.counts();
+  const uint64_t sayi = sayac.changes();
   const auto sonra = Suit::Baytlar(vt_);
   for (const auto& p : vt_) ASSERT_NE(sonra.at(p), once_.at(p)) << p;
   ASSERT_EQ(Sonra(), sonra) << "a restore is expected to write the same bytes each time";
 
-  std::vector<px::testing::FailPlan> planlar;
-  for (uint64_t n = 1; n <= sayilar.writes; ++n) planlar.push_back({.fail_write = n});
-  for (uint64_t n = 1; n <= sayilar.syncs; ++n) planlar.push_back({.fail_sync = n});
-  for (uint64_t n = 1; n <= sayilar.renames; ++n) planlar.push_back({.fail_rename = n});
-  for (uint64_t k = 0; k < 8; ++k) {
-    planlar.push_back({.disk_full_after = sayilar.bytes_written * k / 8});
-  }
+  // Each change failing alone, and the disk full from a few of them on.
+  std::vector<std::pair<uint64_t, Fault>> planlar;
+  for (uint64_t n = 1; n <= sayi; ++n) planlar.push_back({n, Fault::kFailing});
+  for (uint64_t k = 0; k < 8; ++k) planlar.push_back({1 + sayi * k / 8, Fault::kDiskFull});
   int kararli = 0;
-  for (const auto& plan : planlar) {
-    SCOPED_TRACE("write " + std::to_string(plan.fail_write) + ", flush " +
-                 std::to_string(plan.fail_sync) + ", rename " + std::to_string(plan.fail_rename) +
-                 ", full after " + std::to_string(plan.disk_full_after) + " bytes");
+  for (const auto& [n, fault] : planlar) {
+    SCOPED_TRACE((fault == Fault::kFailing ? "failing change " : "disk full at change ") +
+                 std::to_string(n));
     Eskiye();
-    px::testing::FailingFiles files(plan);
+    px::testing::DyingFiles files(n, fault);
     const auto r = GeriAl(files);
     EXPECT_TRUE(r.sonuc.hata);
     EXPECT_NE(Hatalar(r.kutular).find("Hata Kodu"), std::string::npos);

@@ -30,41 +30,52 @@ db::MemoryConnection CompanyDatabase() {
   return c;
 }
 
-TEST(SirketKaydiOku, TakesTheNameByPositionAndTheRestByName) {
+// The name by position and the rest by name; Nulls become empty; a missing company keeps
+// the defaults.
+TEST(SirketKaydiOku, ByPositionAndByName) {
   auto db = CompanyDatabase();
-  auto kayit = SirketKaydiOku(db, "001");
-  ASSERT_TRUE(kayit.ok()) << kayit.status().ToString();
-  EXPECT_EQ(db.queries.back(), "SELECT * FROM tblSirket WHERE intSirketNo = '001' ");
-  SirketKaydi expected{"Örnek Ticaret A.Ş.", "0312 000 00 01", "0312 000 00 02", "",
-                       "İkinci Satır",       "1234567890",     "Çankaya"};
-  EXPECT_EQ(*kayit, expected);
-}
-
-TEST(SirketKaydiOku, NullsBecomeEmptyAndAMissingCompanyKeepsTheDefaults) {
-  auto db = CompanyDatabase();
-  auto kayit = SirketKaydiOku(db, "002");
-  ASSERT_TRUE(kayit.ok());
-  EXPECT_EQ(*kayit, (SirketKaydi{"", "", "", "", "", "", ""}));
-  kayit = SirketKaydiOku(db, "009");
-  ASSERT_TRUE(kayit.ok());
-  EXPECT_EQ(kayit->sirket_adi, "Bilinmeyen Şirket Adı");
-  EXPECT_EQ(kayit->vergi_no, "");
-}
-
-TEST(SirketKaydiOku, MissingTableIsAnError) {
+  const std::pair<const char*, SirketKaydi> cases[] = {
+      {"001",
+       {"Örnek Ticaret A.Ş.", "0312 000 00 01", "0312 000 00 02", "", "İkinci Satır", "1234567890",
+        "Çankaya"}},
+      {"002", {"", "", "", "", "", "", ""}},
+      {"009", {"Bilinmeyen Şirket Adı", "", "", "", "", "", ""}},
+  };
+  for (const auto& [no, beklenen] : cases) {
+    auto kayit = SirketKaydiOku(db, no);
+    ASSERT_TRUE(kayit.ok()) << kayit.status().ToString();
+    EXPECT_EQ(*kayit, beklenen) << no;
+    EXPECT_EQ(db.queries.back(),
+              "SELECT * FROM tblSirket WHERE intSirketNo = '" + std::string(no) + "' ");
+  }
   db::MemoryConnection empty;
   EXPECT_FALSE(SirketKaydiOku(empty, "001").ok());
 }
 
-TEST(KullaniciDerecesiOku, KeyIsCompanyNumberFollowedByUserName) {
+// The key is the company number followed by the user name (Jet's = ignores case); a Null
+// level or a blank text is 0, no row 2; a text level is converted, garbage is an error.
+TEST(KullaniciDerecesiOku, ByCompanyAndUser) {
   auto db = CompanyDatabase();
-  auto level = KullaniciDerecesiOku(db, "PERGO", "001");
-  ASSERT_TRUE(level.ok());
-  EXPECT_EQ(*level, 5);
-  EXPECT_EQ(db.queries.back(), "SELECT Derecesi FROM Guvenlik WHERE Kullanici = '001PERGO'");
-  EXPECT_EQ(*KullaniciDerecesiOku(db, "AYSE", "001"), 1);   // Jet's = ignores case
-  EXPECT_EQ(*KullaniciDerecesiOku(db, "PERGO", "002"), 0);  // Null level
-  EXPECT_EQ(*KullaniciDerecesiOku(db, "PERGO", "003"), 2);  // no row
+  db::MemoryTable g;
+  g.fields = {db::TextField("Kullanici"), db::TextField("Derecesi")};
+  g.rows = {{std::string("001A"), std::string(" 4 ")},
+            {std::string("001B"), std::string("  ")},
+            {std::string("001C"), std::string("yönetici")}};
+  db::MemoryConnection metin;
+  metin.Add("Guvenlik", std::move(g));
+  const std::tuple<db::MemoryConnection*, const char*, const char*, int> cases[] = {
+      {&db, "PERGO", "001", 5}, {&db, "AYSE", "001", 1}, {&db, "PERGO", "002", 0},
+      {&db, "PERGO", "003", 2}, {&metin, "A", "001", 4}, {&metin, "B", "001", 0},
+  };
+  for (const auto& [c, kullanici, sirket, derece] : cases) {
+    auto level = KullaniciDerecesiOku(*c, kullanici, sirket);
+    ASSERT_TRUE(level.ok()) << kullanici << ": " << level.status().ToString();
+    EXPECT_EQ(*level, derece) << sirket << kullanici;
+  }
+  EXPECT_EQ(db.queries.back(), "SELECT Derecesi FROM Guvenlik WHERE Kullanici = '003PERGO'");
+  auto bad = KullaniciDerecesiOku(metin, "C", "001");
+  ASSERT_FALSE(bad.ok());
+  EXPECT_NE(bad.status().message().find("yönetici"), std::string::npos);
 }
 
 TEST(BosIseSifir, NullAndBlankGiveZero) {
@@ -74,21 +85,6 @@ TEST(BosIseSifir, NullAndBlankGiveZero) {
   EXPECT_EQ(BosIseSifir(std::string(" 7 ")), " 7 ");
   EXPECT_EQ(BosIseSifir(int64_t{0}), "0");
   EXPECT_EQ(BosIseSifir(int64_t{-3}), "-3");
-}
-
-TEST(KullaniciDerecesiOku, TextLevelsAreConvertedAndGarbageIsAnError) {
-  db::MemoryTable g;
-  g.fields = {db::TextField("Kullanici"), db::TextField("Derecesi")};
-  g.rows = {{std::string("001A"), std::string(" 4 ")},
-            {std::string("001B"), std::string("  ")},
-            {std::string("001C"), std::string("yönetici")}};
-  db::MemoryConnection c;
-  c.Add("Guvenlik", std::move(g));
-  EXPECT_EQ(*KullaniciDerecesiOku(c, "A", "001"), 4);
-  EXPECT_EQ(*KullaniciDerecesiOku(c, "B", "001"), 0);
-  auto bad = KullaniciDerecesiOku(c, "C", "001");
-  ASSERT_FALSE(bad.ok());
-  EXPECT_NE(bad.status().message().find("yönetici"), std::string::npos);
 }
 
 }  // namespace
