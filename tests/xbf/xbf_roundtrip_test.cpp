@@ -265,21 +265,8 @@ TEST(XbfRoundTrip, ReplacedFileAppearsOnlyWhenComplete) {
   std::filesystem::remove_all(dir);
 }
 
-}  // namespace
-}  // namespace px::xbf
-
-namespace px::xbf {
-namespace {
-
 TEST(XbfPadding, FixedTextIsPaddedAsAdoCountsIt) {
-  auto field = [](int type, int64_t size) {
-    FieldInfo f;
-    f.name = "k";
-    f.ado_type = type;
-    f.size = size;
-    f.attributes = fld::kFixed;
-    return f;
-  };
+  auto field = [](int type, int64_t size) { return Field("k", type, size, fld::kFixed); };
   // ANSI (char) fields count bytes of their code page: double-byte pages take two for most
   // characters; wide (nchar) fields count UTF-16 units whatever the code page.
   struct {
