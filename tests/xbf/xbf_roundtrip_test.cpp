@@ -196,26 +196,6 @@ TEST(XbfRoundTrip, NamesThatAreNotXmlNamesAreMapped) {
   EXPECT_EQ(back_fields[4].name, "Gün");
 }
 
-// A row source of `count` generated rows, for streaming checks.
-class CountingSource : public RowSource {
- public:
-  explicit CountingSource(int64_t count) : count_(count) {
-    fields_ = {Field("ID", ado::kInteger, 4, fld::kFixed), Field("Metin", ado::kVarWChar, 50)};
-  }
-  const std::vector<FieldInfo>& fields() const override { return fields_; }
-  bool Next(Row& row) override {
-    if (next_ >= count_) return false;
-    row = {next_, std::string("satır ") + std::to_string(next_)};
-    ++next_;
-    return true;
-  }
-  Status status() const override { return Status::Ok(); }
-
- private:
-  std::vector<FieldInfo> fields_;
-  int64_t count_, next_ = 0;
-};
-
 // Counts bytes and the largest single write.
 class MeasuringSink : public ByteSink {
  public:
@@ -228,7 +208,10 @@ class MeasuringSink : public ByteSink {
 };
 
 TEST(XbfRoundTrip, RowsStreamThroughInBoundedChunks) {
-  CountingSource src(200000);
+  std::vector<Row> rows;
+  for (int64_t i = 0; i < 200000; ++i) rows.push_back({i, "satır " + std::to_string(i)});
+  VectorSource src({Field("ID", ado::kInteger, 4, fld::kFixed), Field("Metin", ado::kVarWChar, 50)},
+                   std::move(rows));
   MeasuringSink sink;
   ASSERT_TRUE(WriteRecordset(src, sink).ok());
   EXPECT_GT(sink.total, 6000000u);
