@@ -73,6 +73,36 @@ class Checker {
     }
   }
 
+  // The pages of the row's long values (their chains followed as far as they hold; the
+  // reader reports a broken chain) are in use, whatever the maps say.
+  void MarkLongValuePages(const TableDef& def, RowPointer at) {
+    if (std::none_of(def.columns.begin(), def.columns.end(), [](const ColumnDef& c) {
+          return c.type == coltype::kMemo || c.type == coltype::kOle;
+        })) {
+      return;
+    }
+    Page holder;
+    auto row = ReadRowAt(db_.pager(), db_.format(), at, holder);
+    if (!row.ok() || !CrackRow(db_.format(), def, *row, cracked_, "").ok()) return;
+    for (size_t i = 0; i < def.columns.size(); ++i) {
+      const ColumnData& c = cracked_[i];
+      if (c.null || c.bytes.size() < kLongValueHeaderSize) continue;
+      if (def.columns[i].type != coltype::kMemo && def.columns[i].type != coltype::kOle) continue;
+      const uint32_t word = LoadLe32(c.bytes.data());
+      if (word & kLongValueInline) continue;
+      RowPointer next = DecodeRowPointer(LoadLe32(c.bytes.data() + 4));
+      std::unordered_set<uint32_t> seen;
+      while (next.page != 0 && seen.insert(PackRowPointer(next)).second) {
+        used_.insert(next.page);
+        if (word & kLongValueSingle) break;
+        Page link_holder;
+        auto link = ReadRowAt(db_.pager(), db_.format(), next, link_holder);
+        if (!link.ok() || link->size() < 4) break;
+        next = DecodeRowPointer(LoadLe32(link->data()));
+      }
+    }
+  }
+
   void CheckTable(const CatalogEntry& e) {
     ++report_.tables;
     const std::string what = "table " + e.name;
@@ -120,6 +150,7 @@ class Checker {
       Row row;
       while ((*reader)->Next(row)) {
         rows.push_back(PackRowPointer((*reader)->last_row_pointer()));
+        MarkLongValuePages(*def, (*reader)->last_row_pointer());
         for (auto& [col, max] : autonumber_max) {
           if (const auto* v = std::get_if<int64_t>(&row[col])) {
             max = counts_down ? std::min(max, *v) : std::max(max, *v);
@@ -260,6 +291,7 @@ class Checker {
   size_t max_;
   IntegrityReport report_;
   std::unordered_set<uint32_t> used_;
+  std::vector<ColumnData> cracked_;
 };
 
 }  // namespace

@@ -9,9 +9,10 @@
 //              encoder makes of its row (index_verify.h)
 //   AutoNumber the definition's last issued value is at least every stored value (at most,
 //              when its increment is negative)
-//   page map   no page that a table definition, a table's rows or long values, an index or
-//              a usage map (its bitmap pages included) occupies is marked free in the
-//              database's page map (page 1, row 0)
+//   page map   no page that a table definition, a table's rows or long values (by their
+//              maps and by the chains the rows name), an index or a usage map (its bitmap
+//              pages included) occupies is marked free in the database's page map (page 1,
+//              row 0)
 //
 // Every problem is a finding of one line naming the file and the table, index or page;
 // damage never stops the check of the other tables. Memory: one row pointer (4 bytes) per

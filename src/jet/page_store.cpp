@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 
 #include "jet/header.h"
+#include "jet/tabledef.h"
 #include "jet/usage_map.h"
 #include "platform/files.h"
 #include "platform/utf8_path.h"
@@ -114,6 +116,7 @@ PageStore::~PageStore() {
 }
 
 void PageStore::DropTemporaries() {
+  claimed_.clear();
   resident_.clear();
   resident_order_.clear();
   spilled_.clear();
@@ -212,6 +215,11 @@ Result<std::unique_ptr<PageStore>> PageStore::Open(platform::FileLayer& files,
   if (!free.ok()) return free.status();
   store->free_ = std::move(*free);
   store->committed_free_ = store->free_;
+  store->unverified_.assign(store->page_count_, false);
+  for (uint32_t p = 0; p < store->page_count_; ++p) {
+    if (store->free_.Contains(p)) store->unverified_[p] = true;
+  }
+  store->committed_checks_ = {store->unverified_, store->refused_};
   return store;
 }
 
@@ -443,16 +451,75 @@ Status PageStore::PromoteGlobalMap(uint8_t* row, size_t row_len) {
   return Status::Ok();
 }
 
-Result<MutablePage> PageStore::Allocate(uint8_t page_type, uint32_t owner) {
-  uint32_t number;
-  if (std::optional<uint32_t> reused = free_.TakeLowest()) {
-    number = *reused;
-  } else {
-    if (page_count_ >= 0xFFFFFFu) {
-      return Status::NotSupported(display_name_ + ": the database has reached its largest size");
+Result<std::vector<bool>> PageStore::ClaimsOf(uint32_t owner) {
+  const JetFormat& f = format();
+  // Names are not read here, so any code page does.
+  PX_ASSIGN_OR_RETURN(TableDef def, ReadTableDef(*pager_, f, owner, 1252, Where(owner)));
+  std::vector<bool> claims(page_count_, false);
+  std::vector<RowPointer> maps = {def.owned_map};
+  for (const LongValueMaps& lv : def.long_value_maps) maps.push_back(lv.owned);
+  for (const RealIndex& r : def.real_indexes) maps.push_back(r.used_map);
+  for (const RowPointer& m : maps) {
+    if (m.page == 0) continue;
+    PX_ASSIGN_OR_RETURN(UsageMapCursor cursor, UsageMapCursor::Open(*pager_, f, m, Where(owner)));
+    for (;;) {
+      PX_ASSIGN_OR_RETURN(std::optional<uint32_t> n, cursor.Next());
+      if (!n) break;
+      if (*n < claims.size()) claims[*n] = true;
     }
-    number = page_count_++;
   }
+  return claims;
+}
+
+Result<bool> PageStore::ClaimedByOwner(uint32_t number) {
+  PX_ASSIGN_OR_RETURN(Page page, Get(number));
+  Bytes p = page.bytes();
+  if (p[0] != page_type::kData && p[0] != page_type::kIndexNode && p[0] != page_type::kIndexLeaf) {
+    return false;
+  }
+  // An owner that is no table any more (its definition page free, or something else now)
+  // claims nothing.
+  const uint32_t owner = LoadLe32(&p[format().data_owner]);
+  if (owner <= kGlobalMapPage || owner >= page_count_ || free_.Contains(owner) ||
+      (owner < unverified_.size() && unverified_[owner])) {
+    return false;
+  }
+  PX_ASSIGN_OR_RETURN(Page tdef, Get(owner));
+  if (tdef.bytes()[0] != page_type::kTableDef) return false;
+  auto known = claimed_.find(owner);
+  if (known == claimed_.end()) {
+    // A definition or map that cannot be read leaves the question open: the page is not
+    // taken (mdb kontrol names the damage).
+    auto claims = ClaimsOf(owner);
+    known = claimed_.emplace(owner, claims.ok() ? std::move(*claims) : std::vector<bool>()).first;
+    if (!claims.ok()) return true;
+  }
+  return known->second.empty() || (number < known->second.size() && known->second[number]);
+}
+
+Result<uint32_t> PageStore::ReusablePage() {
+  while (std::optional<uint32_t> reused = free_.TakeLowest()) {
+    const uint32_t n = *reused;
+    if (n < refused_.size() && refused_[n]) continue;
+    if (n < unverified_.size() && unverified_[n]) {
+      PX_ASSIGN_OR_RETURN(bool claimed, ClaimedByOwner(n));
+      if (claimed) {
+        if (refused_.size() <= n) refused_.resize(size_t(n) + 1, false);
+        refused_[n] = true;
+        continue;
+      }
+      unverified_[n] = false;
+    }
+    return n;
+  }
+  if (page_count_ >= 0xFFFFFFu) {
+    return Status::NotSupported(display_name_ + ": the database has reached its largest size");
+  }
+  return page_count_++;
+}
+
+Result<MutablePage> PageStore::Allocate(uint8_t page_type, uint32_t owner) {
+  PX_ASSIGN_OR_RETURN(const uint32_t number, ReusablePage());
   PX_ASSIGN_OR_RETURN(MutablePage page, Modify(number));
   MutableBytes b = page.bytes();
   std::fill(b.begin(), b.end(), uint8_t{0});
@@ -473,6 +540,8 @@ Status PageStore::Free(uint32_t number) {
   if (number <= kGlobalMapPage || number >= page_count_) {
     return Status::InvalidArgument(Where(number) + " cannot be freed");
   }
+  if (number < unverified_.size()) unverified_[number] = false;  // freed by its owner
+  if (number < refused_.size()) refused_[number] = false;
   if (free_.Contains(number)) return Status::Ok();
   free_.Add(number);
   PX_RETURN_IF_ERROR(MarkGlobal(number, true));
@@ -539,6 +608,7 @@ Status PageStore::Install(const std::string& from) {
   }
   DropTemporaries();
   committed_free_ = free_;
+  committed_checks_ = {unverified_, refused_};
   // The committed file is the new base; taking its lock can race only with a program that
   // opens it in the instant after the rename.
   return LockAndOpenBase();
@@ -585,6 +655,7 @@ Status PageStore::Finish() {
     DropTemporaries();
     page_count_ = committed_page_count_;
     free_ = committed_free_;
+    std::tie(unverified_, refused_) = committed_checks_;
     pager_->Refresh();
   }
   return st;
@@ -598,6 +669,7 @@ void PageStore::Rollback() {
   DropTemporaries();
   page_count_ = committed_page_count_;
   free_ = committed_free_;
+  std::tie(unverified_, refused_) = committed_checks_;
   pager_->Refresh();
 }
 

@@ -30,7 +30,10 @@
 // Pages are allocated by reusing the lowest page the global usage map (page 1, row 0: bit
 // set = page free) marks free, or one this store freed (free_pages.h), and otherwise by
 // appending to the file; the map is kept consistent with both. An inline map that cannot
-// name a page is promoted to a reference map, as Access does for larger files.
+// name a page is promoted to a reference map, as Access does for larger files. The map is
+// not trusted blindly: a data or index page it calls free that its owner's table still
+// claims (in the map of its rows, of its long values or of an index) is never reused, as
+// `mdb kontrol` reports such a page.
 
 #include <cstdint>
 #include <list>
@@ -181,6 +184,13 @@ class PageStore final : public PageOverlay {
   // takes the original back.
   Status Install(const std::string& from);
   void DropTemporaries();
+  // True when the page, marked free by the page map, is claimed by the table its header
+  // names as owner: a map that is wrong about it. The owners' claims are kept per
+  // transaction (claimed_).
+  Result<bool> ClaimedByOwner(uint32_t number);
+  // The pages the maps of the table defined at `owner` name, by number.
+  Result<std::vector<bool>> ClaimsOf(uint32_t owner);
+  Result<uint32_t> ReusablePage();
   std::string Where(uint32_t number) const;
 
   platform::FileLayer& files_;
@@ -203,6 +213,13 @@ class PageStore final : public PageOverlay {
   uint64_t scratch_end_ = 0;
   FreePages free_;  // reusable: free in the page map, or freed since
   FreePages committed_free_;
+  // By page number: marked free by the map as read, not yet looked at (ClaimedByOwner);
+  // and found claimed, never to be handed out.
+  std::vector<bool> unverified_;
+  std::vector<bool> refused_;
+  std::pair<std::vector<bool>, std::vector<bool>> committed_checks_;  // both, as committed
+  // By owner: the pages it claims; empty when that could not be read (all of them).
+  std::unordered_map<uint32_t, std::vector<bool>> claimed_;
   bool prepared_ = false;  // the new file waits in PreparedFileBeside(path_)
 };
 

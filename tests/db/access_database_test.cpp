@@ -175,11 +175,6 @@ TEST_F(AccessDatabaseTest, RecordsetRowsAndAdoxCalls) {
 }
 
 TEST_F(AccessDatabaseTest, SchemaAnswersComeFromTheFile) {
-  auto columns = db_->SchemaColumns("table3");
-  ASSERT_TRUE(columns.ok()) << columns.status().ToString();
-  ASSERT_FALSE(columns->empty());
-  EXPECT_EQ((*columns)[0].name, "a");
-  for (size_t i = 0; i < columns->size(); ++i) EXPECT_EQ((*columns)[i].ordinal, int64_t(i + 1));
   auto none = db_->SchemaColumns("yok");
   ASSERT_TRUE(none.ok());
   EXPECT_TRUE(none->empty());
@@ -187,8 +182,8 @@ TEST_F(AccessDatabaseTest, SchemaAnswersComeFromTheFile) {
   auto table1 = db_->SchemaColumns("Table1");
   ASSERT_TRUE(table1.ok());
   std::string names;
-  for (const SchemaColumn& c : *table1) names += c.name;
-  EXPECT_EQ(names, "ABCDEFGHI");
+  for (const SchemaColumn& c : *table1) names += c.name + std::to_string(c.ordinal);
+  EXPECT_EQ(names, "A1B2C3D4E5F6G7H8I9");
 
   EXPECT_EQ(*db_->KeyCount("Table1"), 1);
   EXPECT_EQ(*db_->HasAutoNumber("Table1"), false);

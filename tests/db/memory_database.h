@@ -41,7 +41,6 @@ class MemoryDatabase : public Database, private TableStore {
   }
   const std::vector<Row>& RowsOf(std::string_view name) { return Find(name)->rows; }
 
-  std::vector<std::string> statements;  // every Execute() text, in order
   bool in_transaction() const { return saved_.has_value(); }
 
   Result<std::vector<TableEntry>> Tables() override {
@@ -58,7 +57,6 @@ class MemoryDatabase : public Database, private TableStore {
   }
 
   Result<int64_t> Execute(std::string_view sql) override {
-    statements.emplace_back(sql);
     return ExecuteWriteStatement(*this, sql);
   }
 

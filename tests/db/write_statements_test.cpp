@@ -165,6 +165,7 @@ TEST(ExecuteWriteStatement, PersonnelKeyRewrites) {
   }
 }
 
+// Each condition is Jet's "=" (see the criteria tests); these are the parts around it.
 TEST(ExecuteWriteStatement, UpdateConditionsFollowJetEquals) {
   MemoryDatabase db;
   db.AddTable("t", {Col("n", ado::kInteger), Col("s", ado::kVarWChar, 20), Col("d", ado::kDate)},
@@ -175,10 +176,7 @@ TEST(ExecuteWriteStatement, UpdateConditionsFollowJetEquals) {
     const char* sql;
     int64_t affected;
   } cases[] = {
-      {"UPDATE t SET s = s WHERE s = 'çay'", 2},  // text without regard to case
-      {"UPDATE t SET s = s WHERE n = '001'", 1},  // quoted number against a number
       {"UPDATE t SET s = s WHERE n = 3 AND s = 'ŞEKER'", 1},
-      {"UPDATE t SET s = s WHERE d = '2024-02-29'", 1},  // Null never matches
       {"UPDATE t SET s = s WHERE MID(s, 2, 2) = 'AY'", 2},
       {"UPDATE t SET s = s WHERE MID(n, 1) = '2'", 1},  // a number read as its text
       {"UPDATE t SET s = s", 3},

@@ -239,15 +239,9 @@ class FakePool : public db::DatabasePool {
   }
   void Close(std::string_view path) override { log.push_back("Close " + std::string(path)); }
   void CloseAll() override { log.push_back("CloseAll"); }
-  // One after another (the real pool's record is what makes them one); a failure rolls back
-  // those after the failing one.
+  // One after another: the real pool's record is what makes them one.
   Status CommitTogether(std::span<db::Database* const> databases) override {
-    for (size_t i = 0; i < databases.size(); ++i) {
-      if (Status s = databases[i]->Commit(); !s.ok()) {
-        for (size_t j = i + 1; j < databases.size(); ++j) (void)databases[j]->Rollback();
-        return s;
-      }
-    }
+    for (db::Database* d : databases) PX_RETURN_IF_ERROR(d->Commit());
     return Status::Ok();
   }
 };

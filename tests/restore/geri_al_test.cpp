@@ -635,23 +635,6 @@ TEST_F(GeriAlTest, TableImportEdgeFiles) {
       ModulDosyalariniGeriAl(o, islem, *katalog, kPaket + "\\kisa", hedef).IsInvalidArgument());
 }
 
-TEST_F(GeriAlTest, ModuleFoldersCreatedFromTheTopDown) {
-  const std::pair<int, std::vector<const char*>> cases[] = {
-      {0, {}},
-      {1, {"Stok"}},
-      {2, {"Stok", "Stok/Data"}},
-      {4, {"Stok", "Stok/Data", "Stok/Data/001", "Stok/Data/001/2009"}},
-      {5, {}},
-  };
-  for (const auto& [seviye, klasorler] : cases) {
-    std::filesystem::remove_all(c_.path() / "Pergonix/Stok");
-    ASSERT_TRUE(ModulKlasorleriniHazirla(fs_, kKok, "Stok", seviye, "001", "2009").ok());
-    for (const char* k : klasorler)
-      EXPECT_TRUE(std::filesystem::is_directory(c_.path() / "Pergonix" / k)) << k;
-    EXPECT_EQ(std::filesystem::exists(c_.path() / "Pergonix/Stok"), !klasorler.empty()) << seviye;
-  }
-}
-
 TEST_F(GeriAlTest, PersonelRewriteDialectAndSwallowedErrors) {
   struct Case {
     std::string ayar;  // the settings' kind: which connection

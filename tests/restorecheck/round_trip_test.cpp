@@ -7,6 +7,7 @@
 
 #include "db/access_database.h"
 #include "restorecheck/suite_helpers.h"
+#include "support/saha.h"
 #include "support/samples.h"
 
 namespace px::restorecheck {
@@ -65,33 +66,29 @@ void Karsilastir(const std::map<std::string, VeritabaniDokumu>& kaynak,
 
 // Rows with apostrophes in a table restored through INSERT statements (CariKart) and in one
 // restored by adding rows (CariNot).
-void KesmeIsaretliSatirlar(Suit& s) {
+void KesmeIsaretliSatirlar() {
+  using px::testing::Saha;
   auto havuz = db::NewAccessDatabasePool(platform::SystemFiles());
   auto cari = havuz->Open("C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb");
   ASSERT_TRUE(cari.ok()) << cari.status().message();
-  auto metin = [](const char* ad) {
-    FieldInfo f;
-    f.name = ad;
-    f.ado_type = ado::kVarWChar;
-    return f;
-  };
   ASSERT_TRUE((*cari)
-                  ->AddRow("CariKart", {metin("CariKod"), metin("Unvan")},
+                  ->AddRow("CariKart",
+                           {Saha("CariKod", ado::kVarWChar), Saha("Unvan", ado::kVarWChar)},
                            {std::string("O'Neil"), std::string("D'Arcy'nin Şirketi")})
                   .ok());
-  ASSERT_TRUE(
-      (*cari)
-          ->AddRow("CariNot", {metin("NotKod"), metin("Metin")}, {std::string("N'1"), Null{}})
-          .ok());
+  ASSERT_TRUE((*cari)
+                  ->AddRow("CariNot",
+                           {Saha("NotKod", ado::kVarWChar), Saha("Metin", ado::kVarWChar)},
+                           {std::string("N'1"), Null{}})
+                  .ok());
   havuz->CloseAll();
-  (void)s;
 }
 
 TEST(GidisDonus, IntoAnEmptySuiteAsAnotherCompanyAndYear) {
   PX_SAMPLE_OR_SKIP(ornek, "suite/Pergonix");
   PX_JET_ORACLE_OR_SKIP();
   Suit s;
-  KesmeIsaretliSatirlar(s);
+  KesmeIsaretliSatirlar();
   const auto kaynak = Dok(s.Veritabanlari("001", "2009"));
   ASSERT_EQ(kaynak.size(), 15u);
   s.Yedekle("P", "001", "2009");

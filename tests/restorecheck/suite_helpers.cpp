@@ -35,10 +35,6 @@ bool ModulVeritabani(const std::vector<std::string>& p, const std::string& sirke
 
 }  // namespace
 
-bool JetOracleVar() {
-  return fs::exists(JetOracleJar()) && !px::testing::FindOnPath("java").empty();
-}
-
 std::vector<OracleCevabi> JetOracle(const std::vector<std::vector<std::string>>& komutlar) {
   std::string girdi;
   for (const auto& k : komutlar) {
@@ -245,6 +241,11 @@ struct Calisma {
               {},
               nullptr,
               {}} {}
+  // The run's result and boxes, its databases closed.
+  Suit::GeriAlma Bitir(restore::GeriAlSonucu sonuc) {
+    havuz->CloseAll();
+    return {std::move(sonuc), op.boxes};
+  }
   HostFileSystem fs;
   restore::HostDosyalar dosyalar;
   std::unique_ptr<db::DatabasePool> havuz;
@@ -259,8 +260,6 @@ Suit::GeriAlma Suit::GeriAl(const std::string& paket, const std::string& paket_s
                             const std::string& yil, platform::FileLayer& files,
                             std::vector<std::string> moduller) {
   Calisma c(files);
-  HostFileSystem& fs = c.fs;
-  restore::Ortam& ortam = c.ortam;
   restore::GeriAlGirdileri g;
   g.paket = paket;
   g.sirket = sirket;
@@ -271,17 +270,14 @@ Suit::GeriAlma Suit::GeriAl(const std::string& paket, const std::string& paket_s
   g.onaysiz = true;
   if (moduller.empty()) {
     for (const auto& m : modules::Moduller()) {
-      if (restore::ModulPaketteVarmi(fs, "D:\\Yedek\\" + paket, std::string(m.klasor), paket_sirket,
-                                     paket_yil)) {
+      if (restore::ModulPaketteVarmi(c.fs, "D:\\Yedek\\" + paket, std::string(m.klasor),
+                                     paket_sirket, paket_yil)) {
         moduller.emplace_back(m.ad);
       }
     }
   }
   for (const auto& m : moduller) g.moduller.push_back({m, true});
-  GeriAlma out{restore::GeriAlBaslat(ortam, g), {}};
-  c.havuz->CloseAll();
-  out.kutular = c.op.boxes;
-  return out;
+  return c.Bitir(restore::GeriAlBaslat(c.ortam, g));
 }
 
 Suit::GeriAlma Suit::YilGeriAl(const std::string& paket, const std::string& kaynak_yil,
@@ -304,10 +300,7 @@ Suit::GeriAlma Suit::YilGeriAl(const std::string& paket, const std::string& kayn
       }
     }
   }
-  GeriAlma out{restore::YilGeriAl(c.ortam, g), {}};
-  c.havuz->CloseAll();
-  out.kutular = c.op.boxes;
-  return out;
+  return c.Bitir(restore::YilGeriAl(c.ortam, g));
 }
 
 std::string Hatalar(const std::vector<op::Box>& kutular) {

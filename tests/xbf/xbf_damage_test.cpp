@@ -132,12 +132,6 @@ TEST(XbfDamage, Utf16BigEndianAndOtherPrefixes) {
   EXPECT_FALSE(testing::ReadText(be.substr(0, be.size() - 1)).status.ok());
 }
 
-}  // namespace
-}  // namespace px::xbf
-
-namespace px::xbf {
-namespace {
-
 TEST(XbfDamage, MalformedUtf8IsRefusedWithLineAndColumn) {
   struct Case {
     std::string body;

@@ -196,39 +196,6 @@ TEST(XbfRoundTrip, NamesThatAreNotXmlNamesAreMapped) {
   EXPECT_EQ(back_fields[4].name, "Gün");
 }
 
-TEST(XbfRoundTrip, ValuesThatDoNotFitTheirTypeAreRefused) {
-  std::vector<FieldInfo> f = {Field("D", ado::kDouble, 8, fld::kFixed)};
-  for (Value bad : {Value(std::string("x")), Value(std::numeric_limits<double>::infinity()),
-                    Value(std::nan(""))}) {
-    VectorSource src(f, {{bad}});
-    StringSink sink;
-    EXPECT_TRUE(WriteRecordset(src, sink).IsInvalidArgument());
-  }
-  VectorSource short_row(f, {Row{}});
-  StringSink sink;
-  EXPECT_TRUE(WriteRecordset(short_row, sink).IsInvalidArgument());
-}
-
-// A row source of `count` generated rows, for streaming checks.
-class CountingSource : public RowSource {
- public:
-  explicit CountingSource(int64_t count) : count_(count) {
-    fields_ = {Field("ID", ado::kInteger, 4, fld::kFixed), Field("Metin", ado::kVarWChar, 50)};
-  }
-  const std::vector<FieldInfo>& fields() const override { return fields_; }
-  bool Next(Row& row) override {
-    if (next_ >= count_) return false;
-    row = {next_, std::string("satır ") + std::to_string(next_)};
-    ++next_;
-    return true;
-  }
-  Status status() const override { return Status::Ok(); }
-
- private:
-  std::vector<FieldInfo> fields_;
-  int64_t count_, next_ = 0;
-};
-
 // Counts bytes and the largest single write.
 class MeasuringSink : public ByteSink {
  public:
@@ -241,45 +208,39 @@ class MeasuringSink : public ByteSink {
 };
 
 TEST(XbfRoundTrip, RowsStreamThroughInBoundedChunks) {
-  CountingSource src(200000);
+  std::vector<Row> rows;
+  for (int64_t i = 0; i < 200000; ++i) rows.push_back({i, "satır " + std::to_string(i)});
+  VectorSource src({Field("ID", ado::kInteger, 4, fld::kFixed), Field("Metin", ado::kVarWChar, 50)},
+                   std::move(rows));
   MeasuringSink sink;
   ASSERT_TRUE(WriteRecordset(src, sink).ok());
   EXPECT_GT(sink.total, 6000000u);
   EXPECT_LT(sink.largest, 200000u);
 }
 
-TEST(XbfRoundTrip, ReplacedFileAppearsOnlyWhenComplete) {
+TEST(XbfRoundTrip, RefusedValuesLeaveTheReplacedFileAsItWas) {
   const auto dir = std::filesystem::temp_directory_path() / "px_xbf_replace_test";
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
   const std::string target = (dir / "a-T.xbf").string();
   { std::ofstream(target) << "old"; }
+  // Values that do not fit their type, and a short row, are refused after a good row.
   std::vector<FieldInfo> f = {Field("D", ado::kDouble, 8, fld::kFixed)};
-  VectorSource bad(f, {{1.0}, {std::string("not a number")}});
-  EXPECT_FALSE(WriteRecordsetFile(bad, target).ok());
-  EXPECT_EQ(testing::ReadAll(target), "old");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir), {}), 1);
+  for (Row bad : {Row{std::string("x")}, Row{std::numeric_limits<double>::infinity()},
+                  Row{std::nan("")}, Row{}}) {
+    VectorSource src(f, {{1.0}, bad});
+    EXPECT_TRUE(WriteRecordsetFile(src, target).IsInvalidArgument());
+    EXPECT_EQ(testing::ReadAll(target), "old");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir), {}), 1);
+  }
   VectorSource good(f, {{1.0}});
   ASSERT_TRUE(WriteRecordsetFile(good, target).ok());
   EXPECT_NE(testing::ReadAll(target).find("D='1'"), std::string::npos);
   std::filesystem::remove_all(dir);
 }
 
-}  // namespace
-}  // namespace px::xbf
-
-namespace px::xbf {
-namespace {
-
 TEST(XbfPadding, FixedTextIsPaddedAsAdoCountsIt) {
-  auto field = [](int type, int64_t size) {
-    FieldInfo f;
-    f.name = "k";
-    f.ado_type = type;
-    f.size = size;
-    f.attributes = fld::kFixed;
-    return f;
-  };
+  auto field = [](int type, int64_t size) { return Field("k", type, size, fld::kFixed); };
   // ANSI (char) fields count bytes of their code page: double-byte pages take two for most
   // characters; wide (nchar) fields count UTF-16 units whatever the code page.
   struct {

@@ -20,12 +20,17 @@ inline std::filesystem::path SampleDir() {
 
 using ::px::testing::ReadAll;
 
-inline std::string Sample(const std::string& prefix) {
+// The path of the ADO sample whose name starts with `prefix`, and its bytes.
+inline std::string SampleFile(const std::string& prefix) {
   for (const auto& e : std::filesystem::directory_iterator(SampleDir())) {
-    if (e.path().filename().string().rfind(prefix, 0) == 0) return ReadAll(e.path());
+    if (e.path().filename().string().rfind(prefix, 0) == 0) return e.path().string();
   }
   ADD_FAILURE() << "no sample " << prefix;
   return {};
+}
+inline std::string Sample(const std::string& prefix) {
+  const std::string path = SampleFile(prefix);
+  return path.empty() ? std::string() : ReadAll(path);
 }
 
 // Reads every row of `text`; fails the test on an error.
