@@ -43,6 +43,11 @@ class DomainFileLayer final : public platform::FileLayer {
     PX_ASSIGN_OR_RETURN(std::string to, Host(target));
     return host_.Rename(from, to);
   }
+  Status RenameUnflushed(const std::string& temp, const std::string& target) override {
+    PX_ASSIGN_OR_RETURN(std::string from, Host(temp));
+    PX_ASSIGN_OR_RETURN(std::string to, Host(target));
+    return host_.RenameUnflushed(from, to);
+  }
   Status Remove(const std::string& path) override {
     PX_ASSIGN_OR_RETURN(std::string h, Host(path));
     return host_.Remove(h);

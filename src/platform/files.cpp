@@ -92,6 +92,9 @@ class SystemFileLayer final : public FileLayer {
   Status Rename(const std::string& temp, const std::string& target) override {
     return os::RenameOver(temp, target);
   }
+  Status RenameUnflushed(const std::string& temp, const std::string& target) override {
+    return os::RenameOverUnflushed(temp, target);
+  }
   Status Remove(const std::string& path) override { return os::RemoveFile(path); }
   bool Exists(const std::string& path) override {
     std::error_code ec;
@@ -144,15 +147,20 @@ std::string TempNameBeside(const std::string& target) {
 }
 
 FileReplacement::FileReplacement(FileLayer& files, std::string target, std::string temp,
-                                 std::unique_ptr<File> file)
-    : files_(files), target_(std::move(target)), temp_(std::move(temp)), file_(std::move(file)) {}
+                                 std::unique_ptr<File> file, Durability durability)
+    : files_(files),
+      target_(std::move(target)),
+      temp_(std::move(temp)),
+      file_(std::move(file)),
+      durability_(durability) {}
 
 Result<std::unique_ptr<FileReplacement>> FileReplacement::Create(FileLayer& files,
-                                                                 const std::string& target) {
+                                                                 const std::string& target,
+                                                                 Durability durability) {
   std::string temp = TempNameBeside(target);
   PX_ASSIGN_OR_RETURN(auto file, files.Open(temp, OpenMode::kCreateAlways));
   return std::unique_ptr<FileReplacement>(
-      new FileReplacement(files, target, std::move(temp), std::move(file)));
+      new FileReplacement(files, target, std::move(temp), std::move(file), durability));
 }
 
 FileReplacement::~FileReplacement() {
@@ -174,9 +182,13 @@ Status FileReplacement::Commit() {
   if (!error_.ok()) return error_;
   if (committed_) return Status::Ok();
   if (!file_) return error_ = Status::InvalidArgument(target_ + ": commit after a failure");
-  if (Status s = file_->Sync(); !s.ok()) return error_ = s;
+  const bool flushed = durability_ == Durability::kFlushed;
+  if (flushed) {
+    if (Status s = file_->Sync(); !s.ok()) return error_ = s;
+  }
   file_.reset();  // closed before the rename: Windows does not rename open files
-  if (Status s = files_.Rename(temp_, target_); !s.ok()) return error_ = s;
+  Status renamed = flushed ? files_.Rename(temp_, target_) : files_.RenameUnflushed(temp_, target_);
+  if (!renamed.ok()) return error_ = renamed;
   committed_ = true;
   return Status::Ok();
 }

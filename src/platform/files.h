@@ -60,6 +60,12 @@ class FileLayer {
   // Renames `temp` over `target` (replacing it), then flushes the folder. Callers flush
   // `temp` first; ReplaceFileWhole below does the whole sequence.
   virtual Status Rename(const std::string& temp, const std::string& target) = 0;
+  // The same rename with nothing flushed, for scratch files that are read back and removed
+  // by this run: a crash may lose the file, never show part of it under `target`. Layers
+  // that do not tell the two apart flush anyway.
+  virtual Status RenameUnflushed(const std::string& temp, const std::string& target) {
+    return Rename(temp, target);
+  }
   virtual Status Remove(const std::string& path) = 0;  // OK when it does not exist
   virtual bool Exists(const std::string& path) = 0;
   virtual Result<std::vector<FolderEntry>> List(const std::string& folder) = 0;
@@ -75,14 +81,20 @@ FileLayer& SystemFiles();
 // Temporary name beside `target`: ".~" + name + ".tmp" in the target's folder.
 std::string TempNameBeside(const std::string& target);
 
+// Whether a replaced file must reach the disk before it takes the target's name. A scratch
+// file (a staging copy read back and removed by the same run) skips both flushes: after a
+// crash it may be missing, but it is never seen half-written under its name.
+enum class Durability { kFlushed, kScratch };
+
 // A file being replaced whole: bytes go to TempNameBeside(target); Commit() flushes them
-// to disk, closes the file, renames it over the target and flushes the folder. Until then
-// the target is untouched, and destroying the object without a successful Commit() removes
-// the temporary file. The first error is kept and returned by every later call.
+// to disk (not for Durability::kScratch), closes the file, renames it over the target and
+// flushes the folder (likewise). Until then the target is untouched, and destroying the
+// object without a successful Commit() removes the temporary file. The first error is kept
+// and returned by every later call.
 class FileReplacement {
  public:
-  static Result<std::unique_ptr<FileReplacement>> Create(FileLayer& files,
-                                                         const std::string& target);
+  static Result<std::unique_ptr<FileReplacement>> Create(
+      FileLayer& files, const std::string& target, Durability durability = Durability::kFlushed);
   ~FileReplacement();
   FileReplacement(const FileReplacement&) = delete;
   FileReplacement& operator=(const FileReplacement&) = delete;
@@ -93,12 +105,13 @@ class FileReplacement {
 
  private:
   FileReplacement(FileLayer& files, std::string target, std::string temp,
-                  std::unique_ptr<File> file);
+                  std::unique_ptr<File> file, Durability durability);
 
   FileLayer& files_;
   std::string target_;
   std::string temp_;
   std::unique_ptr<File> file_;  // null once closed
+  Durability durability_;
   uint64_t written_ = 0;
   bool committed_ = false;
   Status error_;

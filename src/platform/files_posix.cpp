@@ -143,10 +143,15 @@ Result<std::unique_ptr<File>> OpenFile(const std::string& path, OpenMode mode) {
 }
 
 Status RenameOver(const std::string& temp, const std::string& target) {
+  PX_RETURN_IF_ERROR(RenameOverUnflushed(temp, target));
+  return SyncFolderOf(target);
+}
+
+Status RenameOverUnflushed(const std::string& temp, const std::string& target) {
   if (::rename(temp.c_str(), target.c_str()) != 0) {
     return ErrnoStatus(target, "cannot replace with " + temp, errno);
   }
-  return SyncFolderOf(target);
+  return Status::Ok();
 }
 
 Status RemoveFile(const std::string& path) {

@@ -214,6 +214,13 @@ Status RenameOver(const std::string& temp, const std::string& target) {
   return Status::Ok();
 }
 
+Status RenameOverUnflushed(const std::string& temp, const std::string& target) {
+  if (!MoveFileExW(win::Wide(temp).c_str(), win::Wide(target).c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    return ErrorStatus(target, "cannot replace with " + temp, GetLastError());
+  }
+  return Status::Ok();
+}
+
 Status RemoveFile(const std::string& path) {
   if (!DeleteFileW(win::Wide(path).c_str())) {
     const DWORD err = GetLastError();

@@ -54,6 +54,8 @@ class SystemFile : public File {
 Result<std::unique_ptr<File>> OpenFile(const std::string& path, OpenMode mode);
 // Renames `temp` over `target`, replacing it, and makes the rename durable.
 Status RenameOver(const std::string& temp, const std::string& target);
+// The same rename, atomic but not flushed.
+Status RenameOverUnflushed(const std::string& temp, const std::string& target);
 // OK when the file does not exist.
 Status RemoveFile(const std::string& path);
 Result<std::unique_ptr<FileLock>> LockWholeFile(const std::string& path);

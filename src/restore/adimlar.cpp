@@ -166,7 +166,10 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
     okunacak = gecici;
   }
   GeciciDosya temizlik(ortam.dosyalar, gecici);
-  if (!gecici.empty()) PX_RETURN_IF_ERROR(ortam.dosyalar.Ac(dosya_yolu, gecici));
+  // The staging file is read once and removed: it need not reach the disk.
+  if (!gecici.empty()) {
+    PX_RETURN_IF_ERROR(ortam.dosyalar.Ac(dosya_yolu, gecici, platform::Durability::kScratch));
+  }
   // A file found damaged only while its rows are added (a value that does not parse) ends the
   // module, whose transaction puts the table back as it was.
   PX_ASSIGN_OR_RETURN(const int64_t sayi, SatirSay(ortam.dosyalar, okunacak));
@@ -297,7 +300,8 @@ Status EkDosyalariGeriAl(Ortam& ortam, const std::string& modul, const std::stri
     PX_ASSIGN_OR_RETURN(std::string ad, xbf::DecompressedName(g.ad));
     const std::string gecici = ortam.gecici_klasor + ad;
     GeciciDosya temizlik(ortam.dosyalar, gecici);
-    PX_RETURN_IF_ERROR(ortam.dosyalar.Ac(kaynak + "\\" + g.ad, gecici));
+    PX_RETURN_IF_ERROR(
+        ortam.dosyalar.Ac(kaynak + "\\" + g.ad, gecici, platform::Durability::kFlushed));
     PX_RETURN_IF_ERROR(ortam.dosyalar.Kopyala(gecici, hedef + "\\" + ad));
   }
   return Status::Ok();

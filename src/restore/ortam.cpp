@@ -74,10 +74,11 @@ Result<int64_t> HostDosyalar::SatirSay(const std::string& yol) {
   return reader->CountRows();
 }
 
-Status HostDosyalar::Ac(const std::string& pbf, const std::string& hedef) {
+Status HostDosyalar::Ac(const std::string& pbf, const std::string& hedef,
+                        platform::Durability dayaniklilik) {
   PX_ASSIGN_OR_RETURN(fs::path kaynak, Host(pbf));
   PX_ASSIGN_OR_RETURN(fs::path cikti, Host(hedef));
-  return xbf::Ac(Utf8FromPath(kaynak), Utf8FromPath(cikti));
+  return xbf::Ac(Utf8FromPath(kaynak), Utf8FromPath(cikti), dayaniklilik);
 }
 
 Status HostDosyalar::Kopyala(const std::string& kaynak, const std::string& hedef) {

@@ -42,8 +42,10 @@ class Dosyalar {
   // How many rows TabloAc(yol) gives, counted without reading their values: exact for a
   // file that reads without an error (a damaged one is for the reading to tell).
   virtual Result<int64_t> SatirSay(const std::string& yol) = 0;
-  // Decompresses a ".pbf" into `hedef`; on failure `hedef` is left as it was.
-  virtual Status Ac(const std::string& pbf, const std::string& hedef) = 0;
+  // Decompresses a ".pbf" into `hedef`; on failure `hedef` is left as it was. A scratch
+  // `hedef` (read back and removed by this run) is not flushed to disk.
+  virtual Status Ac(const std::string& pbf, const std::string& hedef,
+                    platform::Durability dayaniklilik) = 0;
   // Copies a file over `hedef`, which is replaced only once the copy is complete.
   virtual Status Kopyala(const std::string& kaynak, const std::string& hedef) = 0;
   virtual Status Sil(const std::string& yol) = 0;  // OK when missing
@@ -69,7 +71,8 @@ class HostDosyalar : public Dosyalar {
   Result<std::vector<DosyaGirdisi>> Liste(const std::string& klasor) override;
   Result<std::unique_ptr<RowSource>> TabloAc(const std::string& yol) override;
   Result<int64_t> SatirSay(const std::string& yol) override;
-  Status Ac(const std::string& pbf, const std::string& hedef) override;
+  Status Ac(const std::string& pbf, const std::string& hedef,
+            platform::Durability dayaniklilik) override;
   Status Kopyala(const std::string& kaynak, const std::string& hedef) override;
   Status Sil(const std::string& yol) override;
   Result<std::string> Oku(const std::string& yol) override;

@@ -25,8 +25,9 @@ Result<size_t> FileInput::Read(uint8_t* buf, size_t n) {
 }
 
 Result<std::unique_ptr<ReplacingFile>> ReplacingFile::Create(const std::string& target,
-                                                             platform::FileLayer& files) {
-  PX_ASSIGN_OR_RETURN(auto file, platform::FileReplacement::Create(files, target));
+                                                             platform::FileLayer& files,
+                                                             platform::Durability durability) {
+  PX_ASSIGN_OR_RETURN(auto file, platform::FileReplacement::Create(files, target, durability));
   return std::unique_ptr<ReplacingFile>(new ReplacingFile(std::move(file)));
 }
 

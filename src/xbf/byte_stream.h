@@ -68,7 +68,8 @@ class StringSink : public ByteSink {
 class ReplacingFile : public ByteSink {
  public:
   static Result<std::unique_ptr<ReplacingFile>> Create(
-      const std::string& target, platform::FileLayer& files = platform::SystemFiles());
+      const std::string& target, platform::FileLayer& files = platform::SystemFiles(),
+      platform::Durability durability = platform::Durability::kFlushed);
   Status Write(std::string_view bytes) override;
   Status Commit() { return file_->Commit(); }
   const std::string& temp_path() const { return file_->temp_path(); }

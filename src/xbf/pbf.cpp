@@ -181,10 +181,11 @@ Status Sikistir(const std::string& input, const std::string& output) {
   return file->Commit();
 }
 
-Status Ac(const std::string& input, const std::string& output) {
+Status Ac(const std::string& input, const std::string& output, platform::Durability durability) {
   PX_ASSIGN_OR_RETURN(auto in, FileInput::Open(input));
   PX_ASSIGN_OR_RETURN(auto inflate, InflateInput::Create(*in, input));
-  PX_ASSIGN_OR_RETURN(auto file, ReplacingFile::Create(output));
+  PX_ASSIGN_OR_RETURN(auto file,
+                      ReplacingFile::Create(output, platform::SystemFiles(), durability));
   PX_RETURN_IF_ERROR(Copy(*inflate, *file));
   return file->Commit();
 }

@@ -50,8 +50,10 @@ class InflateInput : public ByteInput {
 
 // Compresses the file `input` into `output` (level 5). The output appears only when complete.
 Status Sikistir(const std::string& input, const std::string& output);
-// Decompresses `input` into `output`. On any error `output` is left as it was.
-Status Ac(const std::string& input, const std::string& output);
+// Decompresses `input` into `output`. On any error `output` is left as it was. A scratch
+// output (Durability::kScratch) is not flushed to disk.
+Status Ac(const std::string& input, const std::string& output,
+          platform::Durability durability = platform::Durability::kFlushed);
 
 // Name rules of compressed packages. A compressed file is the plain file's name + ".pbf".
 std::string CompressedName(const std::string& name);

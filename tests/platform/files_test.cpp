@@ -49,25 +49,39 @@ TEST(Files, ReplacesAnExistingFileWithATurkishName) {
   EXPECT_EQ((*listing)[0].size, 6u);
 }
 
+Status Replace(FileLayer& files, const std::string& target, std::string_view content,
+               Durability durability) {
+  PX_ASSIGN_OR_RETURN(auto file, FileReplacement::Create(files, target, durability));
+  PX_RETURN_IF_ERROR(file->Write(Bytes(content)));
+  return file->Commit();
+}
+
 // Whatever step fails, the old content stays, the temporary file goes, and the error
-// says which file and keeps its kind. The replace makes three changes: write, flush, rename.
+// says which file and keeps its kind. A flushed replace makes three changes (write, flush,
+// rename); a scratch one does not flush.
 TEST(Files, AFailedReplaceLeavesTheTargetAlone) {
   TempFolder dir;
   const std::string target = Utf8FromPath(dir.path() / "data.xbf");
-  DyingFiles sayac(0, DyingFiles::Fault::kFailing);
-  ASSERT_TRUE(ReplaceFileWhole(sayac, Utf8FromPath(dir.path() / "a"), "12345").ok());
-  ASSERT_EQ(sayac.changes(), 3u);
-  for (uint64_t n = 1; n <= sayac.changes(); ++n) {
-    for (auto [fault, code] : {std::pair{DyingFiles::Fault::kFailing, StatusCode::kIOError},
-                               {DyingFiles::Fault::kDiskFull, StatusCode::kDiskFull}}) {
-      ASSERT_TRUE(ReplaceFileWhole(SystemFiles(), target, "old").ok());
-      DyingFiles files(n, fault);
-      Status s = ReplaceFileWhole(files, target, "new content");
-      EXPECT_EQ(s.code(), code) << n << ": " << s.ToString();
-      EXPECT_NE(s.message().find("data.xbf"), std::string::npos) << n << ": " << s.message();
-      EXPECT_EQ(ReadOrEmpty(target), "old") << n;
-      EXPECT_FALSE(SystemFiles().Exists(TempNameBeside(target))) << n;
+  for (auto [durability, changes] :
+       {std::pair{Durability::kFlushed, 3u}, {Durability::kScratch, 2u}}) {
+    DyingFiles sayac(0, DyingFiles::Fault::kFailing);
+    ASSERT_TRUE(Replace(sayac, Utf8FromPath(dir.path() / "a"), "12345", durability).ok());
+    ASSERT_EQ(sayac.changes(), changes);
+    for (uint64_t n = 1; n <= sayac.changes(); ++n) {
+      for (auto [fault, code] : {std::pair{DyingFiles::Fault::kFailing, StatusCode::kIOError},
+                                 {DyingFiles::Fault::kDiskFull, StatusCode::kDiskFull}}) {
+        ASSERT_TRUE(ReplaceFileWhole(SystemFiles(), target, "old").ok());
+        DyingFiles files(n, fault);
+        Status s = Replace(files, target, "new content", durability);
+        EXPECT_EQ(s.code(), code) << n << ": " << s.ToString();
+        EXPECT_NE(s.message().find("data.xbf"), std::string::npos) << n << ": " << s.message();
+        EXPECT_EQ(ReadOrEmpty(target), "old") << n;
+        EXPECT_FALSE(SystemFiles().Exists(TempNameBeside(target))) << n;
+      }
     }
+    ASSERT_TRUE(Replace(SystemFiles(), target, "new content", durability).ok());
+    EXPECT_EQ(ReadOrEmpty(target), "new content");
+    EXPECT_FALSE(SystemFiles().Exists(TempNameBeside(target)));
   }
 }
 
