@@ -826,10 +826,20 @@ class WriterImpl final : public Writer {
                                      std::to_string(columns.size()) + " fields");
     }
     TableWriter* w = insert_target_.writer;
-    by_column_.assign(w->definition().columns.size(), Value(Null{}));
-    std::vector<Value>& by_column = by_column_;
-    for (size_t i = 0; i < columns.size(); ++i) by_column[size_t(columns[i])] = values[i];
-    Status st = w->Insert(by_column);
+    // The row buffer keeps the previous row, so that a text replaces the text before it in
+    // the same storage. Columns the statement leaves out go back to Null every row: an
+    // AutoNumber among them must take its next value, not the last row's.
+    const size_t width = w->definition().columns.size();
+    if (by_column_.size() != width) by_column_.assign(width, Value(Null{}));
+    named_.assign(width, false);
+    for (size_t i = 0; i < columns.size(); ++i) {
+      by_column_[size_t(columns[i])] = values[i];
+      named_[size_t(columns[i])] = true;
+    }
+    for (size_t c = 0; c < width; ++c) {
+      if (!named_[c]) by_column_[c] = Null{};
+    }
+    Status st = w->Insert(by_column_);
     if (!st.ok()) return st.WithContext(store_->name());
     return Status::Ok();
   }
@@ -842,7 +852,8 @@ class WriterImpl final : public Writer {
   std::map<uint32_t, std::unique_ptr<TableWriter>> writers_;  // by definition page
   std::set<uint32_t> verified_tables_;
   std::map<uint32_t, std::vector<int>> field_columns_;  // field order of each table
-  std::vector<Value> by_column_;
+  std::vector<Value> by_column_;                        // the row being inserted, by column
+  std::vector<bool> named_;                             // which of by_column_ the statement gave
   struct InsertTarget {
     std::string table;                          // as the caller named it
     std::string name;                           // as the catalog spells it
