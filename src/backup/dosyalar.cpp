@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "core/sha256.h"
+#include "db/group_commit.h"
 #include "platform/host_path.h"
 #include "platform/utf8_path.h"
 
@@ -69,6 +70,8 @@ class DomainFileLayer final : public platform::FileLayer {
     return host_.LockExclusive(h);
   }
 
+  platform::FileLayer& host() { return host_; }
+
  private:
   platform::FileLayer& host_;
 };
@@ -78,6 +81,14 @@ class DomainFileLayer final : public platform::FileLayer {
 platform::FileLayer& HostFiles() {
   static DomainFileLayer layer(platform::SystemFiles());
   return layer;
+}
+
+Status YarimKalanCommitiBitir(platform::FileLayer& files, const std::string& kayit) {
+  if (auto* domain = dynamic_cast<DomainFileLayer*>(&files)) {
+    PX_ASSIGN_OR_RETURN(std::string host, Host(kayit));
+    return db::FinishInterruptedCommit(domain->host(), host);
+  }
+  return db::FinishInterruptedCommit(files, kayit);
 }
 
 std::string_view KlasorKismi(std::string_view yol) {

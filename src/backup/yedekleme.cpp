@@ -292,7 +292,7 @@ Status Yedekleme::TabloDisaAktar(const std::string& access_adi, const std::strin
 }
 
 Status Yedekleme::YarimKalanGeriAlmayiBitir() {
-  Status st = db::FinishInterruptedCommit(*o_.files, db::SuiteCommitRecord(o_.kok));
+  Status st = YarimKalanCommitiBitir(*o_.files, db::SuiteCommitRecord(o_.kok));
   if (!st.ok()) return st.WithContext("an interrupted restore could not be finished");
   return Status::Ok();
 }
