@@ -123,7 +123,7 @@ void ExpectJetOracleCheckPasses(const std::string& path) {
 // One column of each type ADOX appends, the ADO type and size the reader reports for it,
 // and a value that goes in and must come back.
 struct TypeCase {
-  ColumnSpec spec;
+  ColumnSpec column;
   int ado_type;
   int64_t size;
   Value value;
@@ -167,8 +167,8 @@ class WriterTest : public ::testing::Test {
   void MakeTypesTable() {
     ASSERT_TRUE(w().CreateTable("Turler").ok());
     for (const TypeCase& t : TypeCases()) {
-      Status st = w().AddColumn("Turler", t.spec);
-      ASSERT_TRUE(st.ok()) << t.spec.name << ": " << st.ToString();
+      Status st = w().AddColumn("Turler", t.column);
+      ASSERT_TRUE(st.ok()) << t.column.name << ": " << st.ToString();
     }
   }
 
@@ -198,7 +198,7 @@ TEST_F(WriterTest, ColumnsAndRowsOfEveryTypeReadBack) {
   auto rows = TableRows(**db, "Turler");
   ASSERT_EQ(rows.size(), 2u);
   for (size_t i = 0; i < cases.size(); ++i) {
-    const std::string& name = cases[i].spec.name;
+    const std::string& name = cases[i].column.name;
     EXPECT_EQ(schema->fields[i].name, name);
     EXPECT_EQ(schema->fields[i].ado_type, cases[i].ado_type) << name;
     EXPECT_EQ(schema->fields[i].size, cases[i].size) << name;
