@@ -4,6 +4,8 @@
 #include <map>
 #include <random>
 #include <set>
+#include <type_traits>
+#include <utility>
 
 #include "jet/catalog_rows.h"
 #include "jet/data_page.h"
@@ -200,6 +202,9 @@ class WriterImpl final : public Writer {
   }
   Status InsertRow(std::string_view table, std::span<const Value> values) override {
     return Step([&] { return DoInsert(std::string(table), values); }, false);
+  }
+  Status InsertRowFrom(std::string_view table, std::vector<Value>& values) override {
+    return Step([&] { return DoInsert(std::string(table), std::span<Value>(values)); }, false);
   }
   Result<uint64_t> DeleteAll(std::string_view table) override {
     uint64_t deleted = 0;
@@ -806,7 +811,9 @@ class WriterImpl final : public Writer {
     return Status::Ok();
   }
 
-  Status DoInsert(const std::string& table, std::span<const Value> values) {
+  // `V`: const Value, copied into the row, or Value, exchanged with it.
+  template <typename V>
+  Status DoInsert(const std::string& table, std::span<V> values) {
     // Rows inserted one after another name the same table: its writer and field order are
     // kept until the catalog changes.
     if (insert_target_.writer == nullptr || insert_target_.table != table) {
@@ -833,7 +840,11 @@ class WriterImpl final : public Writer {
     if (by_column_.size() != width) by_column_.assign(width, Value(Null{}));
     named_.assign(width, false);
     for (size_t i = 0; i < columns.size(); ++i) {
-      by_column_[size_t(columns[i])] = values[i];
+      if constexpr (std::is_const_v<V>) {
+        by_column_[size_t(columns[i])] = values[i];
+      } else {
+        std::swap(by_column_[size_t(columns[i])], values[i]);
+      }
       named_[size_t(columns[i])] = true;
     }
     for (size_t c = 0; c < width; ++c) {

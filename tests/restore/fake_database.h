@@ -82,9 +82,11 @@ class FakeDatabase : public db::Database {
   // Values kept as the texts of their literals.
   Result<int64_t> Insert(const db::InsertStatement& st) override {
     PX_RETURN_IF_ERROR(Note(db::InsertText(st)));
-    Row values;
-    for (const db::SqlExpr& e : st.values) {
-      values.push_back(e.kind == db::SqlExpr::Kind::kNull ? Value(Null{}) : Value(e.text));
+    Row values(st.values.size());
+    std::string scratch;
+    for (size_t i = 0; i < values.size(); ++i) {
+      const db::SqlExpr& e = st.values[i];
+      if (e.kind != db::SqlExpr::Kind::kNull) values[i] = std::string(db::LiteralText(e, scratch));
     }
     PX_RETURN_IF_ERROR(Store(st.table, st.columns, values));
     return int64_t{1};

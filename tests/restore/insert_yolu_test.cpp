@@ -183,10 +183,11 @@ TEST(InsertYolu, ShapesTheTextRefusesAreRefused) {
   ASSERT_TRUE(TabloYap(d, "Parca").ok());
   const std::vector<FieldInfo> sahalar = {Saha("Ad Soyad", ado::kVarWChar)};
   db::InsertStatement komut;
+  const Row satir = {std::string("x")};
   for (int i = 0; i < 2; ++i) {
-    ASSERT_TRUE(InsertKomutu("Parca", sahalar, {std::string("x")}, komut).ok());
+    ASSERT_TRUE(InsertKomutu("Parca", sahalar, satir, komut).ok());
     const Status parcayla = d.Insert(komut).status();
-    const Status metinle = d.Execute(*InsertMetni("Parca", sahalar, {std::string("x")})).status();
+    const Status metinle = d.Execute(*InsertMetni("Parca", sahalar, satir)).status();
     EXPECT_FALSE(parcayla.ok());
     EXPECT_EQ(parcayla.ToString(), metinle.ToString());
   }
