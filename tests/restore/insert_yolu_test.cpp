@@ -178,25 +178,27 @@ TEST(InsertYolu, PartsStoreWhatTheTextStores) {
 // The texts of numbers, dates and money are made only when read; they are what making them
 // at once gave: the value's text with apostrophes replaced, money through ParaMetniDuzelt.
 TEST(InsertYolu, TextsMadeWhenReadAreTheTextsMadeAtOnce) {
-  const Value degerler[] = {0.1,
-                            -0.0,
-                            1e-7,
-                            1e300,
-                            5e-324,
-                            1.0 / 3,
-                            2.5f,
-                            int64_t{INT64_MIN},
-                            Currency{-12345678},
-                            Currency{INT64_MAX},
-                            Decimal{1, 5, 28, true},
-                            OleDate{45351.5729166667},
-                            OleDate{45351},
-                            OleDate{-680000},
-                            OleDate{1e9},
-                            Guid{{0xAB, 1, 2, 3}},
-                            true,
-                            std::string("1.234,5"),
-                            std::string("it's")};
+  Guid guid;
+  guid.bytes[0] = 0xAB;
+  const Row degerler = {0.1,
+                        -0.0,
+                        1e-7,
+                        1e300,
+                        5e-324,
+                        1.0 / 3,
+                        2.5f,
+                        int64_t(INT64_MIN),
+                        Currency(-12345678),
+                        Currency(INT64_MAX),
+                        Decimal(1, 5, 28, true),
+                        OleDate(45351.5729166667),
+                        OleDate(45351),
+                        OleDate(-680000),
+                        OleDate(1e9),
+                        guid,
+                        true,
+                        std::string("1.234,5"),
+                        std::string("it's")};
   for (int tur : {ado::kVarWChar, ado::kInteger, ado::kDouble, ado::kDate, ado::kCurrency}) {
     for (const Value& deger : degerler) {
       std::string metin = db::TextOf(deger);
