@@ -53,14 +53,22 @@ Status CheckColumnValue(const std::string& table, const FieldInfo& field, Value&
 
 // The column's value of a literal made from `*e.bound`, without reading its text, where
 // reading the text back is known to give the same value: numbers the text writes in their
-// shortest exact form, money in its plain form, and dates in whole seconds. Anything else
-// (text, numbers out of the column's range, subnormal doubles that read back as zero,
-// dates outside years 100 to 9999, which the text refuses) goes through the text.
+// shortest exact form, money in its plain form, dates in whole seconds, Yes/No as 1 or 0. Anything
+// else (text, numbers out of the column's range, subnormal doubles that read back as zero, dates
+// outside years 100 to 9999, which the text refuses) goes through the text.
 std::optional<Value> BoundValue(const FieldInfo& field, const SqlExpr& e) {
   const Value& v = *e.bound;
   if (e.kind == SqlExpr::Kind::kMoney) {
     const auto* c = std::get_if<Currency>(&v);
     if (c != nullptr && field.ado_type == ado::kCurrency) return Value(*c);
+    return std::nullopt;
+  }
+  if (e.kind == SqlExpr::Kind::kNumber) {
+    // A Yes/No value written 1 or 0 reads back as itself.
+    const bool* b = std::get_if<bool>(&v);
+    if (b != nullptr && field.ado_type == ado::kBoolean && e.text == (*b ? "1" : "0")) {
+      return Value(*b);
+    }
     return std::nullopt;
   }
   if (e.kind != SqlExpr::Kind::kText) return std::nullopt;
