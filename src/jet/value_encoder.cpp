@@ -1,6 +1,7 @@
 #include "jet/value_encoder.h"
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "jet/text.h"
@@ -165,10 +166,39 @@ Status EncodeCurrency(const ColumnDef& c, const Value& v, const std::string& whe
 
 // The UTF-16 LE form of text made of one- and two-byte UTF-8 characters (ASCII, Latin and
 // Turkish letters), decoded in place; false for anything else, which EncodeUtf16Le() takes.
+constexpr uint64_t kHighBits = 0x8080808080808080u;
+
+// True when the eight bytes at `p` are all ASCII.
+bool AsciiBlock(const char* p) {
+  uint64_t w;
+  std::memcpy(&w, p, sizeof w);
+  return (w & kHighBits) == 0;
+}
+
+bool IsPlainAscii(std::string_view s) {
+  size_t i = 0;
+  for (; i + 8 <= s.size(); i += 8) {
+    if (!AsciiBlock(s.data() + i)) return false;
+  }
+  for (; i < s.size(); ++i) {
+    if (static_cast<unsigned char>(s[i]) >= 0x80) return false;
+  }
+  return true;
+}
+
 bool EncodeShortUtf16(std::string_view s, std::vector<uint8_t>& out) {
   out.resize(s.size() * 2);
   uint8_t* o = out.data();
   for (size_t i = 0; i < s.size();) {
+    if (i + 8 <= s.size() && AsciiBlock(s.data() + i)) {  // runs of ASCII eight at a time
+      for (size_t k = 0; k < 8; ++k) {
+        o[2 * k] = static_cast<uint8_t>(s[i + k]);
+        o[2 * k + 1] = 0;
+      }
+      o += 16;
+      i += 8;
+      continue;
+    }
     const auto lead = static_cast<uint8_t>(s[i]);
     if (lead < 0x80) {
       *o++ = lead;
@@ -198,9 +228,7 @@ Status EncodeText(const JetFormat& f, const ColumnDef& c, const Value& v, int co
     if (may_compress && s->size() > 2 &&
         s->size() * 2 <= (memo ? kMaxCompressedMemoChars * 2 : size_t(c.length))) {
       // Plain ASCII without NUL is its own compressed form: no UTF-16 copy in between.
-      bool ascii = true;
-      for (const char ch : *s) ascii = ascii && ch > 0 && static_cast<unsigned char>(ch) < 0x80;
-      if (ascii) {
+      if (IsPlainAscii(*s) && s->find('\0') == std::string::npos) {
         out.resize(2 + s->size());
         out[0] = 0xFF;
         out[1] = 0xFE;

@@ -413,12 +413,12 @@ class WriterImpl final : public Writer {
     options.index_key = [this, &f, name = e->name](const TableDef& d, const RealIndex& index,
                                                    std::span<const Value> values,
                                                    std::vector<uint8_t>& key) -> Status {
-      // Labels are made for a message only.
-      auto labels = [&] {
+      // Labels are made for a message only; held by reference, the call allocates nothing.
+      auto labels = [&d, &index, &name] {
         const size_t real = size_t(&index - d.real_indexes.data());
         return KeyLabels{name, real < d.real_indexes.size() ? IndexLabel(d, real) : "?"};
       };
-      PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, d, index, values, labels));
+      PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, d, index, values, std::cref(labels)));
       Status st = EncodeIndexKey(f, d, index, values, key);
       return st.ok() ? st : KeyError(st, labels());
     };
