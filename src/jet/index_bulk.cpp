@@ -146,13 +146,9 @@ Status EntryRuns::Add(Bytes key, RowPointer row) {
   buffer_.insert(buffer_.end(), key.begin(), key.end());
   buffer_.insert(buffer_.end(),
                  {uint8_t(row.page >> 16), uint8_t(row.page >> 8), uint8_t(row.page), row.row});
-  const uint8_t* entry = &buffer_[at];
-  auto word = [&](size_t from) {
-    uint64_t w = 0;
-    for (size_t i = from; i < from + 8; ++i) w = w << 8 | (i < length ? entry[i] : 0);
-    return w;
-  };
-  slots_.push_back({word(0), word(8), uint32_t(at), uint16_t(length)});
+  uint64_t prefix = 0;
+  for (size_t i = 0; i < 8; ++i) prefix = prefix << 8 | (i < length ? buffer_[at + i] : 0);
+  slots_.push_back({prefix, uint32_t(at), uint16_t(length)});
   ++count_;
   return Status::Ok();
 }
@@ -170,13 +166,9 @@ void EntryRuns::Clear() {
 void EntryRuns::SortBuffer() {
   const uint8_t* base = buffer_.data();
   // Prefixes that differ order their entries as the bytes do (a shorter entry's zero padding
-  // never sorts after a longer one's byte). Equal sixteen bytes: entries no longer than that
-  // are the shorter one a prefix of the other; longer ones are compared whole.
-  constexpr size_t kPrefixBytes = 16;
+  // never sorts after a longer one's byte); equal ones are compared whole.
   std::sort(slots_.begin(), slots_.end(), [base](const Slot& a, const Slot& b) {
     if (a.prefix != b.prefix) return a.prefix < b.prefix;
-    if (a.next != b.next) return a.next < b.next;
-    if (a.length <= kPrefixBytes && b.length <= kPrefixBytes) return a.length < b.length;
     return Compare(Bytes(base + a.at, a.length), Bytes(base + b.at, b.length)) < 0;
   });
 }

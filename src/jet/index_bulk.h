@@ -57,7 +57,6 @@ class EntryRuns {
  private:
   struct Slot {
     uint64_t prefix;  // the first eight bytes, big-endian, zeros past the end: sorts first
-    uint64_t next;    // the eight bytes after them, the same way
     uint32_t at;
     uint16_t length;
   };
