@@ -199,8 +199,7 @@ std::map<fs::path, std::string> Suit::Baytlar(const std::vector<fs::path>& dosya
   return out;
 }
 
-void Suit::Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil,
-                   bool tum_sirketler) {
+void Suit::Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil) {
   op::ScriptedOperator op({op::Answer::kYes, op::Answer::kYes, op::Answer::kYes});
   HostFileSystem fs;
   backup::YedekOrtami o;
@@ -216,7 +215,6 @@ void Suit::Yedekle(const std::string& paket, const std::string& sirket, const st
   g.sirket = sirket;
   g.yil = yil;
   g.hedef = "D:\\Yedek";
-  g.tum_sirketler = tum_sirketler;
   EXPECT_TRUE(yedekleme.YedeklemeBaslat(g).tamamlandi) << Hatalar(op.boxes);
 }
 
@@ -278,29 +276,6 @@ Suit::GeriAlma Suit::GeriAl(const std::string& paket, const std::string& paket_s
   }
   for (const auto& m : moduller) g.moduller.push_back({m, true});
   return c.Bitir(restore::GeriAlBaslat(c.ortam, g));
-}
-
-Suit::GeriAlma Suit::YilGeriAl(const std::string& paket, const std::string& kaynak_yil,
-                               const std::string& hedef_yil) {
-  Calisma c(platform::SystemFiles());
-  restore::YilGeriAlGirdileri g;
-  g.paket = paket;
-  g.kaynak = "D:\\Yedek";
-  g.kaynak_yil = kaynak_yil;
-  g.hedef_yil = hedef_yil;
-  g.onaysiz = true;
-  const std::string paket_klasoru = "D:\\Yedek\\" + paket;
-  const auto sirketler = restore::PaketSirketleri(c.dosyalar, paket_klasoru);
-  for (const auto& m : modules::Moduller()) {
-    for (const auto& sirket : sirketler) {
-      if (restore::ModulPaketteVarmi(c.fs, paket_klasoru, std::string(m.klasor), sirket,
-                                     kaynak_yil)) {
-        g.moduller.push_back({std::string(m.ad), true});
-        break;
-      }
-    }
-  }
-  return c.Bitir(restore::YilGeriAl(c.ortam, g));
 }
 
 std::string Hatalar(const std::vector<op::Box>& kutular) {

@@ -67,10 +67,8 @@ class Suit {
   // The files' bytes, by path.
   static std::map<fs::path, std::string> Baytlar(const std::vector<fs::path>& dosyalar);
 
-  // The backup tab's run into D:\Yedek\<paket>: compressed, every module; of every company
-  // in the company table when `tum_sirketler`.
-  void Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil,
-               bool tum_sirketler = false);
+  // The backup tab's run into D:\Yedek\<paket>: compressed, every module.
+  void Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil);
 
   // The restore tab's run from D:\Yedek\<paket> without questions per module; `files`
   // carries every write of the run (databases, copies, extra files).
@@ -82,10 +80,6 @@ class Suit {
                   const std::string& paket_yil, const std::string& sirket, const std::string& yil,
                   platform::FileLayer& files = platform::SystemFiles(),
                   std::vector<std::string> moduller = {});
-  // The year restore from D:\Yedek\<paket> into Access without questions per module; the
-  // items are the display names of the modules the package holds for any company.
-  GeriAlma YilGeriAl(const std::string& paket, const std::string& kaynak_yil,
-                     const std::string& hedef_yil);
 
  private:
   px::testing::TempFolder kok_;
