@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "backup/bellek_dosyalar.h"
 #include "backup/dogrula.h"
 #include "backup/dosyalar.h"
 #include "backup/paket_duzeni.h"
 #include "core/sha256.h"
 #include "db/memory_connection.h"
 #include "operator/scripted_operator.h"
+#include "support/bellek_dosyalar.h"
 #include "support/boxes.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
@@ -20,7 +20,7 @@ using op::Answer;
 using op::Box;
 using op::Buttons;
 using op::Icon;
-using testing::BellekDosyalar;
+using px::testing::BellekDosyalar;
 
 constexpr char kKok[] = "C:\\Pergonix";
 constexpr char kHedef[] = "D:\\Yedek";
