@@ -143,30 +143,7 @@ bool InsertYolu(const json& sema) {
   return anahtar == 1 && otomatik;
 }
 
-Suit::Suit(const std::vector<std::string>& yalniz) {
-  const fs::path ornek = px::testing::SamplePath("suite/Pergonix");
-  const fs::path hedef = kok_.path() / "C" / "Pergonix";
-  if (yalniz.empty()) {
-    fs::create_directories(hedef.parent_path());
-    fs::copy(ornek, hedef, fs::copy_options::recursive);
-  }
-  for (const auto& g : yalniz) {
-    fs::create_directories((hedef / g).parent_path());
-    fs::copy_file(ornek / g, hedef / g);
-  }
-  fs::create_directories(kok_.path() / "D");
-  fs::create_directories(Gecici());
-  drives_ = std::make_unique<px::testing::ScopedEnv>(
-      kDriveMapVariable, "C=" + (kok_.path() / "C").string() + ";D=" + D().string());
-  tmpdir_ = std::make_unique<px::testing::ScopedEnv>("TMPDIR", Gecici().string());
-}
-
-fs::path Suit::C(const std::string& goreli) const {
-  return kok_.path() / "C" / "Pergonix" / goreli;
-}
-fs::path Suit::D(const std::string& goreli) const {
-  return kok_.path() / "D" / goreli;
-}
+Suit::Suit(const std::vector<std::string>& yalniz) : SuiteCopy(yalniz) {}
 
 std::vector<fs::path> Suit::Veritabanlari(const std::string& sirket, const std::string& yil) const {
   std::vector<fs::path> out;
@@ -181,7 +158,7 @@ std::vector<fs::path> Suit::Veritabanlari(const std::string& sirket, const std::
 
 std::vector<fs::path> Suit::ArtikGeciciler() const {
   std::vector<fs::path> out;
-  for (const auto& e : fs::recursive_directory_iterator(kok_.path() / "C")) {
+  for (const auto& e : fs::recursive_directory_iterator(C())) {
     if (e.path().filename().string().starts_with(".~")) out.push_back(e.path());
   }
   // The empty lock file that keeps two runs apart stays; staging files do not.
