@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "backup/bellek_dosyalar.h"
 #include "backup/dogrula.h"
 #include "backup/dosyalar.h"
 #include "backup/paket_duzeni.h"
 #include "core/sha256.h"
 #include "db/memory_connection.h"
 #include "operator/scripted_operator.h"
+#include "support/bellek_dosyalar.h"
 #include "support/boxes.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_writer.h"
@@ -20,7 +20,7 @@ using op::Answer;
 using op::Box;
 using op::Buttons;
 using op::Icon;
-using testing::BellekDosyalar;
+using px::testing::BellekDosyalar;
 
 constexpr char kKok[] = "C:\\Pergonix";
 constexpr char kHedef[] = "D:\\Yedek";
@@ -306,9 +306,9 @@ std::string Bayraklar(const YedekSonucu& s) {
 struct Senaryo {
   const char* ad;
   std::function<void(YedeklemeTest&)> hazirla;
-  std::vector<Answer> cevaplar;
-  std::vector<Box> kutular;  // a text may hold "*"
-  const char* bayraklar;
+  std::vector<Answer> cevaplar = {Answer::kYes};  // the confirmation, Yes
+  std::vector<Box> kutular = {DikkatKutusu()};    // a text may hold "*"
+  const char* bayraklar = "basladi tamamlandi";
   std::vector<std::string> durumlar = {};           // "Durum" cells in order; empty: not checked
   std::optional<std::set<std::string>> paket = {};  // every file below the package
   std::vector<std::string> metinler = {};           // status texts; empty: not checked
@@ -368,7 +368,6 @@ TEST_F(YedeklemeTest, Runs) {
              t.girdi_.hedef = "E:\\Yedek";
              t.fs_.hazir_degil['E'] = 1;
            },
-       .cevaplar = {Answer::kYes},
        .kutular = {DikkatKutusu(),
                    {"E Sürücüsü Hazır Değil!", "Pergonix Yedek", Icon::kExclamation, Buttons::kOk,
                     1}},
@@ -377,9 +376,6 @@ TEST_F(YedeklemeTest, Runs) {
       {.ad = "plain, one company",
        .hazirla =
            [](auto& t) { t.girdi_.secili[modules::ModulKlasoruyle("Fatura")->sira - 1] = false; },
-       .cevaplar = {Answer::kYes},
-       .kutular = {DikkatKutusu()},
-       .bayraklar = "basladi tamamlandi",
        .durumlar = TekSirketDurumu("|Fatura|"),
        .paket = std::set{beyan + ".xbf", cari + ".xbf", demirbas + ".xbf", ayar, logo, json},
        .metinler = {yedekleniyor("Cari\\Data\\001\\2009\\cari.mdb"),
@@ -392,9 +388,6 @@ TEST_F(YedeklemeTest, Runs) {
                   {logo, std::string("BM\0\1", 4)}}},
       {.ad = "compressed",
        .hazirla = sikistir([](auto&) {}),
-       .cevaplar = {Answer::kYes},
-       .kutular = {DikkatKutusu()},
-       .bayraklar = "basladi tamamlandi",
        .paket = std::set{beyan + ".pbf", cari + ".pbf", demirbas + ".pbf", ayar + ".pbf",
                          logo + ".pbf", json},
        .icerik = {{cari + ".pbf", Beklenen(cari_)}, {ayar + ".pbf", "[Ayar]\r\nA=1\r\n"}}},
@@ -407,7 +400,6 @@ TEST_F(YedeklemeTest, Runs) {
        // The first company's module-wide Beyanname files are an old backup to the second.
        .cevaplar = {Answer::kYes, Answer::kYes},
        .kutular = {DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Beyanname\\Data")},
-       .bayraklar = "basladi tamamlandi",
        .durumlar = iki_sirket,
        .metinler = {yedekleniyor("Cari\\Data\\001\\2009\\cari.mdb"),
                     yedekleniyor("Demirbas\\Data\\001\\demirbas.mdb"),
@@ -420,9 +412,6 @@ TEST_F(YedeklemeTest, Runs) {
        .icerik = {{"Cari\\Data\\002\\2009\\cari-tblCari.xbf", Beklenen(cari_)}}},
       {.ad = "nothing ticked",
        .hazirla = [](auto& t) { Yalniz(t, nullptr); },
-       .cevaplar = {Answer::kYes},
-       .kutular = {DikkatKutusu()},
-       .bayraklar = "basladi tamamlandi",
        .durumlar = TekSirketDurumu(hepsi),
        .paket = std::set<std::string>{},
        .metinler = {tamam}},
@@ -455,7 +444,6 @@ TEST_F(YedeklemeTest, Runs) {
        .cevaplar = {Answer::kYes, Answer::kYes, Answer::kYes},
        .kutular = {DikkatKutusu(), EskiYedekKutusu("D:\\Yedek\\Paket\\Demirbas\\Data\\001"),
                    EskiYedekKutusu("D:\\Yedek\\Paket\\Beyanname\\Data")},
-       .bayraklar = "basladi tamamlandi",
        .paket = std::set{beyan + ".xbf", cari + ".xbf",
                          std::string("Demirbas\\Data\\001\\2008\\kalir.xbf"), demirbas + ".xbf",
                          ayar, logo, json}},
@@ -465,16 +453,12 @@ TEST_F(YedeklemeTest, Runs) {
              t.fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\cari-tblCari.xbf", "eski, uzun");
              t.girdi_.eski_yedegi_sormadan_sil = true;
            },
-       .cevaplar = {Answer::kYes},
-       .kutular = {DikkatKutusu()},
-       .bayraklar = "basladi tamamlandi",
        .icerik = {{cari + ".xbf", Beklenen(cari_)}}},
       // The drive: its first look is the target folder check's.
       {.ad = "drive not ready, then ready",
        .hazirla = sikistir([](auto& t) { t.fs_.hazir_degil['D'] = 3; }),
        .cevaplar = {Answer::kYes, Answer::kRetry, Answer::kRetry},
        .kutular = {DikkatKutusu(), HazirDegilKutusu(), HazirDegilKutusu()},
-       .bayraklar = "basladi tamamlandi",
        .icerik = {{cari + ".pbf", Beklenen(cari_)}}},
       // The cancelled module's extra files still go (the same step); later modules do not.
       {.ad = "drive not ready, cancelled",
@@ -492,13 +476,11 @@ TEST_F(YedeklemeTest, Runs) {
            },
        .cevaplar = {Answer::kYes, Answer::kRetry},
        .kutular = {DikkatKutusu(), HazirDegilKutusu()},
-       .bayraklar = "basladi tamamlandi",
        .icerik = {{logo, std::string("BM\0\1", 4)}}},
       {.ad = "disk full, retried",
        .hazirla = sikistir([](auto& t) { t.fs_.dolu['D'] = 2; }),
        .cevaplar = {Answer::kYes, Answer::kRetry, Answer::kRetry},
        .kutular = {DikkatKutusu(), DoluKutusu(), DoluKutusu()},
-       .bayraklar = "basladi tamamlandi",
        .icerik = {{cari + ".pbf", Beklenen(cari_)}}},
       {.ad = "disk full, cancelled",
        .hazirla = sikistir([](auto& t) { t.fs_.dolu['D'] = 1; }),
@@ -514,7 +496,6 @@ TEST_F(YedeklemeTest, Runs) {
            },
        .cevaplar = {Answer::kYes, Answer::kRetry},
        .kutular = {DikkatKutusu(), DoluKutusu()},
-       .bayraklar = "basladi tamamlandi",
        .paket = std::set{cari + ".xbf", ayar, json},
        .icerik = {{cari + ".xbf", Beklenen(cari_)}}},
       // Errors inside a module end that module only; its extra files and later modules go.
@@ -525,7 +506,6 @@ TEST_F(YedeklemeTest, Runs) {
                                 "C:\\Pergonix\\Cari\\Data\\001\\2009\\cari.mdb")]
                  ->Add("Eski Kayitlar", Tablo({"a"}, {{std::string("x"), int64_t{1}}}));
            },
-       .cevaplar = {Answer::kYes},
        .kutular = {DikkatKutusu(), HataKutusu("Hata Kodu: *\r\nAçıklama: *Eski Kayitlar*")},
        .bayraklar = "basladi tamamlandi hata",
        .icerik = {{ayar, "[Ayar]\r\nA=1\r\n"}, {beyan + ".xbf", Beklenen(beyan_)}}},
@@ -535,7 +515,6 @@ TEST_F(YedeklemeTest, Runs) {
              t.fs_.Yaz("C:\\Pergonix\\Genel\\Data\\YedekDosya.ini", "[YedekDosyalar]\r\n");
              Yalniz(t, "Cari");
            },
-       .cevaplar = {Answer::kYes},
        .kutular = {DikkatKutusu(),
                    HataKutusu("Hata Kodu: 13\r\nAçıklama: Type mismatch: 'Default' in "
                               "YedekDosyaSayisi of C:\\Pergonix\\Genel\\Data\\YedekDosya.ini")},
@@ -548,7 +527,6 @@ TEST_F(YedeklemeTest, Runs) {
              t.baglantilar_.erase(
                  BellekDosyalar::Anahtar("C:\\Pergonix\\genel\\data\\DonemAc.mdb"));
            },
-       .cevaplar = {Answer::kYes},
        .kutular = {DikkatKutusu(), HataKutusu("Hata Kodu: 53\r\nAçıklama: cannot open "
                                               "C:\\Pergonix\\genel\\data\\DonemAc.mdb")},
        .bayraklar = "basladi hata"},
@@ -559,8 +537,6 @@ TEST_F(YedeklemeTest, Runs) {
              t.fs_.Yaz("D:\\Yedek\\Paket\\Cari\\Data\\001\\2009\\.~cari-tblCari.xbf.tmp", "yarım");
              t.fs_.Yaz("D:\\Yedek\\Paket\\.~PergonixYedek.json.tmp", "yarım");
            },
-       .cevaplar = {Answer::kYes},
-       .kutular = {DikkatKutusu()},
        .bayraklar = "basladi tamamlandi"},
   };
   for (const Senaryo& c : senaryolar) {

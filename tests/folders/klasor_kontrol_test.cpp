@@ -2,12 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <set>
-
 #include "operator/scripted_operator.h"
 #include "platform/host_path.h"
-#include "platform/text_case.h"
+#include "support/bellek_dosyalar.h"
 #include "support/temp_folder.h"
 
 namespace px::folders {
@@ -17,32 +14,7 @@ using op::Answer;
 using op::Box;
 using op::Buttons;
 using op::Icon;
-
-// Folders and drives held in memory; folder names compare without regard to case.
-class FakeFileSystem : public FileSystem {
- public:
-  void AddFolder(const std::string& p) { folders_.insert(FoldCase(p)); }
-  bool FolderExists(std::string_view p) override { return folders_.count(FoldCase(p)) > 0; }
-  bool FileExists(std::string_view) override { return false; }
-  DriveFacts Drive(char letter) override {
-    auto it = drives.find(letter);
-    return it == drives.end() ? DriveFacts{} : it->second;
-  }
-  Status CreateFolder(std::string_view p) override {
-    created.emplace_back(p);
-    if (read_only) return Status::IOError("Permission denied: " + std::string(p));
-    AddFolder(std::string(p));
-    return Status::Ok();
-  }
-  Result<size_t> FileCount(std::string_view) override { return size_t{0}; }
-
-  std::map<char, DriveFacts> drives{{'C', {true, true, kDriveFixed}}};
-  std::vector<std::string> created;
-  bool read_only = false;
-
- private:
-  std::set<std::string> folders_;
-};
+using px::testing::BellekDosyalar;
 
 Box Uyari(const std::string& text) {
   return Box{text, "Pergonix Yedek", Icon::kExclamation, Buttons::kOk, 1};
@@ -94,13 +66,13 @@ TEST(SurucuKlasorKontrol, DrivesByKind) {
       {{true, false, kDriveRemovable}, false, "E Sürücüsü Hazır Değil!"},
   };
   for (const Case& c : cases) {
-    FakeFileSystem fs;
+    BellekDosyalar fs;
     op::ScriptedOperator op;
-    if (c.surucu.exists) fs.drives['E'] = c.surucu;
-    if (c.klasor_var) fs.AddFolder("E:\\Yedek");
+    fs.suruculer['E'] = c.surucu;
+    if (c.klasor_var) fs.KlasorZinciri("E:\\Yedek");
     EXPECT_EQ(*SurucuKlasorKontrol("e:\\yedek", fs, op), *c.kutu == '\0') << c.kutu;
     EXPECT_EQ(op.boxes, *c.kutu ? std::vector<Box>{Uyari(c.kutu)} : std::vector<Box>{});
-    EXPECT_TRUE(fs.created.empty());
+    EXPECT_TRUE(fs.yaratilan.empty());
   }
 }
 
@@ -124,9 +96,9 @@ TEST(SurucuKlasorKontrol, MissingFolderAskedAndCreatedOnYes) {
       {{Answer::kYes}, true, StatusCode::kIOError, false, {"c:\\a\\yedek ışığı"}},
   };
   for (const Case& c : cases) {
-    FakeFileSystem fs;
-    fs.AddFolder("C:\\A");
-    fs.read_only = c.salt_okunur;
+    BellekDosyalar fs;
+    fs.KlasorZinciri("C:\\A");
+    fs.salt_okunur = c.salt_okunur;
     op::ScriptedOperator op(c.cevap);
     auto r = SurucuKlasorKontrol("c:\\a\\yedek ışığı\\B", fs, op);
     EXPECT_EQ(r.status().code(), c.kod);
@@ -137,19 +109,19 @@ TEST(SurucuKlasorKontrol, MissingFolderAskedAndCreatedOnYes) {
               (std::vector<Box>{{"C:\\A\\YEDEK IŞIĞI\\B\r\n\r\nKlasörü Bulunamadı!\r\n\r\n"
                                  "Klasörün Oluşturulmasını İstiyormusunuz?",
                                  "Pergonix Yedek", Icon::kQuestion, Buttons::kYesNo, 2}}));
-    EXPECT_EQ(fs.created, c.yaratilan);
+    EXPECT_EQ(fs.yaratilan, c.yaratilan);
   }
 }
 
 // The subfolder is created once in an existing parent; a missing parent has its own box.
 TEST(AltKlasorHazirla, CreatesTheSubfolderInAnExistingParent) {
-  FakeFileSystem fs;
+  BellekDosyalar fs;
   op::ScriptedOperator op;
-  fs.AddFolder("C:\\Yedek");
+  fs.KlasorZinciri("C:\\Yedek");
   EXPECT_TRUE(*AltKlasorHazirla("Paket", "C:\\Yedek", fs, op));
   EXPECT_TRUE(*AltKlasorHazirla("Paket", "C:\\Yedek", fs, op));
   EXPECT_FALSE(*AltKlasorHazirla("Paket", "D:\\Yok", fs, op));
-  EXPECT_EQ(fs.created, std::vector<std::string>{"C:\\Yedek\\Paket"});
+  EXPECT_EQ(fs.yaratilan, std::vector<std::string>{"C:\\Yedek\\Paket"});
   EXPECT_EQ(op.boxes, (std::vector<Box>{{"D:\\Yok Klasör'ü Bulunamadı!", "Uyarı",
                                          Icon::kExclamation, Buttons::kOk, 1}}));
 }

@@ -82,23 +82,16 @@ TEST(ConsoleOperator, WaitWindowLabelsPrintAsStatusLines) {
             "2009 Yılına Ait Şirketlerin Yedekleri Geri Alınıyor...\nGeri Alınan Şirket: 001\n");
 }
 
-TEST(ScriptedOperator, AnswersInOrderAndRecordsEverything) {
+// What the flow tests read (boxes, statuses, progress, "Durum" cells) is checked by them;
+// here the answers that do not fit their box and the boxes answered by default.
+TEST(ScriptedOperator, NotesMisfitsAndUnscriptedBoxes) {
   ScriptedOperator op({Answer::kYes, Answer::kRetry});
   EXPECT_EQ(op.Ask(Question()), Answer::kYes);
   EXPECT_EQ(op.Ask(Question()), Answer::kRetry);  // not a Yes/No answer
-  EXPECT_EQ(op.Show("Bitti", "Pergonix Yedek", Icon::kInformation), Answer::kOk);
-  op.SetStatus("s");
-  op.SetProgress(1, 3);
-  op.SetModuleState("Çek", "Geç");
-  ASSERT_EQ(op.boxes.size(), 3u);
-  EXPECT_EQ(op.boxes[0], Question());
-  EXPECT_EQ(op.boxes[2].title, "Pergonix Yedek");
+  EXPECT_EQ(op.Ask(Question()), Answer::kNo);     // the script is exhausted: the default
+  EXPECT_EQ(op.boxes.size(), 3u);
   EXPECT_EQ(op.unscripted, 1);
-  ASSERT_EQ(op.misfits.size(), 1u);
-  EXPECT_EQ(op.misfits[0], "Yeniden Dene to \"Silinsin mi?\"");
-  EXPECT_EQ(op.statuses, std::vector<std::string>{"s"});
-  EXPECT_EQ(op.progress, (std::vector<std::pair<int, int>>{{1, 3}}));
-  EXPECT_EQ(op.module_states[0], (std::pair<std::string, std::string>{"Çek", "Geç"}));
+  EXPECT_EQ(op.misfits, std::vector<std::string>{"Yeniden Dene to \"Silinsin mi?\""});
 }
 
 }  // namespace

@@ -178,14 +178,5 @@ TEST(Files, ALockIsExclusiveUntilReleased) {
   EXPECT_TRUE(SystemFiles().LockExclusive(path + "-no").status().IsNotFound());
 }
 
-TEST(Files, RemoveIsQuietForMissingFiles) {
-  TempFolder dir;
-  const std::string path = Utf8FromPath(dir.Write("x", "1"));
-  EXPECT_TRUE(SystemFiles().Remove(path).ok());
-  EXPECT_FALSE(SystemFiles().Exists(path));
-  EXPECT_TRUE(SystemFiles().Remove(path).ok());
-  EXPECT_TRUE(SystemFiles().List(path).status().IsNotFound());
-}
-
 }  // namespace
 }  // namespace px::platform

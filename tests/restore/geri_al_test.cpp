@@ -485,12 +485,19 @@ TEST_F(GeriAlTest, YearRestoreEveryCompanyWithTheItemTableQuirks) {
   k_.Veritabani("Beyanname", "beyan.mdb", "BEYAN", "DataSirketYil", "Beyanname");
   k_.Tablo("Beyanname", "tblBeyan");
   k_.Saha("Beyanname", "tblBeyan", "No", "Long", "", "", "", "1");
+  // Extra files of the three levels, and of a company whose module is skipped.
+  for (const char* ek : {"Cari/Data/ortak.ini", "Cari/Data/001/sirket.ini",
+                         "Cari/Data/001/2009/rapor.rpt", "Cari/Data/002/2009/rapor.rpt"}) {
+    c_.Write(std::string("Yedek/Paket1/Dosya/") + ek, ek);
+  }
   YilGeriAlGirdileri g = YilGirdileri();
-  g.moduller = {{"Cari", true},      {"Çek", true},     {"İşletme", true},      {"Isletme", true},
-                {"Demirbaş", false}, {"Sipariş", true}, {"Teknik Servis", true}};
+  g.moduller = {{"Cari", true},     {"Çek", true},          {"İşletme", true},
+                {"Isletme", true},  {"Demirbaş", false},    {"Sipariş", true},
+                {"Personel", true}, {"Teknik Servis", true}};
   op_.Queue(Answer::kYes);
   op_.Queue(Answer::kYes);
   op_.Queue(Answer::kYes);  // CARİ 001
+  op_.Queue(Answer::kYes);  // PERSONEL 001
   op_.Queue(Answer::kNo);   // CARİ 002: skipped, the run goes on
   op_.Queue(Answer::kYes);  // BEYANNAME 003
   Ortam o = Ortami();
@@ -502,6 +509,7 @@ TEST_F(GeriAlTest, YearRestoreEveryCompanyWithTheItemTableQuirks) {
                            Soru(kYilSorusu, "Yedek İşlemleri"),
                            {kYilUyarisi, "Yedek İşlemleri", Icon::kExclamation, Buttons::kYesNo, 2},
                            Soru(YilModulSorusu("CARİ", "001")),
+                           Soru(YilModulSorusu("PERSONEL", "001")),
                            Soru(YilModulSorusu("CARİ", "002")),
                            Soru(YilModulSorusu("BEYANNAME", "003"))}));
   EXPECT_EQ(op_.unscripted, 0);
@@ -513,15 +521,29 @@ TEST_F(GeriAlTest, YearRestoreEveryCompanyWithTheItemTableQuirks) {
                                  {1, "Geri Alınan Şirket: 002"},
                                  {1, "Geri Alınan Şirket: 003"}}));
   EXPECT_EQ(op_.wait_progress, (std::vector<std::pair<int, int>>{{0, 2}, {0, 2}, {1, 2}, {2, 2}}));
-  EXPECT_EQ(s.moduller,
-            (std::vector<ModulSonucu>{
-                {"Cari", "001", "Tamam"}, {"Cari", "002", "Geç"}, {"Isletme", "003", "Tamam"}}));
+  EXPECT_EQ(s.moduller, (std::vector<ModulSonucu>{{"Cari", "001", "Tamam"},
+                                                  {"Personel", "001", "Tamam"},
+                                                  {"Cari", "002", "Geç"},
+                                                  {"Isletme", "003", "Tamam"}}));
   // Cari of 001 went into 001 / 2010, Beyanname of 003 into its own company.
   FakeDatabase* cari = pool_.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb");
   ASSERT_NE(cari, nullptr);
   EXPECT_EQ(cari->Rows("tblNot"), std::vector<std::string>{"A|bir"});
   EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb"), nullptr);
   EXPECT_TRUE(op_.module_states.empty());
+  // Extra files go into the target year at every level; the Personel keys are not rewritten.
+  for (const auto& [paketteki, hedef] :
+       {std::pair{"Cari/Data/ortak.ini", "Cari/Data/ortak.ini"},
+        {"Cari/Data/001/sirket.ini", "Cari/Data/001/sirket.ini"},
+        {"Cari/Data/001/2009/rapor.rpt", "Cari/Data/001/2010/rapor.rpt"}}) {
+    EXPECT_EQ(px::testing::ReadAll(c_.path() / "Pergonix" / hedef), paketteki);
+  }
+  EXPECT_FALSE(std::filesystem::exists(c_.path() / "Pergonix/Cari/Data/002/2010/rapor.rpt"));
+  FakeDatabase* personel = pool_.Get("C:\\Pergonix\\Personel\\Data\\001\\2010\\personel.mdb");
+  ASSERT_NE(personel, nullptr);
+  EXPECT_EQ(personel->Rows("tablo_isyeri_bilgileri"), std::vector<std::string>{"001002|001"});
+  EXPECT_EQ(personel->commits, 1);
+  for (const std::string& l : personel->log) EXPECT_FALSE(l.starts_with("UPDATE")) << l;
 }
 
 TEST_F(GeriAlTest, YearRestorePackageWithoutCompaniesMakesOneEmptyPass) {

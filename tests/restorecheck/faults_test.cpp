@@ -1,17 +1,13 @@
 // Faults during a restore on real databases: a damaged package file in the middle of a
-// module, a key the database refuses, a failing disk at every write, a killed program. Each
-// leaves every database of the module as it was (or, killed after the commit, as after), and
-// a later run still works.
+// module and a key the database refuses leave every database of the module as it was. A
+// failing disk at every change and a killed program are shared_commit_test.cpp's, on a
+// module of two databases.
 #include <gtest/gtest.h>
-
-#include <chrono>
 
 #include <fstream>
 
 #include "db/connection.h"
 #include "restorecheck/suite_helpers.h"
-#include "support/dying_files.h"
-#include "support/process.h"
 #include "support/samples.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_reader.h"
@@ -91,94 +87,6 @@ TEST_F(Hatalar001, ADamagedFileOrARefusedKeyLeavesTheModuleByteIdentical) {
     EXPECT_NE(Hatalar(r.kutular).find(d.hata), std::string::npos) << Hatalar(r.kutular);
     EXPECT_TRUE(px::testing::ReadAll(cari) == once);
     EXPECT_EQ(s_->ArtikGeciciler(), std::vector<fs::path>{});
-  }
-}
-
-TEST_F(Hatalar001, AFailingDiskAtEveryWriteLeavesTheModuleByteIdentical) {
-  const std::vector<fs::path> vt = {s_->C("Butce/Data/001/2009/butce.mdb")};
-  const auto once = Suit::Baytlar(vt);
-  using Fault = px::testing::DyingFiles::Fault;
-  auto calistir = [&](uint64_t n, Fault fault) {
-    px::testing::DyingFiles files(n, fault);
-    auto r = s_->GeriAl("P", "002", "2009", "001", "2009", files, {"Bütçe"});
-    return std::make_pair(r, files.changes());
-  };
-  // A clean run counts the writes, flushes, truncations and renames of the module (and its
-  // copy taken before the change); it is then undone.
-  const auto [temiz, sayi] = calistir(0, Fault::kFailing);
-  ASSERT_TRUE(temiz.sonuc.sona_ulasti) << Hatalar(temiz.kutular);
-  ASSERT_GT(sayi, 0u);
-  const auto sonra = Suit::Baytlar(vt);
-  ASSERT_NE(sonra, once);
-  for (const auto& [p, b] : once) std::ofstream(p, std::ios::binary) << b;
-
-  // Each change failing alone, and the disk full from a few of them on.
-  std::vector<std::pair<uint64_t, Fault>> planlar;
-  for (uint64_t n = 1; n <= sayi; ++n) planlar.push_back({n, Fault::kFailing});
-  for (uint64_t k = 0; k < 8; ++k) planlar.push_back({1 + sayi * k / 8, Fault::kDiskFull});
-  for (const auto& [n, fault] : planlar) {
-    SCOPED_TRACE((fault == Fault::kFailing ? "failing change " : "disk full at change ") +
-                 std::to_string(n));
-    const auto [r, _] = calistir(n, fault);
-    EXPECT_TRUE(r.sonuc.hata);
-    EXPECT_NE(Hatalar(r.kutular).find("Hata Kodu"), std::string::npos);
-    EXPECT_TRUE(Suit::Baytlar(vt) == once);
-    EXPECT_EQ(s_->ArtikGeciciler(), std::vector<fs::path>{});
-  }
-  const auto [sonraki, __] = calistir(0, Fault::kFailing);
-  EXPECT_TRUE(sonraki.sonuc.sona_ulasti) << Hatalar(sonraki.kutular);
-}
-
-// The program killed at a few moments of a whole restore: each database is as before or,
-// read by Jackcess, as after; a run after the kill completes and leaves no temporary files.
-TEST_F(Hatalar001, AKilledRestoreLeavesEachDatabaseAsBeforeOrAsAfter) {
-  PX_JET_ORACLE_OR_SKIP();
-  const auto vt = s_->Veritabanlari("001", "2009");
-  const auto once = Suit::Baytlar(vt);
-  const std::vector<std::string> komut = {
-      "--evet", "geri-al", "--kaynak", "D:\\Yedek",          "--paket", "P",        "--sirket",
-      "001",    "--yil",   "2009",     "--paketteki-sirket", "002",     "--onaysiz"};
-  auto geri_yukle = [&] {
-    for (const auto& [p, b] : once) std::ofstream(p, std::ios::binary) << b;
-  };
-  const auto bas = std::chrono::steady_clock::now();
-  auto tam = px::testing::RunProgram(komut);
-  const double sure_tam =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - bas).count();
-  ASSERT_TRUE(tam.ExitedWith(0)) << tam.Describe() << tam.out;
-  const auto sonra = Dok(vt);
-
-  const fs::path anlik = s_->Gecici() / "anlik";
-  std::vector<std::pair<fs::path, fs::path>> degisenler;  // snapshot, database
-  int oldurulen = 0;
-  // Moments spread over a whole run's time on this machine.
-  for (double pay : {0.1, 0.25, 0.4, 0.6, 0.9}) {
-    const double sure = sure_tam * pay;
-    geri_yukle();
-    auto r = px::testing::RunProgram(komut, {.input = "", .timeout_seconds = sure});
-    oldurulen += r.timed_out;
-    for (const auto& p : vt) {
-      if (px::testing::ReadAll(p) == once.at(p)) continue;
-      const fs::path kopya = anlik / std::to_string(degisenler.size()) / p.filename();
-      fs::create_directories(kopya.parent_path());
-      fs::copy_file(p, kopya);
-      degisenler.emplace_back(kopya, p);
-    }
-    auto sonraki = px::testing::RunProgram(komut);
-    EXPECT_TRUE(sonraki.ExitedWith(0)) << sure << " s: " << sonraki.Describe() << sonraki.out;
-    EXPECT_EQ(s_->ArtikGeciciler(), std::vector<fs::path>{}) << sure << " s";
-  }
-  EXPECT_GT(oldurulen, 0) << "no run was killed: the moments are too late for this machine";
-  std::vector<fs::path> kopyalar;
-  for (const auto& [k, _] : degisenler) kopyalar.push_back(k);
-  const auto okunan = Dok(kopyalar);
-  for (const auto& [k, p] : degisenler) {
-    SCOPED_TRACE(k.string());
-    ASSERT_TRUE(okunan.count(k.string()));
-    for (const auto& [ad, t] : sonra.at(p.string())) {
-      ASSERT_TRUE(okunan.at(k.string()).count(ad)) << ad;
-      EXPECT_EQ(okunan.at(k.string()).at(ad).satirlar, t.satirlar) << ad;
-    }
   }
 }
 

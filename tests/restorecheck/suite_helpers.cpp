@@ -143,30 +143,7 @@ bool InsertYolu(const json& sema) {
   return anahtar == 1 && otomatik;
 }
 
-Suit::Suit(const std::vector<std::string>& yalniz) {
-  const fs::path ornek = px::testing::SamplePath("suite/Pergonix");
-  const fs::path hedef = kok_.path() / "C" / "Pergonix";
-  if (yalniz.empty()) {
-    fs::create_directories(hedef.parent_path());
-    fs::copy(ornek, hedef, fs::copy_options::recursive);
-  }
-  for (const auto& g : yalniz) {
-    fs::create_directories((hedef / g).parent_path());
-    fs::copy_file(ornek / g, hedef / g);
-  }
-  fs::create_directories(kok_.path() / "D");
-  fs::create_directories(Gecici());
-  drives_ = std::make_unique<px::testing::ScopedEnv>(
-      kDriveMapVariable, "C=" + (kok_.path() / "C").string() + ";D=" + D().string());
-  tmpdir_ = std::make_unique<px::testing::ScopedEnv>("TMPDIR", Gecici().string());
-}
-
-fs::path Suit::C(const std::string& goreli) const {
-  return kok_.path() / "C" / "Pergonix" / goreli;
-}
-fs::path Suit::D(const std::string& goreli) const {
-  return kok_.path() / "D" / goreli;
-}
+Suit::Suit(const std::vector<std::string>& yalniz) : SuiteCopy(yalniz) {}
 
 std::vector<fs::path> Suit::Veritabanlari(const std::string& sirket, const std::string& yil) const {
   std::vector<fs::path> out;
@@ -181,7 +158,7 @@ std::vector<fs::path> Suit::Veritabanlari(const std::string& sirket, const std::
 
 std::vector<fs::path> Suit::ArtikGeciciler() const {
   std::vector<fs::path> out;
-  for (const auto& e : fs::recursive_directory_iterator(kok_.path() / "C")) {
+  for (const auto& e : fs::recursive_directory_iterator(C())) {
     if (e.path().filename().string().starts_with(".~")) out.push_back(e.path());
   }
   // The empty lock file that keeps two runs apart stays; staging files do not.
@@ -199,8 +176,7 @@ std::map<fs::path, std::string> Suit::Baytlar(const std::vector<fs::path>& dosya
   return out;
 }
 
-void Suit::Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil,
-                   bool tum_sirketler) {
+void Suit::Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil) {
   op::ScriptedOperator op({op::Answer::kYes, op::Answer::kYes, op::Answer::kYes});
   HostFileSystem fs;
   backup::YedekOrtami o;
@@ -216,7 +192,6 @@ void Suit::Yedekle(const std::string& paket, const std::string& sirket, const st
   g.sirket = sirket;
   g.yil = yil;
   g.hedef = "D:\\Yedek";
-  g.tum_sirketler = tum_sirketler;
   EXPECT_TRUE(yedekleme.YedeklemeBaslat(g).tamamlandi) << Hatalar(op.boxes);
 }
 
@@ -278,29 +253,6 @@ Suit::GeriAlma Suit::GeriAl(const std::string& paket, const std::string& paket_s
   }
   for (const auto& m : moduller) g.moduller.push_back({m, true});
   return c.Bitir(restore::GeriAlBaslat(c.ortam, g));
-}
-
-Suit::GeriAlma Suit::YilGeriAl(const std::string& paket, const std::string& kaynak_yil,
-                               const std::string& hedef_yil) {
-  Calisma c(platform::SystemFiles());
-  restore::YilGeriAlGirdileri g;
-  g.paket = paket;
-  g.kaynak = "D:\\Yedek";
-  g.kaynak_yil = kaynak_yil;
-  g.hedef_yil = hedef_yil;
-  g.onaysiz = true;
-  const std::string paket_klasoru = "D:\\Yedek\\" + paket;
-  const auto sirketler = restore::PaketSirketleri(c.dosyalar, paket_klasoru);
-  for (const auto& m : modules::Moduller()) {
-    for (const auto& sirket : sirketler) {
-      if (restore::ModulPaketteVarmi(c.fs, paket_klasoru, std::string(m.klasor), sirket,
-                                     kaynak_yil)) {
-        g.moduller.push_back({std::string(m.ad), true});
-        break;
-      }
-    }
-  }
-  return c.Bitir(restore::YilGeriAl(c.ortam, g));
 }
 
 std::string Hatalar(const std::vector<op::Box>& kutular) {

@@ -16,7 +16,7 @@
 #include "platform/files.h"
 #include "restore/geri_al.h"
 #include "support/jet_oracle.h"
-#include "support/temp_folder.h"
+#include "support/suite_copy.h"
 
 namespace px::restorecheck {
 
@@ -50,15 +50,12 @@ std::vector<nlohmann::json> InsertIle(const TabloDokumu& t);
 bool InsertYolu(const nlohmann::json& sema);
 std::vector<nlohmann::json> Sirali(std::vector<nlohmann::json> satirlar);
 
-// A suite on C: (the sample's files, or only those given), packages on D:, the staging
-// folder of its own; the drive map and TMPDIR set for the test's scope.
-class Suit {
+// The sample suite copied to C: (every file, or only those given), packages on D:, the
+// staging folder of its own; the drive map and TMPDIR set for the test's scope.
+class Suit : public px::testing::SuiteCopy {
  public:
-  // Every file of the sample suite below "Pergonix", or only the listed ones.
   explicit Suit(const std::vector<std::string>& yalniz = {});
-  fs::path C(const std::string& goreli = {}) const;  // below <C:>/Pergonix
-  fs::path D(const std::string& goreli = {}) const;  // below <D:>
-  fs::path Gecici() const { return kok_.path() / "tmp"; }
+  fs::path Gecici() const { return Temp(); }
   // The module databases of one company and year below C:\Pergonix (module-wide ones too).
   std::vector<fs::path> Veritabanlari(const std::string& sirket, const std::string& yil) const;
   // Files named ".~..." (temporaries of a write) anywhere below C:, and files left in the
@@ -67,10 +64,8 @@ class Suit {
   // The files' bytes, by path.
   static std::map<fs::path, std::string> Baytlar(const std::vector<fs::path>& dosyalar);
 
-  // The backup tab's run into D:\Yedek\<paket>: compressed, every module; of every company
-  // in the company table when `tum_sirketler`.
-  void Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil,
-               bool tum_sirketler = false);
+  // The backup tab's run into D:\Yedek\<paket>: compressed, every module.
+  void Yedekle(const std::string& paket, const std::string& sirket, const std::string& yil);
 
   // The restore tab's run from D:\Yedek\<paket> without questions per module; `files`
   // carries every write of the run (databases, copies, extra files).
@@ -82,14 +77,10 @@ class Suit {
                   const std::string& paket_yil, const std::string& sirket, const std::string& yil,
                   platform::FileLayer& files = platform::SystemFiles(),
                   std::vector<std::string> moduller = {});
-  // The year restore from D:\Yedek\<paket> into Access without questions per module; the
-  // items are the display names of the modules the package holds for any company.
-  GeriAlma YilGeriAl(const std::string& paket, const std::string& kaynak_yil,
-                     const std::string& hedef_yil);
 
  private:
-  px::testing::TempFolder kok_;
-  std::unique_ptr<px::testing::ScopedEnv> drives_, tmpdir_;
+  px::testing::ScopedEnv drives_{kDriveMapVariable, Drives()};
+  px::testing::ScopedEnv tmpdir_{"TMPDIR", Utf8FromPath(Temp())};
 };
 
 // Where the runs' module databases keep the record of the commit they share.

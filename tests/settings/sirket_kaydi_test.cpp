@@ -78,14 +78,5 @@ TEST(KullaniciDerecesiOku, ByCompanyAndUser) {
   EXPECT_NE(bad.status().message().find("yönetici"), std::string::npos);
 }
 
-TEST(BosIseSifir, NullAndBlankGiveZero) {
-  EXPECT_EQ(BosIseSifir(Null{}), "0");
-  EXPECT_EQ(BosIseSifir(std::string("   ")), "0");
-  EXPECT_EQ(BosIseSifir(std::string("")), "0");
-  EXPECT_EQ(BosIseSifir(std::string(" 7 ")), " 7 ");
-  EXPECT_EQ(BosIseSifir(int64_t{0}), "0");
-  EXPECT_EQ(BosIseSifir(int64_t{-3}), "-3");
-}
-
 }  // namespace
 }  // namespace px::settings

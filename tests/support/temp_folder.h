@@ -26,12 +26,7 @@ class TempFolder {
   }
   ~TempFolder() {
     std::error_code ec;
-    if (!kept_) std::filesystem::remove_all(path_, ec);
-  }
-  // Leaves the folder in place for a look after a failure; returns its path.
-  std::string Keep() {
-    kept_ = true;
-    return str();
+    std::filesystem::remove_all(path_, ec);
   }
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
@@ -54,7 +49,6 @@ class TempFolder {
 
  private:
   std::filesystem::path path_;
-  bool kept_ = false;
 };
 
 // The whole file through the program's own file layer; empty when it cannot be read.

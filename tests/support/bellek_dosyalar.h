@@ -1,7 +1,8 @@
 #pragma once
 // Files, folders and drives held in memory, on Windows-style paths compared without regard
-// to case, for tests of the backup flows. Faults on demand: a drive that is not ready for
-// the next n looks, and a full disk for the next n writes below a drive.
+// to case, for tests of the folder checks and the backup flows. Drives are fixed and ready
+// unless told otherwise. Faults on demand: a drive that is not ready for the next n looks, a
+// full disk for the next n writes below a drive, folders that cannot be created.
 
 #include <map>
 #include <memory>
@@ -12,7 +13,7 @@
 #include "platform/files.h"
 #include "platform/text_case.h"
 
-namespace px::backup::testing {
+namespace px::testing {
 
 class BellekDosyalar : public platform::FileLayer, public FileSystem {
  public:
@@ -110,6 +111,8 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
     return out;
   }
   Status CreateFolder(const std::string& path) override {
+    yaratilan.push_back(path);
+    if (salt_okunur) return Status::IOError("Permission denied: " + path);
     if (!KlasorVar(Ust(Duzgun(path)))) {
       return Status::NotFound("cannot create folder " + path + ": no parent");
     }
@@ -128,7 +131,8 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
       --hazir_degil[letter];
       return {true, false, kDriveRemovable};
     }
-    return {true, true, kDriveFixed};
+    auto it = suruculer.find(letter);
+    return it == suruculer.end() ? DriveFacts{true, true, kDriveFixed} : it->second;
   }
   Status CreateFolder(std::string_view path) override { return CreateFolder(std::string(path)); }
   Result<size_t> FileCount(std::string_view folder) override {
@@ -138,11 +142,14 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
     return n;
   }
 
-  std::map<char, int> hazir_degil;  // looks at the drive still answered "not ready"
-  std::map<char, int> dolu;         // writes below the drive still failing "disk full"
-  int yazma = 0;                    // writes so far
-  int bozuk_yazma = 0;              // the n-th write fails with an I/O error; 0 never
+  std::map<char, DriveFacts> suruculer;  // drives other than fixed and ready
+  std::map<char, int> hazir_degil;       // looks at the drive still answered "not ready"
+  std::map<char, int> dolu;              // writes below the drive still failing "disk full"
+  int yazma = 0;                         // writes so far
+  int bozuk_yazma = 0;                   // the n-th write fails with an I/O error; 0 never
   int yeniden_adlandirma = 0;
+  std::vector<std::string> yaratilan;  // folders asked for, in order
+  bool salt_okunur = false;            // no folder can be created
 
  private:
   struct Kayit {
@@ -197,4 +204,4 @@ class BellekDosyalar : public platform::FileLayer, public FileSystem {
   std::map<std::string, std::string> klasorler_;
 };
 
-}  // namespace px::backup::testing
+}  // namespace px::testing
