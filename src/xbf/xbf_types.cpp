@@ -507,8 +507,21 @@ Result<Value> ParseInteger(const FieldInfo& f, std::string_view t) {
   return Value(i);
 }
 
+// std::from_chars rounds as strtod does; what it does not take whole (a leading '+', a value
+// that underflows or overflows) is left to strtod, which decides as it always has.
+template <typename T>
+bool FromChars(std::string_view t, T& v) {
+  const auto r = std::from_chars(t.data(), t.data() + t.size(), v);
+  return r.ec == std::errc() && r.ptr == t.data() + t.size() && std::isfinite(v);
+}
+
 Result<Value> ParseFloating(const FieldInfo& f, std::string_view t) {
   if (!NumberChars(t) || t.size() > 400) return Bad(f, t);
+  if (f.ado_type == ado::kSingle) {
+    if (float v; FromChars(t, v)) return Value(v);
+  } else if (double v; FromChars(t, v)) {
+    return Value(v);
+  }
   std::string s(t);
   char* end = nullptr;
   if (f.ado_type == ado::kSingle) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <random>
+
 #include "core/bytes.h"
 #include "core/result.h"
 
@@ -80,6 +83,54 @@ TEST(ValueText, DecimalAndCurrencyParseBack) {
   EXPECT_FALSE(CurrencyFromText("922337203685477.5808"));
   EXPECT_FALSE(CurrencyFromText("0.00001"));
   EXPECT_EQ(CurrencyFromText("12.5")->scaled, 125000);
+}
+
+// The hand-made texts are what printf made before: dates field by field, plain decimals
+// from the digits of the whole number, at every scale and sign; and the 64-bit fast path of
+// the decimal parser agrees with the general one (leading zeros force the general one).
+TEST(ValueText, HandFormattingMatchesPrintf) {
+  auto plain = [](uint64_t magnitude, int scale, bool negative) {
+    std::string d = std::to_string(magnitude);
+    if (int(d.size()) <= scale) d.insert(0, size_t(scale + 1 - int(d.size())), '0');
+    if (scale > 0) {
+      d.insert(d.size() - size_t(scale), ".");
+      while (d.back() == '0') d.pop_back();
+      if (d.back() == '.') d.pop_back();
+    }
+    return (negative && magnitude ? "-" : "") + d;
+  };
+  std::mt19937_64 rng(11);
+  std::vector<int64_t> money = {0,      1,     -1,     10,    100,       1000,      10000,
+                                -10000, 12345, -50500, 99990, INT64_MIN, INT64_MAX, INT64_MIN + 1};
+  for (int i = 0; i < 20000; ++i)
+    money.push_back(int64_t(rng() >> (rng() % 64)) * (i % 2 ? -1 : 1));
+  for (int64_t m : money) {
+    const uint64_t mag = m < 0 ? uint64_t(0) - uint64_t(m) : uint64_t(m);
+    ASSERT_EQ(CurrencyToPlain({m}), plain(mag, 4, m < 0)) << m;
+    Decimal d;
+    d.lo = mag, d.negative = m < 0, d.scale = uint8_t(mag % 23);
+    ASSERT_EQ(DecimalToPlain(d), plain(mag, d.scale, d.negative)) << m;
+    const std::string text = DecimalToPlain(d),
+                      padded = (m < 0 ? "-" : "") + std::string(21, '0') + text.substr(m < 0);
+    ASSERT_EQ(DecimalFromText(text), DecimalFromText(padded)) << text;
+  }
+  for (const DateParts& p : {DateParts{},
+                             DateParts{-9999, 1, 2, 3, 4, 5, 6},
+                             {-5, 12, 31, 0, 0, 1, 0},
+                             {0, 1, 1, 23, 59, 59, 999},
+                             {12345, 6, 7, 0, 0, 0, 50},
+                             {99999, 9, 9, 9, 9, 9, 9}}) {
+    char iso[64], text[64];
+    int n = std::snprintf(iso, sizeof iso, "%04d-%02d-%02dT%02d:%02d:%02d", p.year, p.month, p.day,
+                          p.hour, p.minute, p.second);
+    if (p.millisecond) std::snprintf(iso + n, sizeof iso - size_t(n), ".%03d", p.millisecond);
+    n = std::snprintf(text, sizeof text, "%04d-%02d-%02d", p.year, p.month, p.day);
+    if (p.hour || p.minute || p.second)
+      std::snprintf(text + n, sizeof text - size_t(n), " %02d:%02d:%02d", p.hour, p.minute,
+                    p.second);
+    EXPECT_EQ(FormatIsoDateTime(p), iso);
+    EXPECT_EQ(FormatDateText(p), text);
+  }
 }
 
 TEST(ValueText, GuidTextAndMemoryLayout) {
