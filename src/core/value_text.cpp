@@ -1,6 +1,5 @@
 #include "core/value_text.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -271,58 +270,49 @@ double PartsToOleDate(const DateParts& p) {
 namespace {
 
 // printf's "%0*d": at least `width` characters, zeros after a minus sign.
-void AppendPadded(std::string& out, int value, int width) {
-  char digits[16];
+char* PutPadded(char* p, int value, int width) {
   const bool negative = value < 0;
   unsigned magnitude = negative ? 0u - unsigned(value) : unsigned(value);
-  int n = 0;
-  do {
-    digits[n++] = char('0' + magnitude % 10);
-    magnitude /= 10;
-  } while (magnitude != 0);
-  if (negative) out += '-';
-  out.append(size_t(std::max(0, width - n - int(negative))), '0');
-  while (n > 0) out += digits[--n];
+  int n = 1;
+  for (unsigned m = magnitude; m >= 10; m /= 10) ++n;
+  if (negative) *p++ = '-';
+  for (int zeros = width - n - int(negative); zeros > 0; --zeros) *p++ = '0';
+  for (int i = n - 1; i >= 0; --i, magnitude /= 10) p[i] = char('0' + magnitude % 10);
+  return p + n;
 }
 
-void AppendDate(std::string& out, const DateParts& p) {
-  AppendPadded(out, p.year, 4);
-  out += '-';
-  AppendPadded(out, p.month, 2);
-  out += '-';
-  AppendPadded(out, p.day, 2);
-}
-
-void AppendTime(std::string& out, const DateParts& p) {
-  AppendPadded(out, p.hour, 2);
-  out += ':';
-  AppendPadded(out, p.minute, 2);
-  out += ':';
-  AppendPadded(out, p.second, 2);
+// "YYYY-MM-DD", then `separator` and "HH:MM:SS" when `separator` is not 0.
+char* PutDateTime(char* p, const DateParts& d, char separator) {
+  p = PutPadded(p, d.year, 4);
+  *p++ = '-';
+  p = PutPadded(p, d.month, 2);
+  *p++ = '-';
+  p = PutPadded(p, d.day, 2);
+  if (separator == 0) return p;
+  *p++ = separator;
+  p = PutPadded(p, d.hour, 2);
+  *p++ = ':';
+  p = PutPadded(p, d.minute, 2);
+  *p++ = ':';
+  return PutPadded(p, d.second, 2);
 }
 
 }  // namespace
 
 std::string FormatIsoDateTime(const DateParts& p) {
-  std::string out;
-  AppendDate(out, p);
-  out += 'T';
-  AppendTime(out, p);
+  char buf[96];
+  char* e = PutDateTime(buf, p, 'T');
   if (p.millisecond != 0) {
-    out += '.';
-    AppendPadded(out, p.millisecond, 3);
+    *e++ = '.';
+    e = PutPadded(e, p.millisecond, 3);
   }
-  return out;
+  return std::string(buf, e);
 }
 
 std::string FormatDateText(const DateParts& p) {
-  std::string out;
-  AppendDate(out, p);
-  if (p.hour != 0 || p.minute != 0 || p.second != 0) {
-    out += ' ';
-    AppendTime(out, p);
-  }
-  return out;
+  char buf[96];
+  const bool midnight = p.hour == 0 && p.minute == 0 && p.second == 0;
+  return std::string(buf, PutDateTime(buf, p, midnight ? 0 : ' '));
 }
 
 std::string ShortestDouble(double d) {
