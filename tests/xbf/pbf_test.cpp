@@ -95,22 +95,6 @@ TEST_F(PbfFiles, DamagedOrTruncatedStreamsAreErrorsAndWriteNothing) {
   EXPECT_TRUE(Ac(Path("missing.pbf"), Path("out")).IsNotFound());
 }
 
-TEST_F(PbfFiles, RecordsetFilesReadThroughDecompression) {
-  const std::string xml =
-      "<xml><s:Schema><s:ElementType name='row'><s:AttributeType name='A'>"
-      "<s:datatype dt:type='int'/></s:AttributeType></s:ElementType></s:Schema>"
-      "<rs:data><z:row A='5'/></rs:data></xml>";
-  Put("a-T", xml);
-  ASSERT_TRUE(Sikistir(Path("a-T"), Path("a-T.PBF")).ok());
-  auto reader = XbfReader::OpenFile(Path("a-T.PBF"));
-  ASSERT_TRUE(reader.ok()) << reader.status().ToString();
-  Row row;
-  ASSERT_TRUE((*reader)->Next(row));
-  EXPECT_EQ(row[0], Value(int64_t(5)));
-  EXPECT_FALSE((*reader)->Next(row));
-  EXPECT_TRUE((*reader)->status().ok());
-}
-
 TEST(PbfNames, PackageNameRules) {
   EXPECT_EQ(CompressedName("cari-Hesap"), "cari-Hesap.pbf");
   EXPECT_EQ(*DecompressedName("cari-Hesap.pbf"), "cari-Hesap");
