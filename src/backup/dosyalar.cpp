@@ -70,7 +70,8 @@ class DomainFileLayer final : public platform::FileLayer {
     return host_.LockExclusive(h);
   }
 
-  platform::FileLayer& host() { return host_; }
+  platform::FileLayer& HostLayer() override { return host_; }
+  Result<std::string> HostPath(const std::string& path) override { return Host(path); }
 
  private:
   platform::FileLayer& host_;
@@ -84,11 +85,8 @@ platform::FileLayer& HostFiles() {
 }
 
 Status YarimKalanCommitiBitir(platform::FileLayer& files, const std::string& kayit) {
-  if (auto* domain = dynamic_cast<DomainFileLayer*>(&files)) {
-    PX_ASSIGN_OR_RETURN(std::string host, Host(kayit));
-    return db::FinishInterruptedCommit(domain->host(), host);
-  }
-  return db::FinishInterruptedCommit(files, kayit);
+  PX_ASSIGN_OR_RETURN(std::string host, files.HostPath(kayit));
+  return db::FinishInterruptedCommit(files.HostLayer(), host);
 }
 
 std::string_view KlasorKismi(std::string_view yol) {

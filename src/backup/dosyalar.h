@@ -20,9 +20,9 @@ namespace px::backup {
 platform::FileLayer& HostFiles();
 
 // Finishes (or undoes) the commit a killed restore left, from its record at the suite path
-// `kayit`. The record names host paths, as the restore wrote them, so with HostFiles() it is
-// read through the host layer: on Windows a host path under a drive map would otherwise be
-// taken for a suite path.
+// `kayit`. The record names host paths, as the restore wrote them, so it is read through the
+// host layer beneath `files` (FileLayer::HostLayer): on Windows a host path under a drive map
+// would otherwise be taken for a suite path.
 Status YarimKalanCommitiBitir(platform::FileLayer& files, const std::string& kayit);
 
 // The folder part and the name part of a path; either separator counts.

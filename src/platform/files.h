@@ -73,6 +73,13 @@ class FileLayer {
   // An exclusive lock on the whole file that other processes (and Access) respect: deny
   // write sharing on Windows, an open-file-description lock on POSIX. Busy when held.
   virtual Result<std::unique_ptr<FileLock>> LockExclusive(const std::string& path) = 0;
+
+  // A layer that maps its own paths onto another layer's (the suite's drive-qualified paths
+  // onto the host's) names that layer here, and HostPath gives the path it maps `path` to.
+  // Files written by another process, which names host paths, are read through HostLayer().
+  // A layer over the host's own paths is its own host layer.
+  virtual FileLayer& HostLayer() { return *this; }
+  virtual Result<std::string> HostPath(const std::string& path) { return path; }
 };
 
 // The operating system's files.
