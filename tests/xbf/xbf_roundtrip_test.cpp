@@ -286,31 +286,22 @@ TEST(XbfPadding, FixedTextIsPaddedAsAdoCountsIt) {
 TEST(XbfFormat, NumbersAndDatesMatchPrintf) {
   std::mt19937_64 random(7);
   auto text = [](int type, const Value& v) {
-    FieldInfo f;
-    f.name = "v";
-    f.ado_type = type;
-    auto t = FormatValue(f, v);
+    auto t = FormatValue(Field("v", type), v);
     return t.ok() ? *t : "error: " + t.status().message();
   };
-  auto parsed = [](int type, const std::string& t) {
-    FieldInfo f;
-    f.name = "v";
-    f.ado_type = type;
-    auto v = ParseValue(f, t);
-    return v.ok() ? *v : Value(std::string("refused"));
+  const Value refused = std::string("refused");
+  auto parsed = [&](int type, const std::string& t) {
+    auto v = ParseValue(Field("v", type), t);
+    return v.ok() ? *v : refused;
   };
   for (const char* t : {"+1.5", "-0", "1e-400", "4.9e-324", "2.2250738585072011e-308", "1e309",
                         "1262.1949999999999", "9007199254740993", "+-1", "-.5e-3", "5.", "1e",
                         "3.4028235e38", "3.4028236e38", "1e-46", "7.0064923e-46", "1E+2"}) {
-    char* end = nullptr;
+    char *end = nullptr, *fend = nullptr;
     const double d = std::strtod(t, &end);
-    EXPECT_EQ(parsed(ado::kDouble, t),
-              *end || !std::isfinite(d) ? Value(std::string("refused")) : Value(d))
-        << t;
-    const float f = std::strtof(t, &end);
-    EXPECT_EQ(parsed(ado::kSingle, t),
-              *end || !std::isfinite(f) ? Value(std::string("refused")) : Value(f))
-        << t;
+    const float f = std::strtof(t, &fend);
+    EXPECT_EQ(parsed(ado::kDouble, t), *end || !std::isfinite(d) ? refused : Value(d)) << t;
+    EXPECT_EQ(parsed(ado::kSingle, t), *fend || !std::isfinite(f) ? refused : Value(f)) << t;
   }
   auto printf_text = [](const char* format, auto... args) {
     char buf[64];
