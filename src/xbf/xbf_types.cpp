@@ -695,8 +695,9 @@ Status ParseValueInto(const FieldInfo& f, std::string_view t, Value& out) {
 }
 
 Result<Value> ParseValue(const FieldInfo& f, std::string_view t) {
-  Value v;
-  PX_RETURN_IF_ERROR(ParseValueInto(f, t, v));
+  Result<Value> v = Value();
+  Status st = ParseValueInto(f, t, *v);
+  if (!st.ok()) return st;
   return v;
 }
 
