@@ -45,6 +45,14 @@ class AccessDatabase final : public Database, private TableStore {
 
   Result<int64_t> Insert(const InsertStatement& st) override { return insert_.Run(*this, st); }
 
+  std::unique_ptr<ReadyInsert> PrepareInsert(const InsertStatement& shape) override {
+    return ReadyInsertInto(*this, shape);
+  }
+  std::unique_ptr<ReadyAddRow> PrepareAddRow(std::string_view table,
+                                             const std::vector<FieldInfo>& fields) override {
+    return ReadyAddRowInto(*this, table, fields);
+  }
+
   Status AddRow(std::string_view table, const std::vector<FieldInfo>& fields,
                 const Row& values) override {
     return InsertByFieldName(*this, table, fields, values);
@@ -136,6 +144,9 @@ class AccessDatabase final : public Database, private TableStore {
 
   Status InsertRow(const std::string& table, std::span<const Value> values) override {
     return writer_->InsertRow(table, values);
+  }
+  Status InsertRowFrom(const std::string& table, Row& values) override {
+    return writer_->InsertRowFrom(table, values);
   }
 
   Result<uint64_t> DeleteAll(const std::string& table) override {

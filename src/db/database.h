@@ -47,6 +47,30 @@ struct PreparedCommit {
   bool operator==(const PreparedCommit&) const = default;
 };
 
+// Rows of one INSERT shape, made ready by a backend that adds rows itself
+// (Database::PrepareInsert): MakeRow() does everything the statement does before its row
+// reaches the table, on any thread, while Insert() adds the rows made before.
+class ReadyInsert {
+ public:
+  virtual ~ReadyInsert() = default;
+  // The row `st` adds, every value converted and checked; `st` has the shape made ready.
+  // Fails as Database::Insert(st) would before adding anything. Reads nothing Insert()
+  // changes: safe on another thread while Insert() runs. `row`'s storage is reused.
+  virtual Status MakeRow(const InsertStatement& st, Row& row) const = 0;
+  // Adds a row MakeRow() made of `st`, failing as Database::Insert(st) would. `row` keeps
+  // its size; its values are left unspecified (their storage is reused).
+  virtual Status Insert(Row& row, const InsertStatement& st) = 0;
+};
+
+// The same for a recordset's inserts by field name (Database::PrepareAddRow): MakeRow()
+// takes the values of the fields made ready.
+class ReadyAddRow {
+ public:
+  virtual ~ReadyAddRow() = default;
+  virtual Status MakeRow(const Row& values, Row& row) const = 0;
+  virtual Status Insert(Row& row) = 0;
+};
+
 class Database : public Connection {
  public:
   // "DELETE FROM t", "INSERT INTO t (...) Values (...)", "UPDATE t SET ... WHERE ...":
@@ -55,11 +79,25 @@ class Database : public Connection {
   // The same INSERT given as its parts (db/write_sql.h): what Execute(InsertText(st)) does.
   // A backend that runs the parts itself skips making and parsing the text of every row.
   virtual Result<int64_t> Insert(const InsertStatement& st) { return Execute(InsertText(st)); }
+  // The INSERT of `shape`'s table and columns (its values are not read) made ready for row
+  // after row. Null when this backend runs each statement itself, or when it would refuse
+  // the shape: each statement then tells why.
+  virtual std::unique_ptr<ReadyInsert> PrepareInsert(const InsertStatement& shape) {
+    (void)shape;
+    return nullptr;
+  }
 
   // A recordset's AddNew, one assignment per field by name, Update. Fields the table
   // lacks are an error naming the table and the field.
   virtual Status AddRow(std::string_view table, const std::vector<FieldInfo>& fields,
                         const Row& values) = 0;
+  // AddRow() of `fields` made ready; null as for PrepareInsert().
+  virtual std::unique_ptr<ReadyAddRow> PrepareAddRow(std::string_view table,
+                                                     const std::vector<FieldInfo>& fields) {
+    (void)table;
+    (void)fields;
+    return nullptr;
+  }
 
   // ADOX: Tables.Append of a table without columns; Columns.Append; Keys.Append of a key of
   // type primary on one column. A second "PrimaryKey" on a table fails naming the table.

@@ -241,16 +241,23 @@ Result<WriteStatement> ParseWriteStatement(std::string_view sql) {
   return Parser(sql).Parse();
 }
 
+std::string_view LiteralText(const SqlExpr& e, std::string& scratch) {
+  if (e.text_of_bound == nullptr || e.bound == nullptr) return e.text;
+  e.text_of_bound(*e.bound, scratch);
+  return scratch;
+}
+
 std::string ExprText(const SqlExpr& e) {
+  std::string scratch;
   switch (e.kind) {
     case SqlExpr::Kind::kNull:
       return "Null";
     case SqlExpr::Kind::kText:
-      return "'" + e.text + "'";
+      return "'" + std::string(LiteralText(e, scratch)) + "'";
     case SqlExpr::Kind::kNumber:
-      return e.text;
+      return std::string(LiteralText(e, scratch));
     case SqlExpr::Kind::kMoney:
-      return "CAST('" + e.text + "' AS MONEY)";
+      return "CAST('" + std::string(LiteralText(e, scratch)) + "' AS MONEY)";
     case SqlExpr::Kind::kColumn:
       return e.text;
     case SqlExpr::Kind::kMid: {

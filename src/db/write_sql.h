@@ -40,6 +40,10 @@ struct SqlExpr {
   // caller keeps it alive until the statement has run. A column takes it directly where
   // reading `text` back gives that value unchanged; never set by the parser.
   const Value* bound = nullptr;
+  // With `bound`: the literal's text is not held in `text`; this function writes it from
+  // `*bound` into a string (replacing what it held) whenever it is read (LiteralText()), so
+  // that a backend taking the bound value never makes it.
+  void (*text_of_bound)(const Value& bound, std::string& text) = nullptr;
 
   bool IsLiteral() const {
     return kind == Kind::kNull || kind == Kind::kText || kind == Kind::kNumber ||
@@ -78,6 +82,11 @@ struct UpdateStatement {
 using WriteStatement = std::variant<DeleteStatement, InsertStatement, UpdateStatement>;
 
 Result<WriteStatement> ParseWriteStatement(std::string_view sql);
+
+// The text of a literal as the statement writes it (without quotes): `e.text`, or made into
+// `scratch` from the bound value when it is given so. Every reader of a literal's text goes
+// through this.
+std::string_view LiteralText(const SqlExpr& e, std::string& scratch);
 
 // The expression as SQL text, for messages: "MID(k, 4, 3)", "'005' + MID(k, 4, 3)".
 std::string ExprText(const SqlExpr& e);

@@ -53,14 +53,22 @@ Status CheckColumnValue(const std::string& table, const FieldInfo& field, Value&
 
 // The column's value of a literal made from `*e.bound`, without reading its text, where
 // reading the text back is known to give the same value: numbers the text writes in their
-// shortest exact form, money in its plain form, and dates in whole seconds. Anything else
-// (text, numbers out of the column's range, subnormal doubles that read back as zero,
-// dates outside years 100 to 9999, which the text refuses) goes through the text.
+// shortest exact form, money in its plain form, dates in whole seconds, Yes/No as 1 or 0. Anything
+// else (text, numbers out of the column's range, subnormal doubles that read back as zero, dates
+// outside years 100 to 9999, which the text refuses) goes through the text.
 std::optional<Value> BoundValue(const FieldInfo& field, const SqlExpr& e) {
   const Value& v = *e.bound;
   if (e.kind == SqlExpr::Kind::kMoney) {
     const auto* c = std::get_if<Currency>(&v);
     if (c != nullptr && field.ado_type == ado::kCurrency) return Value(*c);
+    return std::nullopt;
+  }
+  if (e.kind == SqlExpr::Kind::kNumber) {
+    // A Yes/No value written 1 or 0 reads back as itself.
+    const bool* b = std::get_if<bool>(&v);
+    if (b != nullptr && field.ado_type == ado::kBoolean && e.text == (*b ? "1" : "0")) {
+      return Value(*b);
+    }
     return std::nullopt;
   }
   if (e.kind != SqlExpr::Kind::kText) return std::nullopt;
@@ -99,14 +107,17 @@ Result<Value> LiteralValue(const std::string& table, const FieldInfo& field, con
     case SqlExpr::Kind::kNull:
       break;
     case SqlExpr::Kind::kText:
-    case SqlExpr::Kind::kNumber:
-      v = ValueFromText(field, e.text);
+    case SqlExpr::Kind::kNumber: {
+      std::string scratch;
+      v = ValueFromText(field, LiteralText(e, scratch));
       break;
+    }
     case SqlExpr::Kind::kMoney: {
       // CAST(... AS MONEY) makes a Currency first, which the column then takes.
       FieldInfo money;
       money.ado_type = ado::kCurrency;
-      v = ValueFromText(money, e.text, NumberForm::kMoney);
+      std::string scratch;
+      v = ValueFromText(money, LiteralText(e, scratch), NumberForm::kMoney);
       if (v.ok()) v = CoerceToColumn(field, *v);
       break;
     }
@@ -116,6 +127,89 @@ Result<Value> LiteralValue(const std::string& table, const FieldInfo& field, con
   }
   if (!v.ok()) return ColumnError(table, field, v.status());
   return v;
+}
+
+// `out` = LiteralValue(); a text is copied into the storage `out` has.
+Status AssignLiteral(const std::string& table, const FieldInfo& field, const SqlExpr& e,
+                     Value& out) {
+  if (e.kind == SqlExpr::Kind::kText && IsTextColumn(field)) {
+    // A text column takes the text as it is (ValueFromText()).
+    std::string* s = std::get_if<std::string>(&out);
+    if (s == nullptr) s = &out.emplace<std::string>();
+    const std::string_view text = LiteralText(e, *s);
+    if (text.data() != s->data()) s->assign(text);
+    return Status::Ok();
+  }
+  PX_ASSIGN_OR_RETURN(out, LiteralValue(table, field, e));
+  return Status::Ok();
+}
+
+// `out` = CoerceToColumn(); a text is copied into the storage `out` has.
+Status AssignCoerced(const std::string& table, const FieldInfo& field, const Value& value,
+                     Value& out) {
+  const auto* text = std::get_if<std::string>(&value);
+  if (text != nullptr && IsTextColumn(field)) {
+    if (auto* s = std::get_if<std::string>(&out)) {
+      s->assign(*text);
+    } else {
+      out = *text;
+    }
+    return Status::Ok();
+  }
+  auto v = CoerceToColumn(field, value);
+  if (!v.ok()) return ColumnError(table, field, v.status());
+  out = std::move(*v);
+  return Status::Ok();
+}
+
+// `row` made the table's width; every field Null unless each is about to be assigned.
+void ClearRow(const TableFields& table, bool every_field_given, Row& row) {
+  row.resize(table.fields.size());
+  if (every_field_given) return;
+  for (Value& v : row) v = Null{};
+}
+
+Status CheckRow(const TableFields& table, Row& row) {
+  for (size_t i = 0; i < row.size(); ++i) {
+    PX_RETURN_IF_ERROR(CheckColumnValue(table.name, table.fields[i], row[i]));
+  }
+  return Status::Ok();
+}
+
+// Whether `places` names every field of the table once.
+bool EveryFieldOnce(const TableFields& table, std::span<const size_t> places) {
+  std::vector<bool> seen(table.fields.size(), false);
+  for (size_t i : places) {
+    if (seen[i]) return false;
+    seen[i] = true;
+  }
+  return places.size() == table.fields.size();
+}
+
+// The row an INSERT of `st` adds; `places`: the table's field of each column.
+Status InsertedRow(const TableFields& table, std::span<const size_t> places, bool every_field_given,
+                   const InsertStatement& st, Row& row) {
+  ClearRow(table, every_field_given, row);
+  for (size_t k = 0; k < places.size(); ++k) {
+    const size_t i = places[k];
+    PX_RETURN_IF_ERROR(AssignLiteral(table.name, table.fields[i], st.values[k], row[i]));
+  }
+  return CheckRow(table, row);
+}
+
+// The row InsertByFieldName() adds; `places`: the table's field of each field given.
+Status AddedRow(const TableFields& table, std::span<const size_t> places, bool every_field_given,
+                const Row& values, Row& row) {
+  if (values.size() != places.size()) {
+    return Status::InvalidArgument("table " + table.name + ": " + std::to_string(places.size()) +
+                                   " fields but " + std::to_string(values.size()) + " values");
+  }
+  ClearRow(table, every_field_given, row);
+  for (size_t k = 0; k < places.size(); ++k) {
+    const size_t i = places[k];
+    PX_RETURN_IF_ERROR(AssignCoerced(table.name, table.fields[i], values[k], row[i]));
+  }
+  return CheckRow(table, row);
 }
 
 // Characters `start` (1-based) onwards of UTF-8 text, at most `length` of them.
@@ -307,18 +401,27 @@ Status FieldPlaces(const TableFields& table, std::span<const std::string> names,
   return Status::Ok();
 }
 
+// The table's field of each field given, looked up by name.
+Status FieldNamePlaces(const TableFields& table, const std::vector<FieldInfo>& fields,
+                       std::vector<size_t>& places) {
+  places.clear();
+  for (const FieldInfo& f : fields) {
+    auto i = FindField(table.fields, f.name, table.name);
+    if (!i.ok()) {
+      places.clear();
+      return Status::InvalidArgument("table " + table.name + " has no field " + f.name);
+    }
+    places.push_back(*i);
+  }
+  return Status::Ok();
+}
+
 Result<int64_t> RunInsert(TableStore& store, const InsertStatement& st) {
   PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(st.table));
   static thread_local std::vector<size_t> places;
   PX_RETURN_IF_ERROR(FieldPlaces(*table, st.columns, places));
-  Row row(table->fields.size(), Value(Null{}));
-  for (size_t k = 0; k < st.columns.size(); ++k) {
-    const size_t i = places[k];
-    PX_ASSIGN_OR_RETURN(row[i], LiteralValue(table->name, table->fields[i], st.values[k]));
-  }
-  for (size_t i = 0; i < row.size(); ++i) {
-    PX_RETURN_IF_ERROR(CheckColumnValue(table->name, table->fields[i], row[i]));
-  }
+  Row row;
+  PX_RETURN_IF_ERROR(InsertedRow(*table, places, false, st, row));
   PX_RETURN_IF_ERROR(store.InsertRow(table->name, row));
   return int64_t{1};
 }
@@ -358,12 +461,55 @@ Result<int64_t> ExecuteWriteStatement(TableStore& store, std::string_view sql) {
   return n;
 }
 
+Status InsertError(const Status& why, const InsertStatement& st) {
+  if (why.IsNotSupported()) return why.WithContext("SQL \"" + InsertText(st) + "\"");
+  return why;
+}
+
 Result<int64_t> ExecuteInsert(TableStore& store, const InsertStatement& st) {
   Result<int64_t> n = RunInsert(store, st);
-  if (!n.ok() && n.status().IsNotSupported()) {
-    return n.status().WithContext("SQL \"" + InsertText(st) + "\"");
-  }
+  if (!n.ok()) return InsertError(n.status(), st);
   return n;
+}
+
+Result<TableRowMaker> TableRowMaker::ForInsert(TableStore& store, const InsertStatement& shape) {
+  const InsertStatement nulls{shape.table, shape.columns,
+                              std::vector<SqlExpr>(shape.columns.size())};
+  const std::string sql = InsertText(nulls);
+  PX_ASSIGN_OR_RETURN(WriteStatement parsed, ParseWriteStatement(sql));
+  const auto* st = std::get_if<InsertStatement>(&parsed);
+  if (st == nullptr || st->table != shape.table || st->columns != shape.columns) {
+    return Status::InvalidArgument("SQL \"" + sql + "\" does not read back as its parts");
+  }
+  PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(shape.table));
+  TableRowMaker maker;
+  maker.table_ = *table;
+  PX_RETURN_IF_ERROR(FieldPlaces(*table, shape.columns, maker.places_));
+  maker.every_field_given_ = EveryFieldOnce(maker.table_, maker.places_);
+  return maker;
+}
+
+Result<TableRowMaker> TableRowMaker::ForFields(TableStore& store, std::string_view table_name,
+                                               const std::vector<FieldInfo>& fields) {
+  PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(table_name));
+  TableRowMaker maker;
+  maker.table_ = *table;
+  PX_RETURN_IF_ERROR(FieldNamePlaces(*table, fields, maker.places_));
+  maker.every_field_given_ = EveryFieldOnce(maker.table_, maker.places_);
+  return maker;
+}
+
+Status TableRowMaker::MakeRow(const InsertStatement& st, Row& row) const {
+  if (st.values.size() != places_.size()) {
+    return Status::InvalidArgument("table " + table_.name + ": " + std::to_string(places_.size()) +
+                                   " columns but " + std::to_string(st.values.size()) + " values");
+  }
+  Status made = InsertedRow(table_, places_, every_field_given_, st, row);
+  return made.ok() ? made : InsertError(made, st);
+}
+
+Status TableRowMaker::MakeRow(const Row& values, Row& row) const {
+  return AddedRow(table_, places_, every_field_given_, values, row);
 }
 
 Result<int64_t> PreparedInsert::Run(TableStore& store, const InsertStatement& st) {
@@ -380,6 +526,50 @@ Result<int64_t> PreparedInsert::Run(TableStore& store, const InsertStatement& st
   return ExecuteInsert(store, st);
 }
 
+namespace {
+
+class StoreInsert final : public ReadyInsert {
+ public:
+  StoreInsert(TableStore& store, TableRowMaker maker) : store_(store), maker_(std::move(maker)) {}
+  Status MakeRow(const InsertStatement& st, Row& row) const override {
+    return maker_.MakeRow(st, row);
+  }
+  Status Insert(Row& row, const InsertStatement& st) override {
+    Status added = store_.InsertRowFrom(maker_.table(), row);
+    return added.ok() ? added : InsertError(added, st);
+  }
+
+ private:
+  TableStore& store_;
+  const TableRowMaker maker_;
+};
+
+class StoreAddRow final : public ReadyAddRow {
+ public:
+  StoreAddRow(TableStore& store, TableRowMaker maker) : store_(store), maker_(std::move(maker)) {}
+  Status MakeRow(const Row& values, Row& row) const override { return maker_.MakeRow(values, row); }
+  Status Insert(Row& row) override { return store_.InsertRowFrom(maker_.table(), row); }
+
+ private:
+  TableStore& store_;
+  const TableRowMaker maker_;
+};
+
+}  // namespace
+
+std::unique_ptr<ReadyInsert> ReadyInsertInto(TableStore& store, const InsertStatement& shape) {
+  auto maker = TableRowMaker::ForInsert(store, shape);
+  if (!maker.ok()) return nullptr;
+  return std::make_unique<StoreInsert>(store, std::move(*maker));
+}
+
+std::unique_ptr<ReadyAddRow> ReadyAddRowInto(TableStore& store, std::string_view table,
+                                             const std::vector<FieldInfo>& fields) {
+  auto maker = TableRowMaker::ForFields(store, table, fields);
+  if (!maker.ok()) return nullptr;
+  return std::make_unique<StoreAddRow>(store, std::move(*maker));
+}
+
 Status InsertByFieldName(TableStore& store, std::string_view table_name,
                          const std::vector<FieldInfo>& fields, const Row& values) {
   PX_ASSIGN_OR_RETURN(const TableFields* table, store.Fields(table_name));
@@ -394,28 +584,9 @@ Status InsertByFieldName(TableStore& store, std::string_view table_name,
   for (size_t k = 0; known && k < fields.size(); ++k) {
     known = places[k] < table->fields.size() && table->fields[places[k]].name == fields[k].name;
   }
-  if (!known) {
-    places.clear();
-    for (const FieldInfo& f : fields) {
-      auto i = FindField(table->fields, f.name, table->name);
-      if (!i.ok()) {
-        places.clear();
-        return Status::InvalidArgument("table " + table->name + " has no field " + f.name);
-      }
-      places.push_back(*i);
-    }
-  }
-  Row row(table->fields.size(), Value(Null{}));
-  for (size_t k = 0; k < fields.size(); ++k) {
-    const size_t i = places[k];
-    const FieldInfo& field = table->fields[i];
-    auto v = CoerceToColumn(field, values[k]);
-    if (!v.ok()) return ColumnError(table->name, field, v.status());
-    row[i] = std::move(*v);
-  }
-  for (size_t i = 0; i < row.size(); ++i) {
-    PX_RETURN_IF_ERROR(CheckColumnValue(table->name, table->fields[i], row[i]));
-  }
+  if (!known) PX_RETURN_IF_ERROR(FieldNamePlaces(*table, fields, places));
+  Row row;
+  PX_RETURN_IF_ERROR(AddedRow(*table, places, false, values, row));
   return store.InsertRow(table->name, row);
 }
 

@@ -29,6 +29,19 @@ Result<Geometry> Measure(const JetFormat& f, Bytes page, const std::string& wher
   return g;
 }
 
+uint8_t PutRow(const JetFormat& f, MutableBytes page, Bytes row, const Geometry& g) {
+  const size_t start = g.lowest - row.size();
+  std::copy(row.begin(), row.end(), page.begin() + start);
+  StoreLe16(&page[f.data_row_table + 2 * size_t(g.count)], uint16_t(start));
+  StoreLe16(&page[f.data_row_count], uint16_t(g.count + 1));
+  StoreLe16(&page[kFreeSpaceOffset], uint16_t(start - (g.table_end + 2)));
+  return uint8_t(g.count);
+}
+
+bool Fits(const Geometry& g, size_t row_size) {
+  return g.count < kMaxRowsPerDataPage && row_size + 2 <= g.lowest - g.table_end;
+}
+
 }  // namespace
 
 Result<std::pair<size_t, size_t>> DataRowBounds(const JetFormat& f, Bytes page, uint16_t row,
@@ -62,23 +75,24 @@ Result<size_t> DataPageFreeSpace(const JetFormat& f, Bytes page, const std::stri
 }
 
 bool DataPageFits(const JetFormat& f, Bytes page, size_t row_size) {
-  auto g = Measure(f, page, "");
-  return g.ok() && g->count < kMaxRowsPerDataPage && row_size + 2 <= g->lowest - g->table_end;
+  auto g = Measure(f, page, {});
+  return g.ok() && Fits(*g, row_size);
 }
 
 Result<uint8_t> AppendDataRow(const JetFormat& f, MutableBytes page, Bytes row,
                               const std::string& where) {
   PX_ASSIGN_OR_RETURN(Geometry g, Measure(f, page, where));
-  if (g.count >= kMaxRowsPerDataPage || row.size() + 2 > g.lowest - g.table_end) {
+  if (!Fits(g, row.size())) {
     return Status::InvalidArgument(where + ": a row of " + std::to_string(row.size()) +
                                    " bytes does not fit");
   }
-  const size_t start = g.lowest - row.size();
-  std::copy(row.begin(), row.end(), page.begin() + start);
-  StoreLe16(&page[f.data_row_table + 2 * size_t(g.count)], uint16_t(start));
-  StoreLe16(&page[f.data_row_count], uint16_t(g.count + 1));
-  StoreLe16(&page[kFreeSpaceOffset], uint16_t(start - (g.table_end + 2)));
-  return uint8_t(g.count);
+  return PutRow(f, page, row, g);
+}
+
+std::optional<uint8_t> TryAppendDataRow(const JetFormat& f, MutableBytes page, Bytes row) {
+  auto g = Measure(f, page, {});
+  if (!g.ok() || !Fits(*g, row.size())) return std::nullopt;
+  return PutRow(f, page, row, *g);
 }
 
 Status MarkDataRowDeleted(const JetFormat& f, MutableBytes page, uint16_t row,

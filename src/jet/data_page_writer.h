@@ -9,6 +9,7 @@
 // length plus its 2-byte offset entry.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -34,6 +35,9 @@ bool DataPageFits(const JetFormat& f, Bytes page, size_t row_size);
 // Appends a row and returns its row number. `where` ("file: page 12") leads messages.
 Result<uint8_t> AppendDataRow(const JetFormat& f, MutableBytes page, Bytes row,
                               const std::string& where);
+// The same without a message: nullopt when the row does not fit (or the page is not a
+// sound data page), the page then unchanged.
+std::optional<uint8_t> TryAppendDataRow(const JetFormat& f, MutableBytes page, Bytes row);
 
 // Flags row `row` deleted (its bytes stay). Deleting a deleted row is an error.
 Status MarkDataRowDeleted(const JetFormat& f, MutableBytes page, uint16_t row,

@@ -271,6 +271,7 @@ Status IndexPageBuilder::Close(size_t at, size_t keep_from) {
     closed.entries.pop_back();
   }
   PX_RETURN_IF_ERROR(Write(level.number, closed));
+  for (EntryBytes& e : closed.entries) spare_.push_back(std::move(e));
   const uint32_t closed_number = level.number;
   level.number = next;
   level.closed_one = true;
@@ -323,7 +324,13 @@ Status IndexPageBuilder::AddAt(size_t at, EntryBytes entry) {
 }
 
 Status IndexPageBuilder::Add(Bytes entry) {
-  return AddAt(0, EntryBytes(entry.begin(), entry.end()));
+  EntryBytes copy;
+  if (!spare_.empty()) {
+    copy = std::move(spare_.back());
+    spare_.pop_back();
+  }
+  copy.assign(entry.begin(), entry.end());
+  return AddAt(0, std::move(copy));
 }
 
 Status IndexPageBuilder::Finish() {

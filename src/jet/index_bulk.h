@@ -113,6 +113,7 @@ class IndexPageBuilder {
   const RealIndex& index_;
   std::string what_;
   std::vector<Level> levels_;
+  std::vector<EntryBytes> spare_;  // storage of entries on pages written, for the next ones
 };
 
 }  // namespace px::jet

@@ -633,36 +633,41 @@ Status AppendColumnKey(const ColumnDef& c, TextOrder order, bool ascending, cons
   return Status::Ok();
 }
 
+Status KeyError(const Status& error, const KeyLabels& labels) {
+  return error.WithContext("table " + labels.table + ", index " + labels.index);
+}
+
 Result<std::vector<uint8_t>> EncodeIndexKey(const JetFormat& f, const TableDef& def,
                                             const RealIndex& index,
                                             std::span<const Value> by_column,
                                             const KeyLabels& labels) {
-  auto fail = [&](const Status& s) {
-    return s.WithContext("table " + labels.table + ", index " + labels.index);
-  };
   std::vector<uint8_t> key;
+  Status st = EncodeIndexKey(f, def, index, by_column, key);
+  if (!st.ok()) return KeyError(st, labels);
+  return key;
+}
+
+Status EncodeIndexKey(const JetFormat& f, const TableDef& def, const RealIndex& index,
+                      std::span<const Value> by_column, std::vector<uint8_t>& key) {
+  key.clear();
   for (const IndexColumn& ic : index.columns) {
     const int pos = def.ColumnByNumber(ic.column_number);
     if (pos < 0 || size_t(pos) >= by_column.size()) {
-      return fail(
-          Status::InvalidArgument("no value for column id " + std::to_string(ic.column_number)));
+      return Status::InvalidArgument("no value for column id " + std::to_string(ic.column_number));
     }
     const ColumnDef& c = def.columns[size_t(pos)];
     TextOrder order = TextOrder::kGeneralLegacy;
     if (c.type == coltype::kText || c.type == coltype::kMemo) {
-      auto o = TextOrderOf(f, c);
-      if (!o.ok()) return fail(o.status());
-      order = *o;
+      PX_ASSIGN_OR_RETURN(order, TextOrderOf(f, c));
     }
-    Status st = AppendColumnKey(c, order, ic.ascending, by_column[size_t(pos)], key);
-    if (!st.ok()) return fail(st);
+    PX_RETURN_IF_ERROR(AppendColumnKey(c, order, ic.ascending, by_column[size_t(pos)], key));
   }
   if (key.size() > kMaxIndexKeySize) {
-    return fail(Status::NotSupported("key of " + std::to_string(key.size()) +
-                                     " bytes is longer than the " +
-                                     std::to_string(kMaxIndexKeySize) + " bytes Jet stores whole"));
+    return Status::NotSupported("key of " + std::to_string(key.size()) +
+                                " bytes is longer than the " + std::to_string(kMaxIndexKeySize) +
+                                " bytes Jet stores whole");
   }
-  return key;
+  return Status::Ok();
 }
 
 }  // namespace px::jet

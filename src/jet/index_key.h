@@ -79,6 +79,12 @@ Result<std::vector<uint8_t>> EncodeIndexKey(const JetFormat& f, const TableDef& 
                                             const RealIndex& index,
                                             std::span<const Value> by_column,
                                             const KeyLabels& labels);
+// The same into `key` (replacing what it held), its errors not yet labelled: a row's key
+// needs no labels unless it fails, and KeyError() gives them as the form above does.
+Status EncodeIndexKey(const JetFormat& f, const TableDef& def, const RealIndex& index,
+                      std::span<const Value> by_column, std::vector<uint8_t>& key);
+// "table T, index I: " before an error of the key of that index.
+Status KeyError(const Status& error, const KeyLabels& labels);
 
 // One column's part of a key (flag byte included). `order` is used for Text/Memo only.
 // Errors name the column; the caller adds the table and index.

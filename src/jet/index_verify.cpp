@@ -109,6 +109,12 @@ Status VerifiedCharacters::MayEncode(TextOrder order, std::string_view utf8) con
 Status VerifiedCharacters::MayEncodeKey(const JetFormat& f, const TableDef& def,
                                         const RealIndex& index, std::span<const Value> by_column,
                                         const KeyLabels& labels) const {
+  return MayEncodeKey(f, def, index, by_column, [&labels] { return labels; });
+}
+
+Status VerifiedCharacters::MayEncodeKey(const JetFormat& f, const TableDef& def,
+                                        const RealIndex& index, std::span<const Value> by_column,
+                                        const std::function<KeyLabels()>& make_labels) const {
   for (const IndexColumn& ic : index.columns) {
     const int pos = def.ColumnByNumber(ic.column_number);
     if (pos < 0 || size_t(pos) >= by_column.size()) continue;
@@ -116,13 +122,19 @@ Status VerifiedCharacters::MayEncodeKey(const JetFormat& f, const TableDef& def,
     if (c.type != coltype::kText && c.type != coltype::kMemo) continue;
     const std::string* s = std::get_if<std::string>(&by_column[size_t(pos)]);
     if (s == nullptr) continue;
-    auto context = "table " + labels.table + ", index " + labels.index + ", column " + c.name;
     auto order = TextOrderOf(f, c);
-    if (!order.ok())
+    if (!order.ok()) {
+      const KeyLabels labels = make_labels();
       return order.status().WithContext("table " + labels.table + ", index " + labels.index);
+    }
     // A General order refuses no more than the key encoder itself, which runs next.
     if (IsGeneralOrder(*order)) continue;
-    PX_RETURN_IF_ERROR(MayEncode(*order, *s).WithContext(context));
+    Status st = MayEncode(*order, *s);
+    if (!st.ok()) {
+      const KeyLabels labels = make_labels();
+      return st.WithContext("table " + labels.table + ", index " + labels.index + ", column " +
+                            c.name);
+    }
   }
   return Status::Ok();
 }

@@ -11,6 +11,7 @@
 // General orders need no proof beyond their tables.
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <span>
@@ -37,6 +38,10 @@ class VerifiedCharacters {
   // the table and index. Callers encode the key next.
   Status MayEncodeKey(const JetFormat& f, const TableDef& def, const RealIndex& index,
                       std::span<const Value> by_column, const KeyLabels& labels) const;
+  // The same with the labels made only for an error.
+  Status MayEncodeKey(const JetFormat& f, const TableDef& def, const RealIndex& index,
+                      std::span<const Value> by_column,
+                      const std::function<KeyLabels()>& labels) const;
 
  private:
   std::map<TextOrder, std::set<uint32_t>> seen_;

@@ -30,5 +30,8 @@ size_t MaxRowSize(const JetFormat& f);
 Result<std::vector<uint8_t>> EncodeRow(const JetFormat& f, const TableDef& def,
                                        std::span<const ColumnData> columns,
                                        const std::string& where, size_t pad_to = 0);
+// The same into `row`, whose storage is reused.
+Status EncodeRow(const JetFormat& f, const TableDef& def, std::span<const ColumnData> columns,
+                 const std::string& where, std::vector<uint8_t>& row, size_t pad_to = 0);
 
 }  // namespace px::jet

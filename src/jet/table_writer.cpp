@@ -52,10 +52,13 @@ std::string ValueForMessage(const Value& v) {
 
 IndexKeyFunction AccessIndexKeys(const JetFormat& f, std::string table_name) {
   return [&f, table = std::move(table_name)](const TableDef& def, const RealIndex& index,
-                                             std::span<const Value> values) {
+                                             std::span<const Value> values,
+                                             std::vector<uint8_t>& key) {
+    Status st = EncodeIndexKey(f, def, index, values, key);
+    if (st.ok()) return st;
     size_t real = 0;
     while (real < def.real_indexes.size() && &def.real_indexes[real] != &index) ++real;
-    return EncodeIndexKey(f, def, index, values, KeyLabels{table, IndexLabel(def, real)});
+    return KeyError(st, KeyLabels{table, IndexLabel(def, real)});
   };
 }
 
@@ -148,9 +151,7 @@ Status TableWriter::AssignAutoNumbers(std::vector<Value>& values) {
   return Status::Ok();
 }
 
-Result<TableWriter::Keys> TableWriter::MakeKeys(std::span<const Value> values,
-                                                const std::string& where) {
-  Keys keys;
+Status TableWriter::MakeKeys(std::span<const Value> values, const std::string& where, Keys& keys) {
   keys.key.resize(def_.real_indexes.size());
   keys.skip.assign(def_.real_indexes.size(), false);
   for (size_t r = 0; r < def_.real_indexes.size(); ++r) {
@@ -170,11 +171,10 @@ Result<TableWriter::Keys> TableWriter::MakeKeys(std::span<const Value> values,
       keys.skip[r] = true;
       continue;
     }
-    auto key = options_.index_key(def_, index, values);
-    if (!key.ok()) return key.status().WithContext(where + ": index " + IndexName(r));
-    keys.key[r] = std::move(*key);
+    Status st = options_.index_key(def_, index, values, keys.key[r]);
+    if (!st.ok()) return st.WithContext(where + ": index " + IndexName(r));
   }
-  return keys;
+  return Status::Ok();
 }
 
 Status TableWriter::CheckUnique(const Keys& keys, std::span<const Value> values,
@@ -249,31 +249,31 @@ Status TableWriter::ListLongValuePage(LongValueMaps& maps, uint32_t page, bool o
 Result<RowPointer> TableWriter::WriteLongValueRow(size_t column, Bytes row) {
   LongValueMaps& maps = MapsOf(column);
   if (maps.current != 0) {
-    PX_ASSIGN_OR_RETURN(Bytes page, pages_.Read(maps.current));
-    if (!DataPageFits(f_, page, row.size())) {
-      PX_RETURN_IF_ERROR(ListLongValuePage(maps, maps.current, true, false));
-      maps.current = 0;
-    }
+    PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(maps.current));
+    if (auto slot = TryAppendDataRow(f_, page, row)) return RowPointer{maps.current, *slot};
+    PX_RETURN_IF_ERROR(ListLongValuePage(maps, maps.current, true, false));
+    maps.current = 0;
   }
-  if (maps.current == 0) {
-    PX_ASSIGN_OR_RETURN(maps.current, pages_.Allocate());
-    PX_ASSIGN_OR_RETURN(MutableBytes fresh, pages_.Modify(maps.current));
-    InitDataPage(f_, fresh, kLongValuePageOwner);
-    PX_RETURN_IF_ERROR(ListLongValuePage(maps, maps.current, true, true));
-  }
+  PX_ASSIGN_OR_RETURN(maps.current, pages_.Allocate());
+  PX_ASSIGN_OR_RETURN(MutableBytes fresh, pages_.Modify(maps.current));
+  InitDataPage(f_, fresh, kLongValuePageOwner);
+  PX_RETURN_IF_ERROR(ListLongValuePage(maps, maps.current, true, true));
   PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(maps.current));
   PX_ASSIGN_OR_RETURN(uint8_t slot, AppendDataRow(f_, page, row, Where(maps.current)));
   return RowPointer{maps.current, slot};
 }
 
-Result<std::vector<uint8_t>> TableWriter::StoreLongValue(size_t column, Bytes payload,
-                                                         bool inline_fits) {
+Status TableWriter::StoreLongValue(size_t column, Bytes payload, bool inline_fits,
+                                   std::vector<uint8_t>& out) {
   if (payload.size() > kLongValueLengthMask) {
     return Status::InvalidArgument("table " + name_ + ": long value of " +
                                    std::to_string(payload.size()) + " bytes is too large");
   }
   const LongValueKind kind = ChooseLongValueKind(f_, payload.size(), inline_fits);
-  if (kind == LongValueKind::kInline) return InlineLongValue(payload);
+  if (kind == LongValueKind::kInline) {
+    out = InlineLongValue(payload);
+    return Status::Ok();
+  }
   RowPointer first;
   if (kind == LongValueKind::kSingle) {
     PX_ASSIGN_OR_RETURN(first, WriteLongValueRow(column, payload));
@@ -289,55 +289,60 @@ Result<std::vector<uint8_t>> TableWriter::StoreLongValue(size_t column, Bytes pa
     first = next;
   }
   auto d = LongValueDescriptor(kind, uint32_t(payload.size()), first);
-  return std::vector<uint8_t>(d.begin(), d.end());
+  out.assign(d.begin(), d.end());
+  return Status::Ok();
 }
 
-Result<std::vector<uint8_t>> TableWriter::BuildRow(std::span<const Value> values,
-                                                   const std::string& where,
-                                                   std::span<const ColumnData> keep) {
-  std::vector<EncodedValue> enc(def_.columns.size());
-  for (size_t i = 0; i < def_.columns.size(); ++i) {
+Status TableWriter::BuildRow(std::span<const Value> values, const std::string& where,
+                             std::span<const ColumnData> keep, std::vector<uint8_t>& row) {
+  const size_t n = def_.columns.size();
+  std::vector<EncodedValue>& enc = encoded_;
+  enc.resize(n);
+  for (size_t i = 0; i < n; ++i) {
     if (!keep.empty() && !keep[i].null && IsLongValue(def_.columns[i])) {
       enc[i].null = false;
+      enc[i].bit = false;
       enc[i].bytes.assign(keep[i].bytes.begin(), keep[i].bytes.end());
       continue;
     }
-    PX_ASSIGN_OR_RETURN(enc[i],
-                        EncodeValue(f_, def_.columns[i], values[i], options_.code_page, where));
+    PX_RETURN_IF_ERROR(
+        EncodeValue(f_, def_.columns[i], values[i], options_.code_page, where, enc[i]));
   }
-  std::vector<ColumnData> data(enc.size());
+  std::vector<ColumnData>& data = columns_;
+  data.resize(n);
   auto refresh = [&] {
-    for (size_t i = 0; i < enc.size(); ++i) data[i] = {enc[i].null, enc[i].bit, enc[i].bytes};
+    for (size_t i = 0; i < n; ++i) data[i] = {enc[i].null, enc[i].bit, enc[i].bytes};
   };
   bool new_long_value = false;
-  for (size_t i = 0; i < enc.size() && !new_long_value; ++i) {
+  for (size_t i = 0; i < n && !new_long_value; ++i) {
     new_long_value = IsLongValue(def_.columns[i]) && !enc[i].null && (keep.empty() || keep[i].null);
   }
   if (!new_long_value) {  // nothing to place apart from the row: one pass
     refresh();
-    return EncodeRow(f_, def_, data, where);
+    return EncodeRow(f_, def_, data, where, row);
   }
   // Size of the row with every new long value as a bare descriptor, then inline values
   // taken in column order while the row stays within its limit.
-  std::vector<std::vector<uint8_t>> payload(enc.size());
-  for (size_t i = 0; i < enc.size(); ++i) {
+  payloads_.resize(n);
+  for (size_t i = 0; i < n; ++i) {
+    payloads_[i].clear();
     if (!IsLongValue(def_.columns[i]) || enc[i].null) continue;
     if (!keep.empty() && !keep[i].null) continue;
-    payload[i] = std::move(enc[i].bytes);
+    payloads_[i].swap(enc[i].bytes);
     enc[i].bytes.assign(kLongValueHeaderSize, 0);
   }
   refresh();
-  PX_ASSIGN_OR_RETURN(auto sized, EncodeRow(f_, def_, data, where));
-  size_t size = sized.size();
-  for (size_t i = 0; i < enc.size(); ++i) {
+  PX_RETURN_IF_ERROR(EncodeRow(f_, def_, data, where, row));
+  size_t size = row.size();
+  for (size_t i = 0; i < n; ++i) {
     if (!IsLongValue(def_.columns[i]) || enc[i].null) continue;
     if (!keep.empty() && !keep[i].null) continue;
-    const bool fits = size + payload[i].size() <= MaxRowSize(f_);
-    PX_ASSIGN_OR_RETURN(enc[i].bytes, StoreLongValue(i, payload[i], fits));
+    const bool fits = size + payloads_[i].size() <= MaxRowSize(f_);
+    PX_RETURN_IF_ERROR(StoreLongValue(i, payloads_[i], fits, enc[i].bytes));
     size += enc[i].bytes.size() - kLongValueHeaderSize;
   }
   refresh();
-  return EncodeRow(f_, def_, data, where);
+  return EncodeRow(f_, def_, data, where, row);
 }
 
 Result<uint32_t> TableWriter::PageWithRoom(size_t row_size) {
@@ -379,14 +384,24 @@ Result<uint32_t> TableWriter::PageWithRoom(size_t row_size) {
 }
 
 Result<RowPointer> TableWriter::PlaceRow(Bytes row, uint16_t flags) {
-  PX_ASSIGN_OR_RETURN(uint32_t number, PageWithRoom(row.size()));
-  PX_ASSIGN_OR_RETURN(MutableBytes page, pages_.Modify(number));
-  PX_ASSIGN_OR_RETURN(uint8_t slot, AppendDataRow(f_, page, row, Where(number)));
+  // Most rows go to the page the row before went to: one lookup of it.
+  uint32_t number = insert_page_;
+  MutableBytes page;
+  std::optional<uint8_t> slot;
+  if (number != 0) {
+    PX_ASSIGN_OR_RETURN(page, pages_.Modify(number));
+    slot = TryAppendDataRow(f_, page, row);
+  }
+  if (!slot) {
+    PX_ASSIGN_OR_RETURN(number, PageWithRoom(row.size()));
+    PX_ASSIGN_OR_RETURN(page, pages_.Modify(number));
+    PX_ASSIGN_OR_RETURN(slot, AppendDataRow(f_, page, row, Where(number)));
+  }
   if (flags != 0) {
-    uint8_t* entry = &page[f_.data_row_table + 2 * size_t(slot)];
+    uint8_t* entry = &page[f_.data_row_table + 2 * size_t(*slot)];
     StoreLe16(entry, uint16_t(LoadLe16(entry) | flags));
   }
-  return RowPointer{number, slot};
+  return RowPointer{number, *slot};
 }
 
 Status TableWriter::AddIndexEntries(const Keys& keys, RowPointer row) {
@@ -414,6 +429,7 @@ Status TableWriter::RemoveIndexEntries(const Keys& keys, RowPointer row) {
 }
 
 Status TableWriter::WriteCounters() {
+  counters_dirty_ = true;  // until the page has them
   PX_ASSIGN_OR_RETURN(MutableBytes p, pages_.Modify(def_.page));
   if (p[0] != page_type::kTableDef) {
     return Status::Corruption(Where(def_.page) + ": definition page is not a definition");
@@ -425,6 +441,7 @@ Status TableWriter::WriteCounters() {
     if (at + 4 > p.size()) break;  // on a continuation page: left as it was
     StoreLe32(&p[at], def_.real_indexes[r].unique_entry_count);
   }
+  counters_dirty_ = false;
   return Status::Ok();
 }
 
@@ -443,16 +460,20 @@ Status TableWriter::Insert(std::vector<Value>& values) {
   Status st = AssignAutoNumbers(values);
   if (st.ok()) {
     const std::string& where = row_where_;
-    auto keys = MakeKeys(values, where);
-    if (!keys.ok()) st = keys.status();
+    st = MakeKeys(values, where, keys_);
     // Waiting entries have their unique keys checked by FlushIndexes().
-    if (st.ok() && !options_.defer_index_entries) st = CheckUnique(*keys, values, nullptr);
+    if (st.ok() && !options_.defer_index_entries) st = CheckUnique(keys_, values, nullptr);
     if (st.ok()) {
       // From here on the file changes; an error leaves it to the transaction to undo.
-      PX_ASSIGN_OR_RETURN(auto row, BuildRow(values, where, {}));
-      PX_ASSIGN_OR_RETURN(RowPointer at, PlaceRow(row, 0));
-      PX_RETURN_IF_ERROR(AddIndexEntries(*keys, at));
+      PX_RETURN_IF_ERROR(BuildRow(values, where, {}, row_));
+      PX_ASSIGN_OR_RETURN(RowPointer at, PlaceRow(row_, 0));
+      PX_RETURN_IF_ERROR(AddIndexEntries(keys_, at));
       ++def_.row_count;
+      // Deferred, the counters reach the page with the index entries.
+      if (options_.defer_index_entries) {
+        counters_dirty_ = true;
+        return Status::Ok();
+      }
       return WriteCounters();
     }
   }
@@ -630,11 +651,7 @@ Status TableWriter::FlushIndex(size_t r) {
   bool has_null_key = false;
   if (def.unique()) {
     std::vector<Value> nulls(def_.columns.size(), Value(Null{}));
-    auto key = options_.index_key(def_, def, nulls);
-    if (key.ok()) {
-      null_key = std::move(*key);
-      has_null_key = true;
-    }
+    has_null_key = options_.index_key(def_, def, nulls, null_key).ok();
   }
   auto held_once = [&](Bytes key) {
     return def.unique() &&
@@ -673,7 +690,7 @@ Status TableWriter::FlushIndexes() {
     PX_RETURN_IF_ERROR(FlushIndex(r));
     any = true;
   }
-  return any ? WriteCounters() : Status::Ok();
+  return any || counters_dirty_ ? WriteCounters() : Status::Ok();
 }
 
 Result<uint64_t> TableWriter::DeleteAll() {
@@ -733,8 +750,9 @@ Result<uint64_t> TableWriter::Update(
     if (values.size() != def_.columns.size()) {
       return Status::InvalidArgument(where + ": update changed the number of values");
     }
-    PX_ASSIGN_OR_RETURN(Keys old_keys, MakeKeys(old_values, where));
-    PX_ASSIGN_OR_RETURN(Keys keys, MakeKeys(values, where));
+    Keys old_keys, keys;
+    PX_RETURN_IF_ERROR(MakeKeys(old_values, where, old_keys));
+    PX_RETURN_IF_ERROR(MakeKeys(values, where, keys));
     PX_RETURN_IF_ERROR(CheckUnique(keys, values, &old_keys));
     // Long values that did not change keep their storage; the others are replaced.
     PX_RETURN_IF_ERROR(CrackRow(f_, def_, old_row, cracked, where));
@@ -752,7 +770,8 @@ Result<uint64_t> TableWriter::Update(
       kept_bytes[i].assign(keep[i].bytes.begin(), keep[i].bytes.end());
       keep[i].bytes = kept_bytes[i];
     }
-    PX_ASSIGN_OR_RETURN(auto row, BuildRow(values, where, keep));
+    std::vector<uint8_t> row;
+    PX_RETURN_IF_ERROR(BuildRow(values, where, keep, row));
     const bool pad = f_.row_count_size == 2 && row.size() < old_row.size();
     if (row.size() == old_row.size() || pad) {
       if (pad) {

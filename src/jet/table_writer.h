@@ -8,7 +8,8 @@
 // room, otherwise into LVAL rows (long_value_writer.h). The row goes to the first page of the
 // table's free-space map that takes it, else to a new page entered in the owned and
 // free-space maps; a page that cannot take a row leaves the free-space map. The table
-// definition gains its row count and AutoNumber counter.
+// definition gains its row count and AutoNumber counter (with deferred index entries, when
+// the indexes take them: see below).
 //
 // With TableWriterOptions::defer_index_entries, index entries of inserted rows wait in a
 // sorted buffer per index (EntryRuns, spilling to the scratch file beside the database)
@@ -19,8 +20,10 @@
 // not at Insert: a violation (against a row already there or among the new rows) fails the
 // flush naming the table, the index and the value, and leaves the index half changed, so
 // the transaction must be rolled back; the file itself never sees it. The flush also sets
-// the indexes' distinct-key counts. Without the option each entry goes into its B-tree at
-// once and Insert refuses a unique key itself.
+// the indexes' distinct-key counts and writes the row count and AutoNumber counter of the
+// rows inserted since the last flush into the definition page (definition() has them at
+// once); a reader of the definition must therefore follow a flush. Without the option each entry
+// goes into its B-tree at once and Insert refuses a unique key itself.
 //
 // DeleteAll: every row of the owned pages is dropped with its long values (an LVAL page
 // left without live rows is freed); the table's data pages are emptied and kept, listed in
@@ -50,14 +53,17 @@
 #include "jet/index_writer.h"
 #include "jet/row_codec.h"
 #include "jet/tabledef.h"
+#include "jet/value_encoder.h"
 #include "jet/writable_pages.h"
 
 namespace px::jet {
 
 // The key bytes (without the row pointer) of `index` for a row whose values are indexed
-// like def.columns. Supplied by the key encoder; an error refuses the change.
-using IndexKeyFunction = std::function<Result<std::vector<uint8_t>>(
-    const TableDef& def, const RealIndex& index, std::span<const Value> values)>;
+// like def.columns, into `key` (replacing what it held). Supplied by the key encoder; an
+// error refuses the change.
+using IndexKeyFunction =
+    std::function<Status(const TableDef& def, const RealIndex& index, std::span<const Value> values,
+                         std::vector<uint8_t>& key)>;
 
 // Keys as Access makes them (index_key.h), labelled with the table's name.
 IndexKeyFunction AccessIndexKeys(const JetFormat& f, std::string table_name);
@@ -82,8 +88,12 @@ class TableWriter {
   Status Insert(std::span<const Value> values);
   // The same on values the caller gives up: AutoNumber columns are filled in place.
   Status Insert(std::vector<Value>& values);
-  // Brings every index up to date with the rows inserted; refuses a unique key held twice.
+  // Brings every index up to date with the rows inserted, and the definition page with the
+  // counters; refuses a unique key held twice.
   Status FlushIndexes();
+  // Writes the row count and AutoNumber counter of rows inserted since into the definition
+  // page (FlushIndexes() does so too), for a reader of the definition.
+  Status SaveCounters() { return counters_dirty_ ? WriteCounters() : Status::Ok(); }
   // Every row; the number deleted.
   Result<uint64_t> DeleteAll();
   // Calls `change` on every row (values indexed like definition().columns) and rewrites the
@@ -107,10 +117,11 @@ class TableWriter {
   };
 
   Status AssignAutoNumbers(std::vector<Value>& values);
-  Result<Keys> MakeKeys(std::span<const Value> values, const std::string& where);
+  Status MakeKeys(std::span<const Value> values, const std::string& where, Keys& keys);
   Status CheckUnique(const Keys& keys, std::span<const Value> values, const Keys* old_keys);
-  Result<std::vector<uint8_t>> BuildRow(std::span<const Value> values, const std::string& where,
-                                        std::span<const ColumnData> keep_long_values);
+  // The row into `row`; `keep_long_values` (when not empty) are long values stored already.
+  Status BuildRow(std::span<const Value> values, const std::string& where,
+                  std::span<const ColumnData> keep_long_values, std::vector<uint8_t>& row);
   Result<RowPointer> PlaceRow(Bytes row, uint16_t flags);
   Result<uint32_t> PageWithRoom(size_t row_size);
   // The LVAL pages of a long-value column: its own usage maps (the list at the end of the
@@ -124,7 +135,8 @@ class TableWriter {
   LongValueMaps& MapsOf(size_t column);
   Status ListLongValuePage(LongValueMaps& maps, uint32_t page, bool owned, bool free);
   Result<RowPointer> WriteLongValueRow(size_t column, Bytes row);
-  Result<std::vector<uint8_t>> StoreLongValue(size_t column, Bytes payload, bool inline_fits);
+  // The column's bytes in the row (`out`): the value inline or a descriptor of where it went.
+  Status StoreLongValue(size_t column, Bytes payload, bool inline_fits, std::vector<uint8_t>& out);
   Status FreeLongValue(size_t column, Bytes descriptor, const std::string& where);
   Result<std::vector<uint8_t>> ReadLongValueBytes(Bytes descriptor, const std::string& where);
   Result<std::vector<Value>> DecodeRow(Bytes row, const std::string& where);
@@ -162,6 +174,13 @@ class TableWriter {
   bool direct_ = false;                         // index entries go straight into the B-tree
   uint32_t insert_page_ = 0;                    // data page rows go to while it has room
   std::vector<LongValueMaps> long_value_maps_;  // per column (unused for other columns)
+  bool counters_dirty_ = false;                 // counters changed since the page has them
+  // Kept from row to row so that an insert reuses their storage.
+  Keys keys_;
+  std::vector<EncodedValue> encoded_;
+  std::vector<ColumnData> columns_;
+  std::vector<std::vector<uint8_t>> payloads_;  // new long values, per column
+  std::vector<uint8_t> row_;
 };
 
 }  // namespace px::jet

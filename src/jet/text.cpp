@@ -221,18 +221,27 @@ Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress
 }
 
 std::vector<uint8_t> CompressJet4Text(std::vector<uint8_t> plain, bool compress) {
-  const size_t chars = plain.size() / 2;
+  CompressJet4TextInPlace(plain, compress);
+  return plain;
+}
+
+void CompressJet4TextInPlace(std::vector<uint8_t>& text, bool compress) {
+  const size_t chars = text.size() / 2;
   bool compressible = compress && chars > 2;
   for (size_t k = 0; compressible && k < chars; ++k) {
-    compressible = plain[2 * k + 1] == 0 && plain[2 * k] != 0;
+    compressible = text[2 * k + 1] == 0 && text[2 * k] != 0;
   }
-  if (!compressible) return plain;
-  std::vector<uint8_t> out;
-  out.reserve(2 + chars);
-  out.push_back(0xFF);
-  out.push_back(0xFE);
-  for (size_t k = 0; k < chars; ++k) out.push_back(plain[2 * k]);
-  return out;
+  if (!compressible) return;
+  // Character k moves from 2k to 2 + k: from the third on that is never past its source, so
+  // a forward pass reads each before it is overwritten; the first two are kept aside.
+  const uint8_t first = text[0];
+  const uint8_t second = text[2];
+  for (size_t k = 2; k < chars; ++k) text[2 + k] = text[2 * k];
+  text[0] = 0xFF;
+  text[1] = 0xFE;
+  text[2] = first;
+  text[3] = second;
+  text.resize(2 + chars);
 }
 
 std::optional<size_t> Utf16Length(std::string_view utf8) {

@@ -39,6 +39,8 @@ Result<std::vector<uint8_t>> EncodeUtf16Le(std::string_view utf8);
 Result<std::vector<uint8_t>> EncodeJet4Text(std::string_view utf8, bool compress);
 // The same from text already in UTF-16LE.
 std::vector<uint8_t> CompressJet4Text(std::vector<uint8_t> utf16le, bool compress);
+// The same in place.
+void CompressJet4TextInPlace(std::vector<uint8_t>& utf16le, bool compress);
 
 // Number of UTF-16 code units of a UTF-8 string (what Jet 4 counts against a column's
 // size); nullopt when the UTF-8 is malformed.

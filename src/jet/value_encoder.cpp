@@ -1,6 +1,7 @@
 #include "jet/value_encoder.h"
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "jet/text.h"
@@ -106,14 +107,13 @@ std::optional<double> AsDouble(const Value& v) {
 }
 
 template <typename T>
-std::vector<uint8_t> LittleEndian(T bits) {
-  std::vector<uint8_t> out(sizeof(T));
+void LittleEndian(T bits, std::vector<uint8_t>& out) {
+  out.resize(sizeof(T));
   for (size_t k = 0; k < sizeof(T); ++k) out[k] = uint8_t(uint64_t(bits) >> (8 * k));
-  return out;
 }
 
-Result<std::vector<uint8_t>> EncodeInteger(const ColumnDef& c, const Value& v, int64_t lo,
-                                           int64_t hi, size_t width, const std::string& where) {
+Status EncodeInteger(const ColumnDef& c, const Value& v, int64_t lo, int64_t hi, size_t width,
+                     const std::string& where, std::vector<uint8_t>& out) {
   auto n = WholeNumber(v);
   if (!n) return WrongType(where, c, v, "whole-number");
   if (*n < lo || *n > hi) {
@@ -121,20 +121,24 @@ Result<std::vector<uint8_t>> EncodeInteger(const ColumnDef& c, const Value& v, i
                   "value " + std::to_string(*n) + " is outside " + std::to_string(lo) + ".." +
                       std::to_string(hi));
   }
-  std::vector<uint8_t> out(width);
+  out.resize(width);
   for (size_t k = 0; k < width; ++k) out[k] = uint8_t(uint64_t(*n) >> (8 * k));
-  return out;
+  return Status::Ok();
 }
 
-Result<std::vector<uint8_t>> EncodeCurrency(const ColumnDef& c, const Value& v,
-                                            const std::string& where) {
-  if (auto* cur = std::get_if<Currency>(&v)) return LittleEndian(uint64_t(cur->scaled));
+Status EncodeCurrency(const ColumnDef& c, const Value& v, const std::string& where,
+                      std::vector<uint8_t>& out) {
+  if (auto* cur = std::get_if<Currency>(&v)) {
+    LittleEndian(uint64_t(cur->scaled), out);
+    return Status::Ok();
+  }
   if (auto* i = std::get_if<int64_t>(&v)) {
     if (*i > std::numeric_limits<int64_t>::max() / kCurrencyScale ||
         *i < std::numeric_limits<int64_t>::min() / kCurrencyScale) {
       return Refuse(where, c, "value " + std::to_string(*i) + " is too large for Currency");
     }
-    return LittleEndian(uint64_t(*i * kCurrencyScale));
+    LittleEndian(uint64_t(*i * kCurrencyScale), out);
+    return Status::Ok();
   }
   if (std::holds_alternative<Decimal>(v)) {
     auto bytes = EncodeNumeric(std::get<Decimal>(v), kMaxNumericDigits, 4);
@@ -146,24 +150,55 @@ Result<std::vector<uint8_t>> EncodeCurrency(const ColumnDef& c, const Value& v,
     if (hi != 0 || mag > uint64_t(std::numeric_limits<int64_t>::max()) + (negative ? 1 : 0)) {
       return Refuse(where, c, "value is too large for Currency");
     }
-    return LittleEndian(negative ? uint64_t(0) - mag : mag);
+    LittleEndian(negative ? uint64_t(0) - mag : mag, out);
+    return Status::Ok();
   }
   if (auto d = AsDouble(v)) {
     const double scaled = std::round(*d * kCurrencyScale);
     if (!std::isfinite(scaled) || std::fabs(scaled) >= 9.2e18) {
       return Refuse(where, c, "value is too large for Currency");
     }
-    return LittleEndian(uint64_t(int64_t(scaled)));
+    LittleEndian(uint64_t(int64_t(scaled)), out);
+    return Status::Ok();
   }
   return WrongType(where, c, v, "Currency");
 }
 
 // The UTF-16 LE form of text made of one- and two-byte UTF-8 characters (ASCII, Latin and
 // Turkish letters), decoded in place; false for anything else, which EncodeUtf16Le() takes.
+constexpr uint64_t kHighBits = 0x8080808080808080u;
+
+// True when the eight bytes at `p` are all ASCII.
+bool AsciiBlock(const char* p) {
+  uint64_t w;
+  std::memcpy(&w, p, sizeof w);
+  return (w & kHighBits) == 0;
+}
+
+bool IsPlainAscii(std::string_view s) {
+  size_t i = 0;
+  for (; i + 8 <= s.size(); i += 8) {
+    if (!AsciiBlock(s.data() + i)) return false;
+  }
+  for (; i < s.size(); ++i) {
+    if (static_cast<unsigned char>(s[i]) >= 0x80) return false;
+  }
+  return true;
+}
+
 bool EncodeShortUtf16(std::string_view s, std::vector<uint8_t>& out) {
   out.resize(s.size() * 2);
   uint8_t* o = out.data();
   for (size_t i = 0; i < s.size();) {
+    if (i + 8 <= s.size() && AsciiBlock(s.data() + i)) {  // runs of ASCII eight at a time
+      for (size_t k = 0; k < 8; ++k) {
+        o[2 * k] = static_cast<uint8_t>(s[i + k]);
+        o[2 * k + 1] = 0;
+      }
+      o += 16;
+      i += 8;
+      continue;
+    }
     const auto lead = static_cast<uint8_t>(s[i]);
     if (lead < 0x80) {
       *o++ = lead;
@@ -183,8 +218,8 @@ bool EncodeShortUtf16(std::string_view s, std::vector<uint8_t>& out) {
   return true;
 }
 
-Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, const Value& v,
-                                        int code_page, const std::string& where) {
+Status EncodeText(const JetFormat& f, const ColumnDef& c, const Value& v, int code_page,
+                  const std::string& where, std::vector<uint8_t>& out) {
   auto* s = std::get_if<std::string>(&v);
   if (s == nullptr) return WrongType(where, c, v, c.type == coltype::kMemo ? "Memo" : "Text");
   const bool memo = c.type == coltype::kMemo;
@@ -193,32 +228,29 @@ Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, 
     if (may_compress && s->size() > 2 &&
         s->size() * 2 <= (memo ? kMaxCompressedMemoChars * 2 : size_t(c.length))) {
       // Plain ASCII without NUL is its own compressed form: no UTF-16 copy in between.
-      bool ascii = true;
-      for (const char ch : *s) ascii = ascii && ch > 0 && static_cast<unsigned char>(ch) < 0x80;
-      if (ascii) {
-        std::vector<uint8_t> out;
-        out.reserve(2 + s->size());
-        out.push_back(0xFF);
-        out.push_back(0xFE);
-        out.insert(out.end(), s->begin(), s->end());
-        return out;
+      if (IsPlainAscii(*s) && s->find('\0') == std::string::npos) {
+        out.resize(2 + s->size());
+        out[0] = 0xFF;
+        out[1] = 0xFE;
+        std::copy(s->begin(), s->end(), out.begin() + 2);
+        return Status::Ok();
       }
     }
     // One pass over the text: its UTF-16 form gives the length and the compressed form.
-    std::vector<uint8_t> plain;
-    if (!EncodeShortUtf16(*s, plain)) {
+    if (!EncodeShortUtf16(*s, out)) {
       auto wide = EncodeUtf16Le(*s);
       if (!wide.ok()) return Refuse(where, c, "text is not valid UTF-8");
-      plain = std::move(*wide);
+      out = std::move(*wide);
     }
-    const size_t units = plain.size() / 2;
+    const size_t units = out.size() / 2;
     if (!memo && units * 2 > c.length) {
       return Refuse(where, c,
                     "text of " + std::to_string(units) + " characters exceeds the " +
                         std::to_string(c.length / 2) + " the column holds");
     }
     const bool compress = may_compress && (!memo || units <= kMaxCompressedMemoChars);
-    return CompressJet4Text(std::move(plain), compress);
+    CompressJet4TextInPlace(out, compress);
+    return Status::Ok();
   }
   const int cp = IsSupportedCodePage(c.code_page) ? c.code_page : code_page;
   auto bytes = EncodeCodePage(cp, *s);
@@ -228,20 +260,21 @@ Result<std::vector<uint8_t>> EncodeText(const JetFormat& f, const ColumnDef& c, 
                   "text of " + std::to_string(bytes->size()) + " characters exceeds the " +
                       std::to_string(c.length) + " the column holds");
   }
-  return std::vector<uint8_t>(bytes->begin(), bytes->end());
+  out.assign(bytes->begin(), bytes->end());
+  return Status::Ok();
 }
 
-Result<std::vector<uint8_t>> EncodeBytes(const JetFormat& f, const ColumnDef& c, const Value& v,
-                                         int code_page, const std::string& where) {
+Status EncodeBytes(const JetFormat& f, const ColumnDef& c, const Value& v, int code_page,
+                   const std::string& where, std::vector<uint8_t>& out) {
   switch (c.type) {
     case coltype::kByte:
-      return EncodeInteger(c, v, 0, 255, 1, where);
+      return EncodeInteger(c, v, 0, 255, 1, where, out);
     case coltype::kInteger:
-      return EncodeInteger(c, v, INT16_MIN, INT16_MAX, 2, where);
+      return EncodeInteger(c, v, INT16_MIN, INT16_MAX, 2, where, out);
     case coltype::kLong:
-      return EncodeInteger(c, v, INT32_MIN, INT32_MAX, 4, where);
+      return EncodeInteger(c, v, INT32_MIN, INT32_MAX, 4, where, out);
     case coltype::kCurrency:
-      return EncodeCurrency(c, v, where);
+      return EncodeCurrency(c, v, where, out);
     case coltype::kSingle: {
       auto d = AsDouble(v);
       if (!d) return WrongType(where, c, v, "Single");
@@ -249,29 +282,38 @@ Result<std::vector<uint8_t>> EncodeBytes(const JetFormat& f, const ColumnDef& c,
         return Refuse(where, c, "value is too large for Single");
       }
       auto* fv = std::get_if<float>(&v);
-      return LittleEndian(FloatToBits(fv ? *fv : float(*d)));
+      LittleEndian(FloatToBits(fv ? *fv : float(*d)), out);
+      return Status::Ok();
     }
     case coltype::kDouble: {
       auto d = AsDouble(v);
       if (!d) return WrongType(where, c, v, "Double");
-      return LittleEndian(DoubleToBits(*d));
+      LittleEndian(DoubleToBits(*d), out);
+      return Status::Ok();
     }
     case coltype::kDateTime: {
-      if (auto* od = std::get_if<OleDate>(&v)) return LittleEndian(DoubleToBits(od->days));
-      if (auto* d = std::get_if<double>(&v)) return LittleEndian(DoubleToBits(*d));
-      return WrongType(where, c, v, "Date/Time");
+      if (auto* od = std::get_if<OleDate>(&v)) {
+        LittleEndian(DoubleToBits(od->days), out);
+      } else if (auto* d = std::get_if<double>(&v)) {
+        LittleEndian(DoubleToBits(*d), out);
+      } else {
+        return WrongType(where, c, v, "Date/Time");
+      }
+      return Status::Ok();
     }
     case coltype::kGuid: {
       auto* g = std::get_if<Guid>(&v);
       if (g == nullptr) return WrongType(where, c, v, "GUID");
-      return std::vector<uint8_t>(g->bytes.begin(), g->bytes.end());
+      out.assign(g->bytes.begin(), g->bytes.end());
+      return Status::Ok();
     }
     case coltype::kNumeric: {
       auto d = AsDecimal(v);
       if (!d) return WrongType(where, c, v, "Decimal");
       auto bytes = EncodeNumeric(*d, c.precision, c.scale);
       if (!bytes.ok()) return Refuse(where, c, bytes.status().message());
-      return std::vector<uint8_t>(bytes->begin(), bytes->end());
+      out.assign(bytes->begin(), bytes->end());
+      return Status::Ok();
     }
     case coltype::kBinary:
     case coltype::kOle: {
@@ -282,11 +324,12 @@ Result<std::vector<uint8_t>> EncodeBytes(const JetFormat& f, const ColumnDef& c,
                       std::to_string(b->bytes.size()) + " bytes exceed the " +
                           std::to_string(c.length) + " the column holds");
       }
-      return b->bytes;
+      out.assign(b->bytes.begin(), b->bytes.end());
+      return Status::Ok();
     }
     case coltype::kText:
     case coltype::kMemo:
-      return EncodeText(f, c, v, code_page, where);
+      return EncodeText(f, c, v, code_page, where, out);
     default:
       return Refuse(where, c, "column type " + std::to_string(c.type) + " cannot be written");
   }
@@ -321,20 +364,29 @@ Result<std::array<uint8_t, kNumericSize>> EncodeNumeric(const Decimal& d, uint8_
   return out;
 }
 
-Result<EncodedValue> EncodeValue(const JetFormat& f, const ColumnDef& c, const Value& v,
-                                 int code_page, const std::string& where) {
-  EncodedValue out;
+Status EncodeValue(const JetFormat& f, const ColumnDef& c, const Value& v, int code_page,
+                   const std::string& where, EncodedValue& out) {
+  out.null = true;
+  out.bit = false;
+  out.bytes.clear();
   if (c.type == coltype::kBoolean) {
     out.null = false;
-    if (IsNull(v)) return out;
+    if (IsNull(v)) return Status::Ok();
     auto n = WholeNumber(v);
     if (!n) return WrongType(where, c, v, "Yes/No");
     out.bit = *n != 0;
-    return out;
+    return Status::Ok();
   }
-  if (IsNull(v)) return out;
-  PX_ASSIGN_OR_RETURN(out.bytes, EncodeBytes(f, c, v, code_page, where));
+  if (IsNull(v)) return Status::Ok();
+  PX_RETURN_IF_ERROR(EncodeBytes(f, c, v, code_page, where, out.bytes));
   out.null = false;
+  return Status::Ok();
+}
+
+Result<EncodedValue> EncodeValue(const JetFormat& f, const ColumnDef& c, const Value& v,
+                                 int code_page, const std::string& where) {
+  EncodedValue out;
+  PX_RETURN_IF_ERROR(EncodeValue(f, c, v, code_page, where, out));
   return out;
 }
 

@@ -39,6 +39,9 @@ inline constexpr size_t kMaxCompressedMemoChars = 1024;
 // ("table Cari, row 12") leads every message.
 Result<EncodedValue> EncodeValue(const JetFormat& f, const ColumnDef& c, const Value& v,
                                  int code_page, const std::string& where);
+// The same into `out`, whose storage is reused (a row after row keeps its buffers).
+Status EncodeValue(const JetFormat& f, const ColumnDef& c, const Value& v, int code_page,
+                   const std::string& where, EncodedValue& out);
 
 // Numeric/Decimal bytes at `scale` with at most `precision` digits. More fractional digits
 // than the scale are rounded half away from zero, as Jet does; too many digits is an error.

@@ -4,6 +4,8 @@
 #include <map>
 #include <random>
 #include <set>
+#include <type_traits>
+#include <utility>
 
 #include "jet/catalog_rows.h"
 #include "jet/data_page.h"
@@ -112,7 +114,12 @@ class WriterImpl final : public Writer {
   WriterImpl(std::unique_ptr<PageStore> store, std::unique_ptr<Database> db)
       : store_(std::move(store)), pages_(*store_), db_(std::move(db)) {}
 
-  Database& db() override { return *db_; }
+  // Inserted rows' counters wait for the index flush; a reader of the definitions gets them
+  // now. A failure to write them shows again at the next change or Commit().
+  Database& db() override {
+    (void)SaveCounters();
+    return *db_;
+  }
 
   Status Begin() override {
     if (in_transaction_) {
@@ -199,7 +206,10 @@ class WriterImpl final : public Writer {
     });
   }
   Status InsertRow(std::string_view table, std::span<const Value> values) override {
-    return Step([&] { return DoInsert(std::string(table), values); }, false);
+    return Step([&] { return DoInsert(table, values); }, false);
+  }
+  Status InsertRowFrom(std::string_view table, std::vector<Value>& values) override {
+    return Step([&] { return DoInsert(table, std::span<Value>(values)); }, false);
   }
   Result<uint64_t> DeleteAll(std::string_view table) override {
     uint64_t deleted = 0;
@@ -283,6 +293,11 @@ class WriterImpl final : public Writer {
       Status st = w->FlushIndexes();
       if (!st.ok()) return st;
     }
+    return Status::Ok();
+  }
+
+  Status SaveCounters() {
+    for (auto& [page, w] : writers_) PX_RETURN_IF_ERROR(w->SaveCounters());
     return Status::Ok();
   }
 
@@ -400,13 +415,17 @@ class WriterImpl final : public Writer {
     options.code_page = db_->text_code_page();
     options.defer_index_entries = true;
     const JetFormat& f = store_->format();
-    options.index_key = [this, &f, name = e->name](
-                            const TableDef& d, const RealIndex& index,
-                            std::span<const Value> values) -> Result<std::vector<uint8_t>> {
-      const size_t real = size_t(&index - d.real_indexes.data());
-      KeyLabels labels{name, real < d.real_indexes.size() ? IndexLabel(d, real) : "?"};
-      PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, d, index, values, labels));
-      return EncodeIndexKey(f, d, index, values, labels);
+    options.index_key = [this, &f, name = e->name](const TableDef& d, const RealIndex& index,
+                                                   std::span<const Value> values,
+                                                   std::vector<uint8_t>& key) -> Status {
+      // Labels are made for a message only; held by reference, the call allocates nothing.
+      auto labels = [&d, &index, &name] {
+        const size_t real = size_t(&index - d.real_indexes.data());
+        return KeyLabels{name, real < d.real_indexes.size() ? IndexLabel(d, real) : "?"};
+      };
+      PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, d, index, values, std::cref(labels)));
+      Status st = EncodeIndexKey(f, d, index, values, key);
+      return st.ok() ? st : KeyError(st, labels());
     };
     PX_ASSIGN_OR_RETURN(auto w,
                         TableWriter::Open(pages_, f, std::move(def), e->name, std::move(options)));
@@ -769,6 +788,7 @@ class WriterImpl final : public Writer {
     PX_ASSIGN_OR_RETURN(auto reader, TableReader::Open(store_->pager(), f, db_->text_code_page(),
                                                        def, e.name, all, {}));
     Row row;
+    std::vector<uint8_t> key;
     while (reader->Next(row)) {
       bool all_null = true;
       for (const IndexColumn& ic : index.columns) {
@@ -783,7 +803,8 @@ class WriterImpl final : public Writer {
       }
       if (all_null && (index.flags & idxflag::kIgnoreNulls)) continue;
       PX_RETURN_IF_ERROR(verified_.MayEncodeKey(f, def, index, row, labels));
-      PX_ASSIGN_OR_RETURN(std::vector<uint8_t> key, EncodeIndexKey(f, def, index, row, labels));
+      Status made = EncodeIndexKey(f, def, index, row, key);
+      if (!made.ok()) return KeyError(made, labels);
       PX_RETURN_IF_ERROR(entries.Add(key, reader->last_row_pointer()));
     }
     PX_RETURN_IF_ERROR(reader->status());
@@ -806,18 +827,20 @@ class WriterImpl final : public Writer {
     return Status::Ok();
   }
 
-  Status DoInsert(const std::string& table, std::span<const Value> values) {
+  // `V`: const Value, copied into the row, or Value, exchanged with it.
+  template <typename V>
+  Status DoInsert(std::string_view table, std::span<V> values) {
     // Rows inserted one after another name the same table: its writer and field order are
     // kept until the catalog changes.
     if (insert_target_.writer == nullptr || insert_target_.table != table) {
-      PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(table));
+      PX_ASSIGN_OR_RETURN(const CatalogEntry* e, Find(std::string(table)));
       auto cached = field_columns_.find(e->tdef_page());
       if (cached == field_columns_.end()) {
         PX_ASSIGN_OR_RETURN(TableSchema schema, db_->ReadSchema(*e));
         cached = field_columns_.emplace(e->tdef_page(), std::move(schema.columns)).first;
       }
       PX_ASSIGN_OR_RETURN(TableWriter * w, TableFor(e->name));
-      insert_target_ = {table, e->name, w, &cached->second};
+      insert_target_ = {std::string(table), e->name, w, &cached->second};
     }
     const std::vector<int>& columns = *insert_target_.columns;
     if (values.size() != columns.size()) {
@@ -833,7 +856,11 @@ class WriterImpl final : public Writer {
     if (by_column_.size() != width) by_column_.assign(width, Value(Null{}));
     named_.assign(width, false);
     for (size_t i = 0; i < columns.size(); ++i) {
-      by_column_[size_t(columns[i])] = values[i];
+      if constexpr (std::is_const_v<V>) {
+        by_column_[size_t(columns[i])] = values[i];
+      } else {
+        std::swap(by_column_[size_t(columns[i])], values[i]);
+      }
       named_[size_t(columns[i])] = true;
     }
     for (size_t c = 0; c < width; ++c) {

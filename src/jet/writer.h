@@ -138,6 +138,11 @@ class Writer {
   // naming the table, the index and the value; in a transaction Commit() fails with it and
   // rolls the transaction back, leaving the file as it was.
   virtual Status InsertRow(std::string_view table, std::span<const Value> values) = 0;
+  // InsertRow() taking the values: `values` keeps its size, its values are left unspecified
+  // (exchanged for storage the writer held, which later rows reuse).
+  virtual Status InsertRowFrom(std::string_view table, std::vector<Value>& values) {
+    return InsertRow(table, values);
+  }
   // "DELETE FROM t": every row, and the table's long values; the number of rows deleted.
   virtual Result<uint64_t> DeleteAll(std::string_view table) = 0;
   // Rewrites every row for which `change` returns true after changing `row` in place

@@ -189,11 +189,24 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
 
   PX_ASSIGN_OR_RETURN(auto dosya, ortam.dosyalar.TabloAc(okunacak));
   const std::vector<FieldInfo> sahalar = dosya->fields();
+  // Where the database can, each row is made ready for the table (every value converted
+  // and checked) on the parsing thread too, and this thread only adds it. Elsewhere each
+  // row runs as its statement (or recordset insert).
+  std::unique_ptr<db::ReadyInsert> hazir_insert;
+  std::unique_ptr<db::ReadyAddRow> hazir_ekleme;
+  if (kimlik) {
+    db::InsertStatement sekil{tablo, {}, {}};
+    for (const FieldInfo& saha : sahalar) sekil.columns.push_back(saha.name);
+    hazir_insert = veritabani->PrepareInsert(sekil);
+  } else {
+    hazir_ekleme = veritabani->PrepareAddRow(tablo, sahalar);
+  }
   // A second thread parses the file and makes each row's statement while the rows made
   // before are added.
   struct HazirSatir {
     Row satir;
     db::InsertStatement komut;  // InsertMetni's statement, given as its parts
+    Row kayit;                  // the row made ready for the table
   };
   xbf::ReadAhead<HazirSatir> hazir([&](HazirSatir& h) -> Result<bool> {
     if (!dosya->Next(h.satir)) {
@@ -202,15 +215,21 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
     }
     if (kimlik) {
       PX_RETURN_IF_ERROR(InsertKomutu(tablo, sahalar, h.satir, h.komut));
+      if (hazir_insert) PX_RETURN_IF_ERROR(hazir_insert->MakeRow(h.komut, h.kayit));
     } else {
       ParaDuzelt(sahalar, h.satir);
+      if (hazir_ekleme) PX_RETURN_IF_ERROR(hazir_ekleme->MakeRow(h.satir, h.kayit));
     }
     return true;
   });
   int64_t yapilan = 0;
   while (HazirSatir* h = hazir.Next()) {
-    if (kimlik) {
+    if (hazir_insert) {
+      PX_RETURN_IF_ERROR(hazir_insert->Insert(h->kayit, h->komut));
+    } else if (kimlik) {
       PX_RETURN_IF_ERROR(veritabani->Insert(h->komut).status());
+    } else if (hazir_ekleme) {
+      PX_RETURN_IF_ERROR(hazir_ekleme->Insert(h->kayit));
     } else {
       PX_RETURN_IF_ERROR(veritabani->AddRow(tablo, sahalar, h->satir));
     }

@@ -49,6 +49,21 @@ bool SqlServerMi(std::string_view tur) {
   return tur == kSqlServer;
 }
 
+// The quoted text of a value, made only when the statement's text is read: a backend that
+// takes the value itself never makes it.
+void DuzMetin(const Value& deger, std::string& out) {
+  if (const auto* metin = std::get_if<std::string>(&deger)) {
+    out.assign(*metin);
+  } else {
+    out = db::TextOf(deger);
+  }
+  std::replace(out.begin(), out.end(), '\'', '"');  // never an apostrophe
+}
+
+void ParaMetni(const Value& deger, std::string& out) {
+  out = ParaMetniDuzelt(db::TextOf(deger));
+}
+
 }  // namespace
 
 std::string ParaMetniDuzelt(std::string_view metin) {
@@ -72,6 +87,7 @@ Status InsertDegeriKoy(const FieldInfo& saha, const Value& deger, db::SqlExpr& o
   out.text.clear();
   out.kind = Kind::kNull;
   out.bound = &deger;
+  out.text_of_bound = nullptr;
   if (bos && saha.ado_type != ado::kVarWChar) return Status::Ok();
   switch (saha.ado_type) {
     case ado::kBoolean:
@@ -84,17 +100,11 @@ Status InsertDegeriKoy(const FieldInfo& saha, const Value& deger, db::SqlExpr& o
       break;
     case ado::kCurrency:
       out.kind = Kind::kMoney;
-      out.text = ParaMetniDuzelt(db::TextOf(deger));
+      out.text_of_bound = ParaMetni;
       break;
     default:
       out.kind = Kind::kText;
-      if (bos) break;
-      if (const auto* metin = std::get_if<std::string>(&deger)) {
-        out.text = *metin;  // into the text the last row left, without another copy
-      } else {
-        out.text = db::TextOf(deger);
-      }
-      std::replace(out.text.begin(), out.text.end(), '\'', '"');  // never an apostrophe
+      if (!bos) out.text_of_bound = DuzMetin;
       break;
   }
   return Status::Ok();

@@ -34,7 +34,8 @@ Result<std::string> InsertMetni(std::string_view tablo, const std::vector<FieldI
                                 const Row& satir);
 // The same INSERT as its parts, the text's values without their quotes: InsertMetni() is
 // db::InsertText() of it. Each value also points at its source in `satir` (SqlExpr::bound),
-// which must live until the statement has run. `komut` is reused row after row (the names
+// which must live until the statement has run; the texts of quoted values and money are
+// made from it only when read (db::LiteralText()). `komut` is reused row after row (the names
 // are kept when the table and fields are the same).
 Status InsertKomutu(std::string_view tablo, const std::vector<FieldInfo>& sahalar, const Row& satir,
                     db::InsertStatement& komut);

@@ -64,6 +64,13 @@ class MemoryDatabase : public Database, private TableStore {
                 const Row& values) override {
     return InsertByFieldName(*this, table, fields, values);
   }
+  std::unique_ptr<ReadyInsert> PrepareInsert(const InsertStatement& shape) override {
+    return ReadyInsertInto(*this, shape);
+  }
+  std::unique_ptr<ReadyAddRow> PrepareAddRow(std::string_view table,
+                                             const std::vector<FieldInfo>& fields) override {
+    return ReadyAddRowInto(*this, table, fields);
+  }
 
   Status CreateTable(std::string_view table) override {
     if (Find(table))

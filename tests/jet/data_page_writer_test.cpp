@@ -36,35 +36,33 @@ TEST(DataPageWriter, FreshPageThenRowsPackedDownwards) {
   EXPECT_EQ(DataPageOwner(f, p), 0x1234u);
 }
 
-TEST(DataPageWriter, FillsExactlyToTheLastByteAndRefusesMore) {
+// A page takes rows to its last byte and at most 255 of them; then AppendDataRow refuses
+// with a message and TryAppendDataRow leaves the page as it was.
+TEST(DataPageWriter, TakesRowsToTheLastByteOr255AndRefusesMore) {
   for (const JetFormat* f : {&kJet3Format, &kJet4Format}) {
-    std::vector<uint8_t> page(f->page_size);
-    InitDataPage(*f, page, 9);
     const size_t free0 = f->page_size - f->data_row_table;
-    std::vector<uint8_t> big(free0 - 2 - 100, 1), last(98, 2);
-    ASSERT_TRUE(AppendDataRow(*f, page, big, "p").ok());
-    EXPECT_TRUE(DataPageFits(*f, page, 98));
-    EXPECT_FALSE(DataPageFits(*f, page, 99));
-    ASSERT_TRUE(AppendDataRow(*f, page, last, "p").ok());
-    EXPECT_EQ(*DataPageFreeSpace(*f, page, "p"), 0u);
-    EXPECT_EQ(LoadLe16(&page[2]), 0);
-    auto st = AppendDataRow(*f, page, std::vector<uint8_t>(1), "file: page 9");
-    ASSERT_FALSE(st.ok());
-    EXPECT_EQ(st.status().message(), "file: page 9: a row of 1 bytes does not fit");
+    const std::pair<std::vector<size_t>, size_t> fills[] = {
+        // row sizes, free space left
+        {{free0 - 2 - 100, 98}, 0},
+        {std::vector<size_t>(255, 4), free0 - 255 * 6}};
+    for (const auto& [sizes, left] : fills) {
+      std::vector<uint8_t> page(f->page_size);
+      InitDataPage(*f, page, 9);
+      for (size_t n : sizes) ASSERT_TRUE(TryAppendDataRow(*f, page, std::vector<uint8_t>(n, 1)));
+      EXPECT_EQ(*DataPageFreeSpace(*f, page, "p"), left);
+      EXPECT_EQ(LoadLe16(&page[2]), left);
+      EXPECT_FALSE(DataPageFits(*f, page, 1));
+      const std::vector<uint8_t> before = page;
+      EXPECT_FALSE(TryAppendDataRow(*f, page, std::vector<uint8_t>(1)));
+      EXPECT_EQ(page, before);
+      auto st = AppendDataRow(*f, page, std::vector<uint8_t>(1), "file: page 9");
+      ASSERT_FALSE(st.ok());
+      EXPECT_EQ(st.status().message(), "file: page 9: a row of 1 bytes does not fit");
+    }
   }
 }
 
-TEST(DataPageWriter, AtMost255RowsAPage) {
-  const JetFormat& f = kJet4Format;
-  std::vector<uint8_t> page(f.page_size);
-  InitDataPage(f, page, 9);
-  std::vector<uint8_t> row(4, 0);
-  for (int i = 0; i < 255; ++i) ASSERT_TRUE(AppendDataRow(f, page, row, "p").ok()) << i;
-  EXPECT_FALSE(DataPageFits(f, page, 4));
-  EXPECT_FALSE(AppendDataRow(f, page, row, "p").ok());
-}
-
-TEST(DataPageWriter, DeleteFlagsTheRowAndKeepsItsNeighbours) {
+TEST(DataPageWriter, DeleteAndOverwriteKeepTheNeighbours) {
   const JetFormat& f = kJet3Format;
   std::vector<uint8_t> page(f.page_size);
   InitDataPage(f, page, 3);
@@ -82,20 +80,14 @@ TEST(DataPageWriter, DeleteFlagsTheRowAndKeepsItsNeighbours) {
   EXPECT_EQ(r1->data.size(), 20u);
   EXPECT_FALSE(r2->deleted);
   EXPECT_EQ(r2->data.size(), 30u);
+  // A row is overwritten by as many bytes only.
+  EXPECT_TRUE(OverwriteDataRow(f, page, 2, std::vector<uint8_t>(30, 9), "p").ok());
+  EXPECT_EQ(page[f.page_size - 31], 9);
+  EXPECT_FALSE(OverwriteDataRow(f, page, 2, std::vector<uint8_t>(29, 9), "p").ok());
   auto again = MarkDataRowDeleted(f, page, 1, "file: page 3");
   EXPECT_EQ(again.message(), "file: page 3: row 1 is deleted already");
   EXPECT_EQ(MarkDataRowDeleted(f, page, 3, "file: page 3").message(),
             "file: page 3: row 3 does not exist (page has 3 rows)");
-}
-
-TEST(DataPageWriter, OverwriteKeepsTheLength) {
-  const JetFormat& f = kJet4Format;
-  std::vector<uint8_t> page(f.page_size);
-  InitDataPage(f, page, 3);
-  ASSERT_TRUE(AppendDataRow(f, page, std::vector<uint8_t>(8, 1), "p").ok());
-  EXPECT_TRUE(OverwriteDataRow(f, page, 0, std::vector<uint8_t>(8, 2), "p").ok());
-  EXPECT_EQ(page[f.page_size - 1], 2);
-  EXPECT_FALSE(OverwriteDataRow(f, page, 0, std::vector<uint8_t>(7, 2), "p").ok());
 }
 
 TEST(DataPageWriter, DamagedPagesAreCorruption) {

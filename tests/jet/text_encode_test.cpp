@@ -23,6 +23,8 @@ TEST(TextEncode, EveryPathStoresWhatTheGeneralEncoderStores) {
                                "\xC0\x80xy",
                                "ab\xC3(",
                                std::string(30, 'x'),
+                               "abcdefgh\xC5\x9Fijklmnopq",  // a wide letter between ASCII runs
+                               "abcdefghijklmnop\xC3\xA7",
                                std::string(1100, 'm')};
   for (const uint8_t type : {coltype::kText, coltype::kMemo}) {
     for (const uint8_t extra : {uint8_t{0}, kColExtraCompressedUnicode}) {

@@ -328,17 +328,23 @@ void ColumnsAndKeysAddedToRows(Writer& w) {
 
 TEST_F(WriterTest, RollbackLeavesTheFileIdenticalAndCommitKeepsEverything) {
   ASSERT_TRUE(w().CreateTable("Kalici").ok());
+  ASSERT_TRUE(w().AddColumn("Kalici", Col("A", ado::kInteger)).ok());
+  auto rows = [&] {  // as a reader of the definition counts them
+    auto def = w().db().ReadDefinition(*w().db().FindTable("Kalici"));
+    return def.ok() ? int64_t(def->row_count) : -1;
+  };
   const std::string before = ReadAll(path_);
   ASSERT_TRUE(w().Begin().ok());
   ASSERT_TRUE(w().CreateTable("Gecici").ok());
   ASSERT_TRUE(w().AddColumn("Gecici", Col("A", ado::kInteger)).ok());
-  std::vector<Value> row = {int64_t(1)};
-  ASSERT_TRUE(w().InsertRow("Gecici", row).ok());
+  for (int64_t i = 1; i <= 2; ++i) ASSERT_TRUE(w().InsertRow("Kalici", std::vector<Value>{i}).ok());
   EXPECT_NE(w().db().FindTable("Gecici"), nullptr) << "the transaction sees its own tables";
+  EXPECT_EQ(rows(), 2) << "and the rows it added";
   EXPECT_TRUE(ReadAll(path_) == before);
   ASSERT_TRUE(w().Rollback().ok());
   EXPECT_TRUE(ReadAll(path_) == before);
   EXPECT_EQ(w().db().FindTable("Gecici"), nullptr);
+  EXPECT_EQ(rows(), 0);
   ASSERT_TRUE(w().Begin().ok());
   ASSERT_TRUE(w().CreateTable("Gecici").ok());
   ASSERT_TRUE(w().Commit().ok());

@@ -79,27 +79,30 @@ class FakeDatabase : public db::Database {
     return Status::InvalidArgument("refused: " + std::string(sql));
   }
 
-  // Values kept as the texts of their literals.
   Result<int64_t> Insert(const db::InsertStatement& st) override {
     PX_RETURN_IF_ERROR(Note(db::InsertText(st)));
-    Row values;
-    for (const db::SqlExpr& e : st.values) {
-      values.push_back(e.kind == db::SqlExpr::Kind::kNull ? Value(Null{}) : Value(e.text));
-    }
-    PX_RETURN_IF_ERROR(Store(st.table, st.columns, values));
+    PX_RETURN_IF_ERROR(Store(st.table, st.columns, LiteralTexts(st)));
     return int64_t{1};
   }
 
   Status AddRow(std::string_view table, const std::vector<FieldInfo>& fields,
                 const Row& values) override {
-    std::string line = "AddRow " + std::string(table);
-    for (size_t i = 0; i < fields.size(); ++i) {
-      line += " " + fields[i].name + "=" + (IsNull(values[i]) ? "<null>" : db::TextOf(values[i]));
-    }
-    PX_RETURN_IF_ERROR(Note(line));
+    PX_RETURN_IF_ERROR(Note(AddRowLine(table, fields, values)));
     std::vector<std::string> names;
     for (const FieldInfo& f : fields) names.push_back(f.name);
     return Store(table, names, values);
+  }
+
+  // With `prepares`, rows are made ready as the Access backend makes them: MakeRow(), on the
+  // parsing thread, refuses the row whose line holds fail_on; Insert() records and stores.
+  bool prepares = false;
+  int ready_inserts = 0;  // rows added as made ready
+  std::unique_ptr<db::ReadyInsert> PrepareInsert(const db::InsertStatement&) override {
+    return prepares ? std::make_unique<Ready>(*this, "", std::vector<FieldInfo>{}) : nullptr;
+  }
+  std::unique_ptr<db::ReadyAddRow> PrepareAddRow(std::string_view table,
+                                                 const std::vector<FieldInfo>& fields) override {
+    return prepares ? std::make_unique<Ready>(*this, std::string(table), fields) : nullptr;
   }
 
   Status CreateTable(std::string_view table) override {
@@ -176,13 +179,70 @@ class FakeDatabase : public db::Database {
   }
 
  private:
-  Status Note(const std::string& line) {
-    log.push_back(line);
-    if (shared_log_) shared_log_->push_back(name_ + ": " + line);
+  class Ready final : public db::ReadyInsert, public db::ReadyAddRow {
+   public:
+    Ready(FakeDatabase& d, std::string table, std::vector<FieldInfo> fields)
+        : d_(d), fail_on_(d.fail_on), table_(std::move(table)), fields_(std::move(fields)) {}
+    Status MakeRow(const db::InsertStatement& st, Row& row) const override {
+      PX_RETURN_IF_ERROR(Refused(fail_on_, db::InsertText(st)));
+      row = LiteralTexts(st);
+      return Status::Ok();
+    }
+    Status Insert(Row& row, const db::InsertStatement& st) override {
+      ++d_.ready_inserts;
+      d_.Log(db::InsertText(st));
+      return d_.Store(st.table, st.columns, row);
+    }
+    Status MakeRow(const Row& values, Row& row) const override {
+      PX_RETURN_IF_ERROR(Refused(fail_on_, AddRowLine(table_, fields_, values)));
+      row = values;
+      return Status::Ok();
+    }
+    Status Insert(Row& row) override {
+      ++d_.ready_inserts;
+      d_.Log(AddRowLine(table_, fields_, row));
+      std::vector<std::string> names;
+      for (const FieldInfo& f : fields_) names.push_back(f.name);
+      return d_.Store(table_, names, row);
+    }
+
+   private:
+    FakeDatabase& d_;
+    const std::string fail_on_, table_;
+    const std::vector<FieldInfo> fields_;
+  };
+
+  static std::string AddRowLine(std::string_view table, const std::vector<FieldInfo>& fields,
+                                const Row& values) {
+    std::string line = "AddRow " + std::string(table);
+    for (size_t i = 0; i < fields.size(); ++i) {
+      line += " " + fields[i].name + "=" + (IsNull(values[i]) ? "<null>" : db::TextOf(values[i]));
+    }
+    return line;
+  }
+  // Values kept as the texts of their literals.
+  static Row LiteralTexts(const db::InsertStatement& st) {
+    Row values(st.values.size());
+    std::string scratch;
+    for (size_t i = 0; i < values.size(); ++i) {
+      const db::SqlExpr& e = st.values[i];
+      if (e.kind != db::SqlExpr::Kind::kNull) values[i] = std::string(db::LiteralText(e, scratch));
+    }
+    return values;
+  }
+  static Status Refused(const std::string& fail_on, const std::string& line) {
     if (!fail_on.empty() && line.find(fail_on) != std::string::npos) {
       return Status::IOError("injected failure at: " + line);
     }
     return Status::Ok();
+  }
+  void Log(const std::string& line) {
+    log.push_back(line);
+    if (shared_log_) shared_log_->push_back(name_ + ": " + line);
+  }
+  Status Note(const std::string& line) {
+    Log(line);
+    return Refused(fail_on, line);
   }
   // A row of the named columns' values, the rest Null.
   Status Store(std::string_view table, const std::vector<std::string>& names, const Row& values) {

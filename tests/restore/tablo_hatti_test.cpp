@@ -42,67 +42,71 @@ TEST(TabloHatti, TheErrorMetFirstInRowOrderEndsTheRestore) {
       {"a damaged value before a refused row", 2, 2500, false},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    px::testing::TempFolder kok;
-    px::testing::ScopedEnv surucu(kDriveMapVariable, "C=" + kok.str());
-    kok.Mkdir("tmp");
-    std::vector<Row> satirlar;
-    for (int i = 1; i <= kSatir; ++i) {
-      satirlar.push_back({int64_t{i}, std::string("ad " + std::to_string(i))});
-    }
-    db::VectorRowSource kaynak({F("No", ado::kInteger), F("Ad", ado::kVarWChar)},
-                               std::move(satirlar));
-    const std::string yol = (kok.path() / "Yedek/P/cari-tblSayi.xbf").string();
-    kok.Mkdir("Yedek/P");
-    ASSERT_TRUE(xbf::WriteRecordsetFile(kaynak, yol).ok());
-    int bozuk_dosya_satiri = 0;  // the text line of the damaged value
-    if (c.bozuk_satir) {
-      std::string metin = px::testing::ReadAll(yol);
-      const std::string deger = "No='" + std::to_string(c.bozuk_satir) + "'";
-      const size_t at = metin.find(deger);
-      bozuk_dosya_satiri =
-          1 + int(std::count(metin.begin(), metin.begin() + std::ptrdiff_t(at), '\n'));
-      metin.replace(at, deger.size(), "No='x'");
-      kok.Write("Yedek/P/cari-tblSayi.xbf", metin);
-    }
+    for (const bool hazirla : {false, true}) {  // rows made ready on the parsing thread
+      SCOPED_TRACE(std::string(c.what) + (hazirla ? ", made ready" : ""));
+      px::testing::TempFolder kok;
+      px::testing::ScopedEnv surucu(kDriveMapVariable, "C=" + kok.str());
+      kok.Mkdir("tmp");
+      std::vector<Row> satirlar;
+      for (int i = 1; i <= kSatir; ++i) {
+        satirlar.push_back({int64_t{i}, std::string("ad " + std::to_string(i))});
+      }
+      db::VectorRowSource kaynak({F("No", ado::kInteger), F("Ad", ado::kVarWChar)},
+                                 std::move(satirlar));
+      const std::string yol = (kok.path() / "Yedek/P/cari-tblSayi.xbf").string();
+      kok.Mkdir("Yedek/P");
+      ASSERT_TRUE(xbf::WriteRecordsetFile(kaynak, yol).ok());
+      int bozuk_dosya_satiri = 0;  // the text line of the damaged value
+      if (c.bozuk_satir) {
+        std::string metin = px::testing::ReadAll(yol);
+        const std::string deger = "No='" + std::to_string(c.bozuk_satir) + "'";
+        const size_t at = metin.find(deger);
+        bozuk_dosya_satiri =
+            1 + int(std::count(metin.begin(), metin.begin() + std::ptrdiff_t(at), '\n'));
+        metin.replace(at, deger.size(), "No='x'");
+        kok.Write("Yedek/P/cari-tblSayi.xbf", metin);
+      }
 
-    testing::KatalogKurucu k;
-    k.Veritabani("Cari", "cari.mdb", "CARI", "DataSirketYil", "Cari");
-    testing::FakePool pool;
-    testing::FakeDatabase& d = pool.Add(kDb);
-    auto& tablo = d.AddTable(
-        "tblSayi", {{"No", ado::kInteger, 0, 0, true, c.insert_yolu}, {"Ad", ado::kVarWChar, 50}});
-    tablo.rows.push_back({int64_t{0}, std::string("eski")});
-    if (c.insert_yolu) tablo.keys.push_back({"PrimaryKey", "No"});
-    if (c.reddedilen_satir) {
-      const std::string no = std::to_string(c.reddedilen_satir);
-      d.fail_on = c.insert_yolu ? "Values ('" + no + "'" : "No=" + no + " ";
-    }
-    HostFileSystem fs;
-    HostDosyalar dosyalar;
-    op::ScriptedOperator op;
-    Ortam ortam{fs,       dosyalar,    pool, op, nullptr, "C:\\Pergonix",
-                "Access", "C:\\tmp\\", "",   {}, nullptr, {}};
-    ModulIslemi islem(ortam);
-    auto katalog = k.Baglanti();
-    const Status s = TabloGeriAl(ortam, islem, *katalog, "cari", "tblSayi",
-                                 {"Cari", 4, "004", "2010"}, kDosya, "Sayi");
+      testing::KatalogKurucu k;
+      k.Veritabani("Cari", "cari.mdb", "CARI", "DataSirketYil", "Cari");
+      testing::FakePool pool;
+      testing::FakeDatabase& d = pool.Add(kDb);
+      d.prepares = hazirla;
+      auto& tablo = d.AddTable("tblSayi", {{"No", ado::kInteger, 0, 0, true, c.insert_yolu},
+                                           {"Ad", ado::kVarWChar, 50}});
+      tablo.rows.push_back({int64_t{0}, std::string("eski")});
+      if (c.insert_yolu) tablo.keys.push_back({"PrimaryKey", "No"});
+      if (c.reddedilen_satir) {
+        const std::string no = std::to_string(c.reddedilen_satir);
+        d.fail_on = c.insert_yolu ? "Values ('" + no + "'" : "No=" + no + " ";
+      }
+      HostFileSystem fs;
+      HostDosyalar dosyalar;
+      op::ScriptedOperator op;
+      Ortam ortam{fs,       dosyalar,    pool, op, nullptr, "C:\\Pergonix",
+                  "Access", "C:\\tmp\\", "",   {}, nullptr, {}};
+      ModulIslemi islem(ortam);
+      auto katalog = k.Baglanti();
+      const Status s = TabloGeriAl(ortam, islem, *katalog, "cari", "tblSayi",
+                                   {"Cari", 4, "004", "2010"}, kDosya, "Sayi");
 
-    const int ilk_bozuk = c.bozuk_satir ? c.bozuk_satir : kSatir + 1;
-    const int ilk_red = c.reddedilen_satir ? c.reddedilen_satir : kSatir + 1;
-    if (ilk_bozuk > kSatir && ilk_red > kSatir) {
-      ASSERT_TRUE(s.ok()) << s.ToString();
-      EXPECT_EQ(tablo.rows.size(), size_t(kSatir));
-      EXPECT_EQ(op.progress.back(), (std::pair<int, int>{0, kSatir}));
-    } else if (ilk_red < ilk_bozuk) {
-      EXPECT_NE(s.message().find("injected failure"), std::string::npos) << s.ToString();
-      EXPECT_EQ(tablo.rows.size(), size_t(ilk_red - 1));
-    } else {
-      EXPECT_TRUE(s.IsCorruption()) << s.ToString();
-      EXPECT_NE(s.message().find("cari-tblSayi.xbf: line " + std::to_string(bozuk_dosya_satiri)),
-                std::string::npos)
-          << s.ToString();
-      EXPECT_EQ(tablo.rows.size(), size_t(ilk_bozuk - 1));
+      EXPECT_EQ(d.ready_inserts, hazirla ? int(tablo.rows.size()) : 0);
+      const int ilk_bozuk = c.bozuk_satir ? c.bozuk_satir : kSatir + 1;
+      const int ilk_red = c.reddedilen_satir ? c.reddedilen_satir : kSatir + 1;
+      if (ilk_bozuk > kSatir && ilk_red > kSatir) {
+        ASSERT_TRUE(s.ok()) << s.ToString();
+        EXPECT_EQ(tablo.rows.size(), size_t(kSatir));
+        EXPECT_EQ(op.progress.back(), (std::pair<int, int>{0, kSatir}));
+      } else if (ilk_red < ilk_bozuk) {
+        EXPECT_NE(s.message().find("injected failure"), std::string::npos) << s.ToString();
+        EXPECT_EQ(tablo.rows.size(), size_t(ilk_red - 1));
+      } else {
+        EXPECT_TRUE(s.IsCorruption()) << s.ToString();
+        EXPECT_NE(s.message().find("cari-tblSayi.xbf: line " + std::to_string(bozuk_dosya_satiri)),
+                  std::string::npos)
+            << s.ToString();
+        EXPECT_EQ(tablo.rows.size(), size_t(ilk_bozuk - 1));
+      }
     }
   }
 }
