@@ -7,7 +7,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 # The Windows leg: MinGW-w64 (POSIX threads), zlib built for it, GoogleTest's sources to
 # build with it, and 64-bit Wine (wine64 alone; no i386 architecture is needed).
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev pkg-config zlib1g-dev libdeflate-dev
-          libjemalloc-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev googletest
+          libisal-dev libjemalloc-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
+          googletest
           nlohmann-json3-dev default-jre-headless ccache
           g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64
           mdbtools pigz qpdf)

@@ -44,11 +44,17 @@ struct U128 {
   uint64_t Lo() const { return uint64_t(limb[2]) << 32 | limb[3]; }
 };
 
+// The decimal digits of `u`, without leading zeros ("0" for zero).
 std::string Digits(U128 u) {
-  if (u.IsZero()) return "0";
-  std::string s;
-  while (!u.IsZero()) s.insert(s.begin(), char('0' + u.DivMod10()));
-  return s;
+  char buf[40];
+  char* p = buf + sizeof buf;
+  if (u.Hi() == 0) {
+    for (uint64_t lo = u.Lo(); p == buf + sizeof buf || lo != 0; lo /= 10)
+      *--p = char('0' + lo % 10);
+  } else {
+    while (!u.IsZero()) *--p = char('0' + u.DivMod10());
+  }
+  return std::string(p, buf + sizeof buf);
 }
 
 std::string PlaceDecimalPoint(std::string digits, int scale, bool negative) {
@@ -100,7 +106,18 @@ int HexValue(char c) {
 std::string CurrencyToPlain(Currency c) {
   const bool negative = c.scaled < 0;
   const uint64_t magnitude = negative ? uint64_t(0) - uint64_t(c.scaled) : uint64_t(c.scaled);
-  return PlaceDecimalPoint(Digits(U128::From(0, magnitude)), 4, negative);
+  char buf[32];
+  char* p = buf;
+  if (negative) *p++ = '-';
+  p = std::to_chars(p, buf + sizeof buf, magnitude / 10000).ptr;
+  if (uint64_t fraction = magnitude % 10000; fraction != 0) {
+    *p++ = '.';
+    int n = 4;
+    for (; fraction % 10 == 0; fraction /= 10) --n;
+    for (int i = n - 1; i >= 0; --i, fraction /= 10) p[i] = char('0' + fraction % 10);
+    p += n;
+  }
+  return std::string(buf, p);
 }
 
 std::string DecimalToPlain(const Decimal& d) {
@@ -111,6 +128,30 @@ std::optional<Decimal> DecimalFromText(std::string_view text) {
   Decimal d;
   size_t i = 0;
   if (i < text.size() && (text[i] == '-' || text[i] == '+')) d.negative = text[i++] == '-';
+  // Up to 19 digits fit 64 bits: the common case, without the 128-bit arithmetic below.
+  if (text.size() - i <= 20) {
+    uint64_t v = 0;
+    int digits = 0, scale = 0;
+    bool point = false, plain = true;
+    for (size_t j = i; j < text.size() && plain; ++j) {
+      const char c = text[j];
+      if (c >= '0' && c <= '9') {
+        v = v * 10 + uint64_t(c - '0');
+        ++digits;
+        scale += point;
+      } else if (c == '.' && !point) {
+        point = true;
+      } else {
+        plain = false;
+      }
+    }
+    if (plain && digits > 0 && digits <= 19) {
+      d.lo = v;
+      d.scale = uint8_t(scale);
+      if (v == 0) d.negative = false;
+      return d;
+    }
+  }
   U128 u;
   bool any_digit = false, point = false;
   int scale = 0;
@@ -226,12 +267,52 @@ double PartsToOleDate(const DateParts& p) {
   return day_number >= 0 ? double(day_number) + fraction : double(day_number) - fraction;
 }
 
+namespace {
+
+// printf's "%0*d": at least `width` characters, zeros after a minus sign.
+char* PutPadded(char* p, int value, int width) {
+  const bool negative = value < 0;
+  unsigned magnitude = negative ? 0u - unsigned(value) : unsigned(value);
+  int n = 1;
+  for (unsigned m = magnitude; m >= 10; m /= 10) ++n;
+  if (negative) *p++ = '-';
+  for (int zeros = width - n - int(negative); zeros > 0; --zeros) *p++ = '0';
+  for (int i = n - 1; i >= 0; --i, magnitude /= 10) p[i] = char('0' + magnitude % 10);
+  return p + n;
+}
+
+// "YYYY-MM-DD", then `separator` and "HH:MM:SS" when `separator` is not 0.
+char* PutDateTime(char* p, const DateParts& d, char separator) {
+  p = PutPadded(p, d.year, 4);
+  *p++ = '-';
+  p = PutPadded(p, d.month, 2);
+  *p++ = '-';
+  p = PutPadded(p, d.day, 2);
+  if (separator == 0) return p;
+  *p++ = separator;
+  p = PutPadded(p, d.hour, 2);
+  *p++ = ':';
+  p = PutPadded(p, d.minute, 2);
+  *p++ = ':';
+  return PutPadded(p, d.second, 2);
+}
+
+}  // namespace
+
 std::string FormatIsoDateTime(const DateParts& p) {
-  char buf[48];
-  int n = std::snprintf(buf, sizeof buf, "%04d-%02d-%02dT%02d:%02d:%02d", p.year, p.month, p.day,
-                        p.hour, p.minute, p.second);
-  if (p.millisecond != 0) std::snprintf(buf + n, sizeof buf - size_t(n), ".%03d", p.millisecond);
-  return buf;
+  char buf[96];
+  char* e = PutDateTime(buf, p, 'T');
+  if (p.millisecond != 0) {
+    *e++ = '.';
+    e = PutPadded(e, p.millisecond, 3);
+  }
+  return std::string(buf, e);
+}
+
+std::string FormatDateText(const DateParts& p) {
+  char buf[96];
+  const bool midnight = p.hour == 0 && p.minute == 0 && p.second == 0;
+  return std::string(buf, PutDateTime(buf, p, midnight ? 0 : ' '));
 }
 
 std::string ShortestDouble(double d) {

@@ -44,6 +44,9 @@ double PartsToOleDate(const DateParts& p);
 
 // "YYYY-MM-DDTHH:MM:SS", then ".fff" only when the milliseconds are not zero.
 std::string FormatIsoDateTime(const DateParts& p);
+// "YYYY-MM-DD", then " HH:MM:SS" unless the time is midnight (milliseconds not shown).
+// Fields are printf's "%04d" and "%02d": a negative year is "-099", a wide one "12345".
+std::string FormatDateText(const DateParts& p);
 
 // Shortest text that reads back to the same value ("0.1", "1e+300", "-0").
 std::string ShortestDouble(double d);

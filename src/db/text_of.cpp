@@ -1,7 +1,5 @@
 #include "db/text_of.h"
 
-#include <cstdio>
-
 #include "core/value_text.h"
 
 namespace px::db {
@@ -9,15 +7,7 @@ namespace {
 
 std::string DateText(const OleDate& d) {
   auto parts = OleDateToParts(d.days);
-  if (!parts) return "";
-  char buf[48];
-  if (parts->hour == 0 && parts->minute == 0 && parts->second == 0) {
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d", parts->year, parts->month, parts->day);
-  } else {
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", parts->year, parts->month,
-                  parts->day, parts->hour, parts->minute, parts->second);
-  }
-  return buf;
+  return parts ? FormatDateText(*parts) : "";
 }
 
 struct Texter {

@@ -1,5 +1,6 @@
 #include "restore/adimlar.h"
 
+#include <optional>
 #include <variant>
 
 #include "core/value_text.h"
@@ -68,10 +69,12 @@ void ParaDuzelt(const std::vector<FieldInfo>& sahalar, Row& satir) {
   }
 }
 
-// The rows of a table file, counted without reading their values. A file whose count finds
-// it damaged is read through to tell where (file and line), before the table is touched.
-Result<int64_t> SatirSay(Dosyalar& dosyalar, const std::string& yol) {
-  Result<int64_t> sayi = dosyalar.SatirSay(yol);
+// The rows of a table file, counted without reading their values (or `sayim`, counted while
+// it was decompressed). A file whose count finds it damaged is read through to tell where
+// (file and line), before the table is touched.
+Result<int64_t> SatirSay(Dosyalar& dosyalar, const std::string& yol,
+                         std::optional<Result<int64_t>> sayim) {
+  Result<int64_t> sayi = sayim ? std::move(*sayim) : dosyalar.SatirSay(yol);
   if (sayi.ok() || !sayi.status().IsCorruption()) return sayi;
   PX_ASSIGN_OR_RETURN(auto rows, dosyalar.TabloAc(yol));
   for (Row row; rows->Next(row);) {
@@ -167,12 +170,15 @@ Status TabloGeriAl(Ortam& ortam, ModulIslemi& islem, db::Connection& katalog,
   }
   GeciciDosya temizlik(ortam.dosyalar, gecici);
   // The staging file is read once and removed: it need not reach the disk.
+  std::optional<Result<int64_t>> sayim;  // counted while decompressing
   if (!gecici.empty()) {
-    PX_RETURN_IF_ERROR(ortam.dosyalar.Ac(dosya_yolu, gecici, platform::Durability::kScratch));
+    sayim.emplace(int64_t{0});
+    PX_RETURN_IF_ERROR(
+        ortam.dosyalar.AcVeSay(dosya_yolu, gecici, platform::Durability::kScratch, *sayim));
   }
   // A file found damaged only while its rows are added (a value that does not parse) ends the
   // module, whose transaction puts the table back as it was.
-  PX_ASSIGN_OR_RETURN(const int64_t sayi, SatirSay(ortam.dosyalar, okunacak));
+  PX_ASSIGN_OR_RETURN(const int64_t sayi, SatirSay(ortam.dosyalar, okunacak, std::move(sayim)));
   if (ortam.dosya_denetle) {
     if (auto uyari = ortam.dosya_denetle(dosya_yolu, sayi)) ortam.uyarilar.push_back(*uyari);
   }

@@ -81,6 +81,13 @@ Status HostDosyalar::Ac(const std::string& pbf, const std::string& hedef,
   return xbf::Ac(Utf8FromPath(kaynak), Utf8FromPath(cikti), dayaniklilik);
 }
 
+Status HostDosyalar::AcVeSay(const std::string& pbf, const std::string& hedef,
+                             platform::Durability dayaniklilik, Result<int64_t>& satir) {
+  PX_ASSIGN_OR_RETURN(fs::path kaynak, Host(pbf));
+  PX_ASSIGN_OR_RETURN(fs::path cikti, Host(hedef));
+  return xbf::AcVeSay(Utf8FromPath(kaynak), Utf8FromPath(cikti), dayaniklilik, satir);
+}
+
 Status HostDosyalar::Kopyala(const std::string& kaynak, const std::string& hedef) {
   PX_ASSIGN_OR_RETURN(fs::path k, Host(kaynak));
   PX_ASSIGN_OR_RETURN(fs::path h, Host(hedef));

@@ -46,6 +46,14 @@ class Dosyalar {
   // `hedef` (read back and removed by this run) is not flushed to disk.
   virtual Status Ac(const std::string& pbf, const std::string& hedef,
                     platform::Durability dayaniklilik) = 0;
+  // Ac(), with the rows of `hedef` counted as SatirSay(hedef) counts them; `satir` is set
+  // when the decompression succeeds.
+  virtual Status AcVeSay(const std::string& pbf, const std::string& hedef,
+                         platform::Durability dayaniklilik, Result<int64_t>& satir) {
+    PX_RETURN_IF_ERROR(Ac(pbf, hedef, dayaniklilik));
+    satir = SatirSay(hedef);
+    return Status::Ok();
+  }
   // Copies a file over `hedef`, which is replaced only once the copy is complete.
   virtual Status Kopyala(const std::string& kaynak, const std::string& hedef) = 0;
   virtual Status Sil(const std::string& yol) = 0;  // OK when missing
@@ -73,6 +81,9 @@ class HostDosyalar : public Dosyalar {
   Result<int64_t> SatirSay(const std::string& yol) override;
   Status Ac(const std::string& pbf, const std::string& hedef,
             platform::Durability dayaniklilik) override;
+  // Counts while it decompresses, on a second thread.
+  Status AcVeSay(const std::string& pbf, const std::string& hedef,
+                 platform::Durability dayaniklilik, Result<int64_t>& satir) override;
   Status Kopyala(const std::string& kaynak, const std::string& hedef) override;
   Status Sil(const std::string& yol) override;
   Result<std::string> Oku(const std::string& yol) override;

@@ -19,6 +19,8 @@ class ByteInput {
   virtual ~ByteInput() = default;
   // Reads up to `n` bytes into `buf`; 0 means the end of the input.
   virtual Result<size_t> Read(uint8_t* buf, size_t n) = 0;
+  // Goes back to the first byte; NotSupported for an input that cannot be read twice.
+  virtual Status Rewind() { return Status::NotSupported("the input cannot be read again"); }
 };
 
 class ByteSink {
@@ -32,6 +34,10 @@ class MemoryInput : public ByteInput {
  public:
   explicit MemoryInput(std::string_view data) : data_(data) {}
   Result<size_t> Read(uint8_t* buf, size_t n) override;
+  Status Rewind() override {
+    pos_ = 0;
+    return Status::Ok();
+  }
 
  private:
   std::string_view data_;
@@ -44,6 +50,10 @@ class FileInput : public ByteInput {
   static Result<std::unique_ptr<FileInput>> Open(
       const std::string& path, platform::FileLayer& files = platform::SystemFiles());
   Result<size_t> Read(uint8_t* buf, size_t n) override;
+  Status Rewind() override {
+    pos_ = 0;
+    return Status::Ok();
+  }
 
  private:
   explicit FileInput(std::unique_ptr<platform::File> file) : file_(std::move(file)) {}

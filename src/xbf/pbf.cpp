@@ -2,9 +2,20 @@
 
 #include <zlib.h>
 
+#if PX_HAVE_ISAL
+#include <isa-l/igzip_lib.h>
+#endif
+
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <thread>
 #include <vector>
 
 #include "xbf/parallel_deflate.h"
+#include "xbf/xbf_reader.h"
 
 namespace px::xbf {
 
@@ -86,8 +97,13 @@ struct InflateInput::State {
   ByteInput* in = nullptr;
   std::string name;
   z_stream z{};
+  bool z_started = false;
+#if PX_HAVE_ISAL
+  std::unique_ptr<inflate_state> fast;  // until zlib takes over
+#endif
   std::vector<uint8_t> buf = std::vector<uint8_t>(kChunk);
-  uint64_t consumed = 0;  // compressed bytes handed to zlib so far
+  uint64_t consumed = 0;  // compressed bytes handed to the inflater so far
+  uint64_t given = 0;     // decompressed bytes handed out so far
   bool input_done = false;
   bool stream_end = false;
   Status error;
@@ -96,14 +112,21 @@ struct InflateInput::State {
 InflateInput::InflateInput(std::unique_ptr<State> s) : s_(std::move(s)) {}
 
 InflateInput::~InflateInput() {
-  inflateEnd(&s_->z);
+  if (s_->z_started) inflateEnd(&s_->z);
 }
 
 Result<std::unique_ptr<InflateInput>> InflateInput::Create(ByteInput& in, std::string name) {
   auto s = std::make_unique<State>();
   s->in = &in;
   s->name = std::move(name);
+#if PX_HAVE_ISAL
+  s->fast = std::make_unique<inflate_state>();
+  isal_inflate_init(s->fast.get());
+  s->fast->crc_flag = ISAL_ZLIB;  // header checked, Adler-32 of the output verified
+#else
   if (inflateInit(&s->z) != Z_OK) return Status::InvalidArgument("cannot start zlib");
+  s->z_started = true;
+#endif
   return std::unique_ptr<InflateInput>(new InflateInput(std::move(s)));
 }
 
@@ -125,6 +148,81 @@ Status InflateInput::CheckTrailing() {
 }
 
 Result<size_t> InflateInput::Read(uint8_t* buf, size_t n) {
+  State& s = *s_;
+  if (!s.error.ok()) return s.error;
+  if (s.stream_end || n == 0) return size_t(0);
+#if PX_HAVE_ISAL
+  if (s.fast) {
+    Result<std::optional<size_t>> got = FastRead(buf, n);
+    if (!got.ok()) return s.error = got.status();
+    if (*got) {
+      s.given += **got;
+      return **got;
+    }
+    PX_RETURN_IF_ERROR(ZlibTakesOver());
+  }
+#endif
+  return ZlibRead(buf, n);
+}
+
+#if PX_HAVE_ISAL
+// ISA-L's inflate, until anything but a sound stream: then nullopt, and zlib reads the stream
+// again to say what is wrong with it, in the words and at the offsets it always used. (ISA-L
+// also takes some streams zlib refuses: an incomplete code of distances that the data never
+// uses. Such a stream still decompresses to bytes whose Adler-32 matches.)
+Result<std::optional<size_t>> InflateInput::FastRead(uint8_t* buf, size_t n) {
+  State& s = *s_;
+  inflate_state& f = *s.fast;
+  const auto want = uint32_t(std::min<size_t>(n, 1u << 30));
+  f.next_out = buf;
+  f.avail_out = want;
+  while (f.avail_out == want) {
+    if (f.avail_in == 0 && !s.input_done) {
+      PX_ASSIGN_OR_RETURN(size_t got, s.in->Read(s.buf.data(), s.buf.size()));
+      if (got == 0) s.input_done = true;
+      f.next_in = s.buf.data();
+      f.avail_in = uint32_t(got);
+      s.consumed += got;
+    }
+    if (isal_inflate(&f) != ISAL_DECOMP_OK) return std::optional<size_t>();
+    if (f.block_state == ISAL_BLOCK_FINISH) {
+      if (f.avail_in > 0) return std::optional<size_t>();
+      uint8_t extra;
+      PX_ASSIGN_OR_RETURN(size_t more, s.in->Read(&extra, 1));
+      if (more) return std::optional<size_t>();
+      s.stream_end = true;
+      break;
+    }
+    if (s.input_done && f.avail_in == 0 && f.avail_out == want) return std::optional<size_t>();
+  }
+  return std::optional<size_t>(want - f.avail_out);
+}
+
+Status InflateInput::ZlibTakesOver() {
+  State& s = *s_;
+  s.fast.reset();
+  Status rewound = s.in->Rewind();
+  if (!rewound.ok()) {
+    return s.error = Status::Corruption(s.name + ": damaged compressed stream near offset " +
+                                        std::to_string(s.consumed));
+  }
+  s.consumed = 0;
+  s.input_done = false;
+  s.stream_end = false;
+  if (inflateInit(&s.z) != Z_OK) return s.error = Status::InvalidArgument("cannot start zlib");
+  s.z_started = true;
+  // The bytes handed out already are passed over; a stream damaged before them fails here.
+  std::vector<uint8_t> scratch(kChunk);
+  for (uint64_t left = s.given; left > 0;) {
+    PX_ASSIGN_OR_RETURN(size_t got, ZlibRead(scratch.data(), std::min<uint64_t>(left, kChunk)));
+    if (got == 0) break;
+    left -= got;
+  }
+  return Status::Ok();
+}
+#endif
+
+Result<size_t> InflateInput::ZlibRead(uint8_t* buf, size_t n) {
   State& s = *s_;
   if (!s.error.ok()) return s.error;
   if (s.stream_end || n == 0) return size_t(0);
@@ -161,14 +259,102 @@ Result<size_t> InflateInput::Read(uint8_t* buf, size_t n) {
 
 namespace {
 
+// Decompressed bytes are handed on in pieces of this size: larger ones cost fewer calls of
+// the inflater and of the file system, and four of them in flight stay well within memory.
+constexpr size_t kOutChunk = 256 * 1024;
+
 Status Copy(ByteInput& in, ByteSink& out) {
-  std::vector<uint8_t> buf(kChunk);
+  std::vector<uint8_t> buf(kOutChunk);
   for (;;) {
     PX_ASSIGN_OR_RETURN(size_t n, in.Read(buf.data(), buf.size()));
     if (n == 0) return Status::Ok();
     PX_RETURN_IF_ERROR(out.Write(std::string_view(reinterpret_cast<const char*>(buf.data()), n)));
   }
 }
+
+// Pieces of a byte stream passed from one thread to another: the writer fills free pieces
+// and hands them on in order, the reader reads them as a ByteInput and frees them. At most
+// kPieces pieces exist, so a writer ahead of its reader waits.
+class Pipe : public ByteInput {
+ public:
+  static constexpr size_t kPieces = 4;
+
+  Pipe() {
+    for (auto& p : pieces_) free_.push_back(&p);
+  }
+  // A free piece to fill, sized kOutChunk; null once the reader has gone.
+  std::vector<uint8_t>* Take() {
+    std::unique_lock lock(mu_);
+    changed_.wait(lock, [&] { return !free_.empty() || reader_gone_; });
+    if (reader_gone_) return nullptr;
+    std::vector<uint8_t>* p = free_.front();
+    free_.pop_front();
+    p->resize(kOutChunk);
+    return p;
+  }
+  // Hands on the first `n` bytes of a piece from Take().
+  void Give(std::vector<uint8_t>* p, size_t n) {
+    p->resize(n);
+    {
+      std::lock_guard lock(mu_);
+      full_.push_back(p);
+    }
+    changed_.notify_all();
+  }
+  // No more pieces: the end of the stream, or `why` it broke off.
+  void Close(Status why) {
+    {
+      std::lock_guard lock(mu_);
+      closed_ = true;
+      why_ = std::move(why);
+    }
+    changed_.notify_all();
+  }
+  // The reader takes no more; the writer's pieces are freed from now on.
+  void ReaderGone() {
+    {
+      std::lock_guard lock(mu_);
+      reader_gone_ = true;
+    }
+    changed_.notify_all();
+  }
+
+  Result<size_t> Read(uint8_t* buf, size_t n) override {
+    if (current_ == nullptr) {
+      std::unique_lock lock(mu_);
+      changed_.wait(lock, [&] { return !full_.empty() || closed_; });
+      if (full_.empty()) {
+        if (!why_.ok()) return why_;
+        return size_t(0);
+      }
+      current_ = full_.front();
+      full_.pop_front();
+      at_ = 0;
+    }
+    const size_t take = std::min(n, current_->size() - at_);
+    std::memcpy(buf, current_->data() + at_, take);
+    at_ += take;
+    if (at_ == current_->size()) {
+      {
+        std::lock_guard lock(mu_);
+        free_.push_back(current_);
+      }
+      current_ = nullptr;
+      changed_.notify_all();
+    }
+    return take;
+  }
+
+ private:
+  std::vector<uint8_t> pieces_[kPieces];
+  std::mutex mu_;
+  std::condition_variable changed_;
+  std::deque<std::vector<uint8_t>*> free_, full_;
+  bool closed_ = false, reader_gone_ = false;
+  Status why_;
+  std::vector<uint8_t>* current_ = nullptr;  // the reader's piece
+  size_t at_ = 0;
+};
 
 }  // namespace
 
@@ -188,6 +374,46 @@ Status Ac(const std::string& input, const std::string& output, platform::Durabil
                       ReplacingFile::Create(output, platform::SystemFiles(), durability));
   PX_RETURN_IF_ERROR(Copy(*inflate, *file));
   return file->Commit();
+}
+
+Status AcVeSay(const std::string& input, const std::string& output, platform::Durability durability,
+               Result<int64_t>& rows) {
+  PX_ASSIGN_OR_RETURN(auto in, FileInput::Open(input));
+  PX_ASSIGN_OR_RETURN(auto inflate, InflateInput::Create(*in, input));
+  PX_ASSIGN_OR_RETURN(auto file,
+                      ReplacingFile::Create(output, platform::SystemFiles(), durability));
+  // The count reads the file's bytes as a reader of `output` would, on a thread of its own,
+  // while this one decompresses and writes them.
+  Pipe pipe;
+  Result<int64_t> counted = int64_t{0};
+  std::thread counter([&] {
+    counted = [&]() -> Result<int64_t> {
+      PX_ASSIGN_OR_RETURN(auto reader, XbfReader::Open(pipe, output));
+      return reader->CountRows();
+    }();
+    pipe.ReaderGone();
+  });
+  Status st = [&]() -> Status {
+    for (;;) {
+      std::vector<uint8_t>* piece = pipe.Take();
+      std::vector<uint8_t> own;
+      if (piece == nullptr) {  // the count has ended early; the file is still written whole
+        own.resize(kOutChunk);
+        piece = &own;
+      }
+      PX_ASSIGN_OR_RETURN(size_t n, inflate->Read(piece->data(), piece->size()));
+      PX_RETURN_IF_ERROR(
+          file->Write(std::string_view(reinterpret_cast<const char*>(piece->data()), n)));
+      if (piece != &own && n > 0) pipe.Give(piece, n);
+      if (n == 0) return Status::Ok();
+    }
+  }();
+  pipe.Close(st.ok() ? Status::Ok() : Status::Corruption(output + ": not decompressed whole"));
+  counter.join();
+  PX_RETURN_IF_ERROR(st);
+  PX_RETURN_IF_ERROR(file->Commit());
+  rows = std::move(counted);
+  return Status::Ok();
 }
 
 std::string CompressedName(const std::string& name) {

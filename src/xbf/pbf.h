@@ -3,6 +3,7 @@
 // one file, with nothing before or after it. Both directions stream in fixed-size chunks.
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "core/result.h"
@@ -45,6 +46,9 @@ class InflateInput : public ByteInput {
   struct State;
   explicit InflateInput(std::unique_ptr<State> s);
   Status CheckTrailing();
+  Result<size_t> ZlibRead(uint8_t* buf, size_t n);
+  Result<std::optional<size_t>> FastRead(uint8_t* buf, size_t n);  // used with ISA-L only
+  Status ZlibTakesOver();
   std::unique_ptr<State> s_;
 };
 
@@ -54,6 +58,11 @@ Status Sikistir(const std::string& input, const std::string& output);
 // output (Durability::kScratch) is not flushed to disk.
 Status Ac(const std::string& input, const std::string& output,
           platform::Durability durability = platform::Durability::kFlushed);
+// Ac(), and meanwhile, on a second thread, the rows of the recordset file it writes are
+// counted: once Ac() succeeds, `rows` holds what XbfReader::CountRows() gives for `output`
+// opened afterwards (its error included, named after `output`).
+Status AcVeSay(const std::string& input, const std::string& output, platform::Durability durability,
+               Result<int64_t>& rows);
 
 // Name rules of compressed packages. A compressed file is the plain file's name + ".pbf".
 std::string CompressedName(const std::string& name);

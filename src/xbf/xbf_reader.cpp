@@ -351,9 +351,9 @@ Status XbfReader::ReadRowValues(const XmlToken& t, Row& row, bool overlay) {
       }
       continue;
     }
-    auto v = ParseValue(fields_[field], a.value);
-    if (!v.ok()) return Fail(t, v.status().message());
-    row[field] = std::move(*v);
+    if (Status st = ParseValueInto(fields_[field], a.value, row[field]); !st.ok()) {
+      return Fail(t, st.message());
+    }
   }
   if (fresh) {
     for (size_t i = 0; i < row.size(); ++i) {

@@ -452,6 +452,12 @@ Result<std::string> FormatValue(const FieldInfo& f, const Value& v, int ansi_cod
 
 namespace {
 
+template <typename T>
+Status Set(Value& out, T&& v) {
+  out = std::forward<T>(v);
+  return Status::Ok();
+}
+
 Status Bad(const FieldInfo& f, std::string_view text) {
   std::string shown(text.substr(0, 60));
   return Status::InvalidArgument("field " + f.name + ": '" + shown + "' is not a value of type " +
@@ -468,7 +474,7 @@ bool NumberChars(std::string_view t) {
   return true;
 }
 
-Result<Value> ParseInteger(const FieldInfo& f, std::string_view t) {
+Status ParseInteger(const FieldInfo& f, std::string_view t, Value& out) {
   int64_t lo = INT64_MIN, hi = INT64_MAX;
   switch (f.ado_type) {
     case ado::kTinyInt:
@@ -496,29 +502,42 @@ Result<Value> ParseInteger(const FieldInfo& f, std::string_view t) {
     uint64_t u;
     auto r = std::from_chars(t.data(), t.data() + t.size(), u);
     if (r.ec != std::errc() || r.ptr != t.data() + t.size()) return Bad(f, t);
-    if (u <= uint64_t(INT64_MAX)) return Value(int64_t(u));
+    if (u <= uint64_t(INT64_MAX)) return Set(out, int64_t(u));
     Decimal d;  // beyond int64: kept exactly as a whole decimal
     d.lo = u;
-    return Value(d);
+    return Set(out, d);
   }
   int64_t i;
   auto r = std::from_chars(t.data(), t.data() + t.size(), i);
   if (r.ec != std::errc() || r.ptr != t.data() + t.size() || i < lo || i > hi) return Bad(f, t);
-  return Value(i);
+  return Set(out, i);
 }
 
-Result<Value> ParseFloating(const FieldInfo& f, std::string_view t) {
+// std::from_chars rounds as strtod does; what it does not take whole (a leading '+', a value
+// that underflows or overflows) is left to strtod, which decides as it always has.
+template <typename T>
+bool FromChars(std::string_view t, T& v) {
+  const auto r = std::from_chars(t.data(), t.data() + t.size(), v);
+  return r.ec == std::errc() && r.ptr == t.data() + t.size() && std::isfinite(v);
+}
+
+Status ParseFloating(const FieldInfo& f, std::string_view t, Value& out) {
   if (!NumberChars(t) || t.size() > 400) return Bad(f, t);
+  if (f.ado_type == ado::kSingle) {
+    if (float v; FromChars(t, v)) return Set(out, v);
+  } else if (double v; FromChars(t, v)) {
+    return Set(out, v);
+  }
   std::string s(t);
   char* end = nullptr;
   if (f.ado_type == ado::kSingle) {
     float v = std::strtof(s.c_str(), &end);
     if (end != s.c_str() + s.size() || !std::isfinite(v)) return Bad(f, t);
-    return Value(v);
+    return Set(out, v);
   }
   double v = std::strtod(s.c_str(), &end);
   if (end != s.c_str() + s.size() || !std::isfinite(v)) return Bad(f, t);
-  return Value(v);
+  return Set(out, v);
 }
 
 bool ReadDigits(std::string_view& t, size_t n, int& out) {
@@ -566,12 +585,12 @@ bool ValidDay(const DateParts& p) {
   return !(p.month == 2 && p.day == 29 && !leap);
 }
 
-Result<Value> ParseDate(const FieldInfo& f, std::string_view text) {
+Status ParseDate(const FieldInfo& f, std::string_view text, Value& out) {
   std::string_view t = text;
   DateParts p;
   if (f.ado_type == ado::kDBTime || (t.size() > 2 && t[2] == ':')) {
     if (!ParseTimePart(t, p) || !t.empty()) return Bad(f, text);
-    return Value(OleDate{PartsToOleDate(p)});
+    return Set(out, OleDate{PartsToOleDate(p)});
   }
   if (!ReadDigits(t, 4, p.year) || !Expect(t, '-') || !ReadDigits(t, 2, p.month) ||
       !Expect(t, '-') || !ReadDigits(t, 2, p.day) || !ValidDay(p)) {
@@ -579,7 +598,7 @@ Result<Value> ParseDate(const FieldInfo& f, std::string_view text) {
   }
   if (Expect(t, 'T') && !ParseTimePart(t, p)) return Bad(f, text);
   if (!t.empty()) return Bad(f, text);
-  return Value(OleDate{PartsToOleDate(p)});
+  return Set(out, OleDate{PartsToOleDate(p)});
 }
 
 int HexDigit(char c) {
@@ -589,7 +608,7 @@ int HexDigit(char c) {
   return -1;
 }
 
-Result<Value> ParseHex(const FieldInfo& f, std::string_view t) {
+Status ParseHex(const FieldInfo& f, std::string_view t, Value& out) {
   Binary b;
   b.bytes.reserve(t.size() / 2);
   int high = -1;
@@ -605,10 +624,10 @@ Result<Value> ParseHex(const FieldInfo& f, std::string_view t) {
     }
   }
   // ADO accepts an odd digit count; the lone last digit is dropped.
-  return Value(std::move(b));
+  return Set(out, std::move(b));
 }
 
-Result<Value> ParseBool(const FieldInfo& f, std::string_view t) {
+Status ParseBool(const FieldInfo& f, std::string_view t, Value& out) {
   auto eq = [&](std::string_view w) {
     if (t.size() != w.size()) return false;
     for (size_t i = 0; i < t.size(); ++i) {
@@ -616,14 +635,14 @@ Result<Value> ParseBool(const FieldInfo& f, std::string_view t) {
     }
     return true;
   };
-  if (eq("true") || t == "1" || t == "-1") return Value(true);
-  if (eq("false") || t == "0") return Value(false);
+  if (eq("true") || t == "1" || t == "-1") return Set(out, true);
+  if (eq("false") || t == "0") return Set(out, false);
   return Bad(f, t);
 }
 
 }  // namespace
 
-Result<Value> ParseValue(const FieldInfo& f, std::string_view t) {
+Status ParseValueInto(const FieldInfo& f, std::string_view t, Value& out) {
   switch (f.ado_type) {
     case ado::kTinyInt:
     case ado::kUnsignedTinyInt:
@@ -633,42 +652,53 @@ Result<Value> ParseValue(const FieldInfo& f, std::string_view t) {
     case ado::kUnsignedInt:
     case ado::kBigInt:
     case ado::kUnsignedBigInt:
-      return ParseInteger(f, t);
+      return ParseInteger(f, t, out);
     case ado::kSingle:
     case ado::kDouble:
-      return ParseFloating(f, t);
+      return ParseFloating(f, t, out);
     case ado::kCurrency: {
       auto c = CurrencyFromText(t);
       if (!c) return Bad(f, t);
-      return Value(*c);
+      return Set(out, *c);
     }
     case ado::kNumeric:
     case ado::kDecimal:
     case kVarNumeric: {
       auto d = DecimalFromText(t);
       if (!d) return Bad(f, t);
-      return Value(*d);
+      return Set(out, *d);
     }
     case ado::kBoolean:
-      return ParseBool(f, t);
+      return ParseBool(f, t, out);
     case ado::kDate:
     case ado::kDBDate:
     case ado::kDBTime:
     case ado::kDBTimeStamp:
     case ado::kFileTime:
-      return ParseDate(f, t);
+      return ParseDate(f, t, out);
     case ado::kGUID: {
       auto g = GuidFromText(t);
       if (!g) return Bad(f, t);
-      return Value(*g);
+      return Set(out, *g);
     }
     case ado::kBinary:
     case ado::kVarBinary:
     case ado::kLongVarBinary:
-      return ParseHex(f, t);
+      return ParseHex(f, t, out);
     default:
-      return Value(std::string(t));
+      if (auto* s = std::get_if<std::string>(&out)) {
+        s->assign(t);
+        return Status::Ok();
+      }
+      return Set(out, std::string(t));
   }
+}
+
+Result<Value> ParseValue(const FieldInfo& f, std::string_view t) {
+  Result<Value> v = Value();
+  Status st = ParseValueInto(f, t, *v);
+  if (!st.ok()) return st;
+  return v;
 }
 
 }  // namespace px::xbf

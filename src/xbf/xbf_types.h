@@ -59,6 +59,8 @@ size_t FixedTextPadding(const FieldInfo& field, std::string_view text, int ansi_
 // The value of a row attribute (already unescaped) for a field. bin.hex text may contain
 // whitespace, which is ignored. InvalidArgument when the text is not a value of the type.
 Result<Value> ParseValue(const FieldInfo& field, std::string_view text);
+// The same into `out`, which keeps what it held on an error.
+Status ParseValueInto(const FieldInfo& field, std::string_view text, Value& out);
 
 // Number of Unicode characters of UTF-8 text (continuation bytes are not counted).
 size_t Utf8Length(std::string_view s);

@@ -14,11 +14,11 @@ class XmlTokenizer::Chars {
   // The next byte (0..255), -1 at the end of the input, -2 after an input error.
   int Peek() {
     if (!error_.ok()) return -2;  // a byte left unconsumed by an error is never offered again
-    if (pos_ < out_.size()) return static_cast<unsigned char>(out_[pos_]);
+    if (pos_ < cur_.size()) return static_cast<unsigned char>(cur_[pos_]);
     if (eof_) return EndOfInput();
     Refill();
     if (!error_.ok()) return -2;
-    return pos_ < out_.size() ? static_cast<unsigned char>(out_[pos_]) : EndOfInput();
+    return pos_ < cur_.size() ? static_cast<unsigned char>(cur_[pos_]) : EndOfInput();
   }
   // Consumes the next byte. A byte that cannot stand where it stands in UTF-8 (a stray
   // continuation, an overlong form, a surrogate, beyond U+10FFFF) is not consumed: the
@@ -43,8 +43,8 @@ class XmlTokenizer::Chars {
   // line and column. Stops at the end of the buffered input; Get() goes on from there.
   size_t TakeRun(const bool (&plain)[128], bool two_byte, std::string* out, size_t limit) {
     if (!error_.ok() || continuations_ != 0) return 0;
-    const char* const data = out_.data();
-    const size_t end = out_.size();
+    const char* const data = cur_.data();
+    const size_t end = cur_.size();
     const size_t start = pos_;
     size_t p = pos_;
     size_t chars = 0;
@@ -70,8 +70,8 @@ class XmlTokenizer::Chars {
   void SkipBlanks() {
     for (;;) {
       if (error_.ok() && continuations_ == 0) {
-        for (const size_t end = out_.size(); pos_ < end; ++pos_) {
-          const char c = out_[pos_];
+        for (const size_t end = cur_.size(); pos_ < end; ++pos_) {
+          const char c = cur_[pos_];
           if (c == ' ' || c == '\t' || c == '\r') {
             ++column;
           } else if (c == '\n') {
@@ -90,8 +90,8 @@ class XmlTokenizer::Chars {
   // The decoded bytes not yet consumed, refilled when none are left; empty at the end of
   // the input and after an error.
   std::string_view Buffered() {
-    if (pos_ == out_.size() && Peek() < 0) return {};
-    return std::string_view(out_).substr(pos_);
+    if (pos_ == cur_.size() && Peek() < 0) return {};
+    return cur_.substr(pos_);
   }
   // Consumes `n` buffered bytes without counting lines or checking UTF-8.
   void Pass(size_t n) { pos_ += n; }
@@ -162,7 +162,8 @@ class XmlTokenizer::Chars {
   std::vector<uint8_t> raw_;
   size_t raw_len_ = 0;    // bytes of raw_ in use
   size_t raw_start_ = 0;  // first byte not yet decoded
-  std::string out_;
+  std::string out_;       // decoded UTF-16
+  std::string_view cur_;  // the bytes being read: in raw_ (UTF-8) or out_
   size_t pos_ = 0;
   Encoding encoding_ = Encoding::kUnknown;
   uint32_t high_surrogate_ = 0;
@@ -172,8 +173,9 @@ class XmlTokenizer::Chars {
 
 void XmlTokenizer::Chars::Refill() {
   out_.clear();
+  cur_ = {};
   pos_ = 0;
-  while (out_.empty() && !eof_ && error_.ok()) {
+  while (cur_.empty() && !eof_ && error_.ok()) {
     // Keep an undecoded tail (half a UTF-16 unit) in front of the new bytes.
     const size_t keep = raw_len_ - raw_start_;
     std::memmove(raw_.data(), raw_.data() + raw_start_, keep);
@@ -190,10 +192,13 @@ void XmlTokenizer::Chars::Refill() {
       DetectEncoding();
     }
     if (encoding_ == Encoding::kUtf8) {
-      out_.assign(reinterpret_cast<const char*>(raw_.data()) + raw_start_, raw_len_ - raw_start_);
+      // UTF-8 is read where it was read in, without a copy.
+      cur_ = std::string_view(reinterpret_cast<const char*>(raw_.data()) + raw_start_,
+                              raw_len_ - raw_start_);
       raw_start_ = raw_len_;
     } else {
       DecodeUtf16();
+      cur_ = out_;
     }
     if (eof_ && error_.ok() && (raw_start_ < raw_len_ || high_surrogate_)) {
       error_ = Status::Corruption("input ends inside a UTF-16 character");

@@ -282,16 +282,27 @@ TEST(XbfPadding, FixedTextIsPaddedAsAdoCountsIt) {
 }
 
 // Numbers and dates are formatted by hand and by std::to_chars; they must give exactly what
-// printf gives, over values from every range.
+// printf gives, over values from every range. Floating-point text reads back as strtod reads it.
 TEST(XbfFormat, NumbersAndDatesMatchPrintf) {
   std::mt19937_64 random(7);
   auto text = [](int type, const Value& v) {
-    FieldInfo f;
-    f.name = "v";
-    f.ado_type = type;
-    auto t = FormatValue(f, v);
+    auto t = FormatValue(Field("v", type), v);
     return t.ok() ? *t : "error: " + t.status().message();
   };
+  const Value refused = std::string("refused");
+  auto parsed = [&](int type, const std::string& t) {
+    auto v = ParseValue(Field("v", type), t);
+    return v.ok() ? *v : refused;
+  };
+  for (const char* t : {"+1.5", "-0", "1e-400", "4.9e-324", "2.2250738585072011e-308", "1e309",
+                        "1262.1949999999999", "9007199254740993", "+-1", "-.5e-3", "5.", "1e",
+                        "3.4028235e38", "3.4028236e38", "1e-46", "7.0064923e-46", "1E+2"}) {
+    char *end = nullptr, *fend = nullptr;
+    const double d = std::strtod(t, &end);
+    const float f = std::strtof(t, &fend);
+    EXPECT_EQ(parsed(ado::kDouble, t), *end || !std::isfinite(d) ? refused : Value(d)) << t;
+    EXPECT_EQ(parsed(ado::kSingle, t), *fend || !std::isfinite(f) ? refused : Value(f)) << t;
+  }
   auto printf_text = [](const char* format, auto... args) {
     char buf[64];
     std::snprintf(buf, sizeof buf, format, args...);
@@ -303,6 +314,8 @@ TEST(XbfFormat, NumbersAndDatesMatchPrintf) {
     std::memcpy(&d, &bits, sizeof d);
     if (std::isfinite(d) && d != 0) {
       ASSERT_EQ(text(ado::kDouble, d), printf_text("%.17G", d));
+      ASSERT_EQ(parsed(ado::kDouble, printf_text("%.17G", d)), Value(d));
+      ASSERT_EQ(parsed(ado::kDouble, ShortestDouble(d)), Value(d));
     }
     const double scaled = double(int64_t(bits % 2000000) - 1000000) / 1000;
     ASSERT_EQ(text(ado::kDouble, scaled), scaled == 0 ? "0" : printf_text("%.17G", scaled));
