@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "db/group_commit.h"
 #include "jet/page_store.h"
@@ -14,19 +13,15 @@
 #include "platform/files.h"
 #include "platform/utf8_path.h"
 #include "support/process.h"
-#include "support/temp_folder.h"
+#include "support/sample_suite.h"
 
 namespace px::backup {
 namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kSuite = fs::path(PX_SHARED_DIR) / "samples" / "suite" / "Pergonix";
-
 TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
-  if (!fs::exists(kSuite / "Genel" / "Data" / "DonemAc.mdb")) {
-    GTEST_SKIP() << "no sample suite at " << kSuite;
-  }
+  PX_SAMPLE_SUITE_OR_SKIP();
   // The restore emptied one table in each of two modules' databases.
   struct Degisen {
     const char* veritabani;
@@ -38,14 +33,8 @@ TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
       {"Stok/Data/001/2009/stok.mdb", "StokHareket", "Stok/Data/001/2009/stok-StokHareket.xbf"}};
   for (const bool karar : {true, false}) {
     SCOPED_TRACE(karar ? "decided" : "undecided");
-    px::testing::TempFolder d;
-    const fs::path kok = d.path() / "C" / "Pergonix";
-    fs::create_directories(d.path() / "D");
-    fs::create_directories(kok.parent_path());
-    fs::copy(kSuite, kok, fs::copy_options::recursive);
-    for (const auto& e : fs::recursive_directory_iterator(kok)) {
-      fs::permissions(e.path(), fs::perms::owner_write, fs::perm_options::add);
-    }
+    px::testing::SampleSuite suite;
+    const fs::path kok = suite.C();
     db::CommitRecord kayit{karar, {}};
     for (const Degisen& g : degisenler) {
       const std::string vt = Utf8FromPath(kok / g.veritabani);
@@ -64,10 +53,6 @@ TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
     fs::create_directories(kayit_yolu.parent_path());
     std::ofstream(kayit_yolu, std::ios::binary) << db::EncodeCommitRecord(kayit);
 
-    px::testing::ScopedEnv drives("PERGONIX_DRIVES", "C=" + Utf8FromPath(d.path() / "C") +
-                                                         ";D=" + Utf8FromPath(d.path() / "D"));
-    const std::string tmp = Utf8FromPath(d.path());
-    px::testing::ScopedEnv tmpdir("TMPDIR", tmp), tmp_win("TMP", tmp), temp_win("TEMP", tmp);
     const auto r = px::testing::RunProgram({"--evet", "yedekle", "--paket", "P", "--sirket", "001",
                                             "--yil", "2009", "--hedef", "D:\\Yedek", "--modul",
                                             "Cari", "--modul", "Stok", "--sikistirma-yok"});
@@ -78,7 +63,7 @@ TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
       EXPECT_FALSE(
           fs::exists(PathFromUtf8(jet::PreparedFileBeside(Utf8FromPath(kok / g.veritabani)))));
       // An empty table writes no file: the package shows which state it read.
-      EXPECT_EQ(fs::exists(d.path() / "D" / "Yedek" / "P" / g.paketteki), !karar) << g.paketteki;
+      EXPECT_EQ(fs::exists(suite.D("Yedek/P") / g.paketteki), !karar) << g.paketteki;
     }
   }
 }

@@ -4,12 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sstream>
+#include <fstream>
+#include <optional>
 
 #include "platform/files.h"
 #include "platform/utf8_path.h"
 #include "support/process.h"
-#include "support/temp_folder.h"
+#include "support/sample_suite.h"
 
 namespace px::backup {
 namespace {
@@ -18,47 +19,16 @@ namespace fs = std::filesystem;
 using px::testing::RunProgram;
 using px::testing::RunResult;
 
-const fs::path kSuite = fs::path(PX_SHARED_DIR) / "samples" / "suite" / "Pergonix";
-
-// Arguments separated by blanks; none of them holds one.
-std::vector<std::string> Args(const std::string& line) {
-  std::vector<std::string> args;
-  std::istringstream in(line);
-  for (std::string a; in >> a;) args.push_back(a);
-  return args;
-}
-
 class YedekleProgrami : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!fs::exists(kSuite / "Genel" / "Data" / "DonemAc.mdb")) {
-      GTEST_SKIP() << "no sample suite at " << kSuite;
-    }
-    fs::create_directories(d_.path() / "C");
-    fs::create_directories(d_.path() / "D");
-    fs::copy(kSuite, d_.path() / "C" / "Pergonix", fs::copy_options::recursive);
-    // The samples are read-only; the suite's own files are not (Windows would refuse to
-    // delete them).
-    for (const auto& e : fs::recursive_directory_iterator(d_.path() / "C")) {
-      fs::permissions(e.path(), fs::perms::owner_write, fs::perm_options::add);
-    }
+    PX_SAMPLE_SUITE_OR_SKIP();
+    s_.emplace();
   }
-  // The program with drives C: and D: in the test's folder.
-  RunResult Run(const std::string& args) {
-    px::testing::ScopedEnv drives("PERGONIX_DRIVES", "C=" + Utf8FromPath(d_.path() / "C") +
-                                                         ";D=" + Utf8FromPath(d_.path() / "D"));
-    // Runs stage their files in the temporary folder: one of the test's own (TMP on Windows).
-    const std::string tmp = Utf8FromPath(Gecici());
-    px::testing::ScopedEnv tmpdir("TMPDIR", tmp), tmp_win("TMP", tmp), temp_win("TEMP", tmp);
-    return RunProgram(Args(args));
-  }
-  fs::path Paket(const std::string& ad) const { return d_.path() / "D" / "Yedek" / ad; }
-  fs::path Gecici() {
-    fs::create_directories(d_.path() / "tmp");
-    return d_.path() / "tmp";
-  }
+  RunResult Run(const std::string& args) { return RunProgram(px::testing::Words(args)); }
+  fs::path Paket(const std::string& ad) const { return s_->D("Yedek/" + ad); }
 
-  px::testing::TempFolder d_;
+  std::optional<px::testing::SampleSuite> s_;
 };
 
 TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
@@ -73,12 +43,12 @@ TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
   {
     std::string b = px::testing::ReadAll(stok / "stok-StokKart.pbf");
     b[b.size() / 2] = char(b[b.size() / 2] ^ 0x10);
-    d_.Write(fs::relative(stok / "stok-StokKart.pbf", d_.path()).string(), b);
+    std::ofstream(stok / "stok-StokKart.pbf", std::ios::binary) << b;
   }
   fs::remove(cari / "cari-CariHareket.pbf");
-  d_.Write(fs::relative(cari / "yabanci.txt", d_.path()).string(), "x");
+  std::ofstream(cari / "yabanci.txt") << "x";
   // A leftover temporary name is not part of the package.
-  d_.Write(fs::relative(cari / ".~cari-CariNot.pbf.tmp", d_.path()).string(), "yarım");
+  std::ofstream(cari / ".~cari-CariNot.pbf.tmp") << "yarım";
 
   auto d = Run("dogrula D:\\Yedek\\P");
   EXPECT_EQ(d.exit_code, 1);
@@ -115,7 +85,7 @@ TEST_F(YedekleProgrami, ExitCodesOfTheRun) {
       << o.out;
   // A second run beside one that holds the temporary folder is refused before it starts.
   {
-    const std::string kilit = Utf8FromPath(Gecici() / "pergonix-yedek.lock");
+    const std::string kilit = Utf8FromPath(s_->Staging() / "pergonix-yedek.lock");
     auto tutulan = platform::SystemFiles().LockExclusive(kilit);
     ASSERT_TRUE(tutulan.ok()) << tutulan.status().ToString();
     o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek --modul Cari");
@@ -126,7 +96,7 @@ TEST_F(YedekleProgrami, ExitCodesOfTheRun) {
     EXPECT_EQ(o.err.find("Yedekleniyor"), std::string::npos) << o.err;
   }
   // A missing shared file is an error box.
-  fs::remove(d_.path() / "C/Pergonix/Genel/Data/YedekDosya.ini");
+  fs::remove(s_->C("Genel/Data/YedekDosya.ini"));
   EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek").exit_code, 1);
 }
 

@@ -17,9 +17,6 @@ TEST(ArtikTemizligi, ARestoreRunFirstFinishesTheRecordAndSweepsWhatKilledRunsLef
   Suit s({"config.ini", "Genel/Data/DonemAc.mdb", "Genel/Data/sirket.mdb",
           "Genel/Data/YedekDosya.ini", "Cari/Data/001/2009/cari.mdb",
           "Stok/Data/001/2009/stok.mdb"});
-  for (const auto& e : fs::recursive_directory_iterator(s.C())) {
-    fs::permissions(e.path(), fs::perms::owner_write, fs::perm_options::add);
-  }
   const fs::path cari = s.C("Cari/Data/001/2009");
   // A database being created when the run was killed, one that existed, and a file that
   // is no database's.

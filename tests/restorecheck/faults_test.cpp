@@ -1,17 +1,14 @@
 // Faults during a restore on real databases: a damaged package file in the middle of a
-// module, a key the database refuses, a failing disk at every write, a killed program. Each
-// leaves every database of the module as it was (or, killed after the commit, as after), and
-// a later run still works.
+// module, a key the database refuses, a failing disk at every write. Each leaves every
+// database of the module as it was, and a later run still works. A killed program is
+// shared_commit_test.cpp's.
 #include <gtest/gtest.h>
-
-#include <chrono>
 
 #include <fstream>
 
 #include "db/connection.h"
 #include "restorecheck/suite_helpers.h"
 #include "support/dying_files.h"
-#include "support/process.h"
 #include "support/samples.h"
 #include "xbf/pbf.h"
 #include "xbf/xbf_reader.h"
@@ -127,59 +124,6 @@ TEST_F(Hatalar001, AFailingDiskAtEveryWriteLeavesTheModuleByteIdentical) {
   }
   const auto [sonraki, __] = calistir(0, Fault::kFailing);
   EXPECT_TRUE(sonraki.sonuc.sona_ulasti) << Hatalar(sonraki.kutular);
-}
-
-// The program killed at a few moments of a whole restore: each database is as before or,
-// read by Jackcess, as after; a run after the kill completes and leaves no temporary files.
-TEST_F(Hatalar001, AKilledRestoreLeavesEachDatabaseAsBeforeOrAsAfter) {
-  PX_JET_ORACLE_OR_SKIP();
-  const auto vt = s_->Veritabanlari("001", "2009");
-  const auto once = Suit::Baytlar(vt);
-  const std::vector<std::string> komut = {
-      "--evet", "geri-al", "--kaynak", "D:\\Yedek",          "--paket", "P",        "--sirket",
-      "001",    "--yil",   "2009",     "--paketteki-sirket", "002",     "--onaysiz"};
-  auto geri_yukle = [&] {
-    for (const auto& [p, b] : once) std::ofstream(p, std::ios::binary) << b;
-  };
-  const auto bas = std::chrono::steady_clock::now();
-  auto tam = px::testing::RunProgram(komut);
-  const double sure_tam =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - bas).count();
-  ASSERT_TRUE(tam.ExitedWith(0)) << tam.Describe() << tam.out;
-  const auto sonra = Dok(vt);
-
-  const fs::path anlik = s_->Gecici() / "anlik";
-  std::vector<std::pair<fs::path, fs::path>> degisenler;  // snapshot, database
-  int oldurulen = 0;
-  // Moments spread over a whole run's time on this machine.
-  for (double pay : {0.1, 0.25, 0.4, 0.6, 0.9}) {
-    const double sure = sure_tam * pay;
-    geri_yukle();
-    auto r = px::testing::RunProgram(komut, {.input = "", .timeout_seconds = sure});
-    oldurulen += r.timed_out;
-    for (const auto& p : vt) {
-      if (px::testing::ReadAll(p) == once.at(p)) continue;
-      const fs::path kopya = anlik / std::to_string(degisenler.size()) / p.filename();
-      fs::create_directories(kopya.parent_path());
-      fs::copy_file(p, kopya);
-      degisenler.emplace_back(kopya, p);
-    }
-    auto sonraki = px::testing::RunProgram(komut);
-    EXPECT_TRUE(sonraki.ExitedWith(0)) << sure << " s: " << sonraki.Describe() << sonraki.out;
-    EXPECT_EQ(s_->ArtikGeciciler(), std::vector<fs::path>{}) << sure << " s";
-  }
-  EXPECT_GT(oldurulen, 0) << "no run was killed: the moments are too late for this machine";
-  std::vector<fs::path> kopyalar;
-  for (const auto& [k, _] : degisenler) kopyalar.push_back(k);
-  const auto okunan = Dok(kopyalar);
-  for (const auto& [k, p] : degisenler) {
-    SCOPED_TRACE(k.string());
-    ASSERT_TRUE(okunan.count(k.string()));
-    for (const auto& [ad, t] : sonra.at(p.string())) {
-      ASSERT_TRUE(okunan.at(k.string()).count(ad)) << ad;
-      EXPECT_EQ(okunan.at(k.string()).at(ad).satirlar, t.satirlar) << ad;
-    }
-  }
 }
 
 }  // namespace

@@ -16,7 +16,7 @@
 #include "platform/files.h"
 #include "restore/geri_al.h"
 #include "support/jet_oracle.h"
-#include "support/temp_folder.h"
+#include "support/sample_suite.h"
 
 namespace px::restorecheck {
 
@@ -50,15 +50,12 @@ std::vector<nlohmann::json> InsertIle(const TabloDokumu& t);
 bool InsertYolu(const nlohmann::json& sema);
 std::vector<nlohmann::json> Sirali(std::vector<nlohmann::json> satirlar);
 
-// A suite on C: (the sample's files, or only those given), packages on D:, the staging
-// folder of its own; the drive map and TMPDIR set for the test's scope.
-class Suit {
+// The sample suite on C: (every file, or only those given), packages on D:.
+class Suit : public px::testing::SampleSuite {
  public:
-  // Every file of the sample suite below "Pergonix", or only the listed ones.
-  explicit Suit(const std::vector<std::string>& yalniz = {});
-  fs::path C(const std::string& goreli = {}) const;  // below <C:>/Pergonix
-  fs::path D(const std::string& goreli = {}) const;  // below <D:>
-  fs::path Gecici() const { return kok_.path() / "tmp"; }
+  using SampleSuite::SampleSuite;
+  fs::path Gecici() const { return Staging(); }
+
   // The module databases of one company and year below C:\Pergonix (module-wide ones too).
   std::vector<fs::path> Veritabanlari(const std::string& sirket, const std::string& yil) const;
   // Files named ".~..." (temporaries of a write) anywhere below C:, and files left in the
@@ -86,10 +83,6 @@ class Suit {
   // items are the display names of the modules the package holds for any company.
   GeriAlma YilGeriAl(const std::string& paket, const std::string& kaynak_yil,
                      const std::string& hedef_yil);
-
- private:
-  px::testing::TempFolder kok_;
-  std::unique_ptr<px::testing::ScopedEnv> drives_, tmpdir_;
 };
 
 // Where the runs' module databases keep the record of the commit they share.
