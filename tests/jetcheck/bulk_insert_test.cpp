@@ -103,7 +103,8 @@ TEST_F(BulkInsertTest, TheOracleFindsEveryRowThroughEveryIndex) {
   IntegrityReport report = CheckDatabase(**db);
   EXPECT_TRUE(report.ok()) << report.findings.front();
   PX_JET_ORACLE_OR_SKIP();
-  testing::RunResult r = testing::RunJetOracle({"check", source_}, {.input = "", .timeout_seconds = 300});
+  testing::RunResult r =
+      testing::RunJetOracle({"check", source_}, {.input = "", .timeout_seconds = 300});
   ASSERT_TRUE(r.started) << r.Describe();
   EXPECT_NE(r.out.find("\"ok\": true"), std::string::npos) << r.out.substr(0, 2000) << r.err;
   EXPECT_NE(r.out.find("\"entries\": 100000"), std::string::npos) << r.out.substr(0, 2000);
