@@ -105,14 +105,6 @@ TEST(MdbJsonRules, OtherTypes) {
   EXPECT_FALSE(CheckValue(Reference::kMdbJson, Str(""), nullptr).equal);
 }
 
-TEST(MdbReaderRules, ValuesMustBeIdentical) {
-  JsonScalar a = Num("0.1");
-  EXPECT_TRUE(CheckValue(Reference::kMdbReader, a, &a).equal);
-  JsonScalar b = Num("0.10000000149011612");
-  EXPECT_FALSE(CheckValue(Reference::kMdbReader, a, &b).equal);
-  EXPECT_FALSE(CheckValue(Reference::kMdbReader, a, nullptr).equal);
-}
-
 TEST(CompareRows, ReportsTableRowColumnAndBothValues) {
   RowsComparison c =
       CompareRows(Reference::kMdbReader, "T1", "{\"a\":1,\"b\":\"x\"}\n{\"a\":2,\"b\":\"y\"}\n",
