@@ -12,7 +12,8 @@
 #include "jet/writer.h"
 #include "platform/files.h"
 #include "platform/utf8_path.h"
-#include "support/suite_copy.h"
+#include "support/process.h"
+#include "support/sample_suite.h"
 
 namespace px::backup {
 namespace {
@@ -20,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
+  PX_SAMPLE_SUITE_OR_SKIP();
   // The restore emptied one table in each of two modules' databases.
   struct Degisen {
     const char* veritabani;
@@ -31,8 +33,8 @@ TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
       {"Stok/Data/001/2009/stok.mdb", "StokHareket", "Stok/Data/001/2009/stok-StokHareket.xbf"}};
   for (const bool karar : {true, false}) {
     SCOPED_TRACE(karar ? "decided" : "undecided");
-    PX_SUITE_COPY_OR_SKIP(s);
-    const fs::path kok = s.C();
+    px::testing::SampleSuite suite;
+    const fs::path kok = suite.C();
     db::CommitRecord kayit{karar, {}};
     for (const Degisen& g : degisenler) {
       const std::string vt = Utf8FromPath(kok / g.veritabani);
@@ -51,9 +53,9 @@ TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
     fs::create_directories(kayit_yolu.parent_path());
     std::ofstream(kayit_yolu, std::ios::binary) << db::EncodeCommitRecord(kayit);
 
-    const auto r =
-        s.Run({"--evet", "yedekle", "--paket", "P", "--sirket", "001", "--yil", "2009", "--hedef",
-               "D:\\Yedek", "--modul", "Cari", "--modul", "Stok", "--sikistirma-yok"});
+    const auto r = px::testing::RunProgram({"--evet", "yedekle", "--paket", "P", "--sirket", "001",
+                                            "--yil", "2009", "--hedef", "D:\\Yedek", "--modul",
+                                            "Cari", "--modul", "Stok", "--sikistirma-yok"});
     ASSERT_TRUE(r.ExitedWith(0)) << r.Describe();
     EXPECT_FALSE(fs::exists(kayit_yolu));
     EXPECT_TRUE(fs::exists(kayit_yolu.parent_path() / db::kCommitLockName));
@@ -61,7 +63,7 @@ TEST(YarimGeriAlma, TheBackupFinishesOrUndoesTheCommitAKilledRestoreLeft) {
       EXPECT_FALSE(
           fs::exists(PathFromUtf8(jet::PreparedFileBeside(Utf8FromPath(kok / g.veritabani)))));
       // An empty table writes no file: the package shows which state it read.
-      EXPECT_EQ(fs::exists(s.D("Yedek/P") / g.paketteki), !karar) << g.paketteki;
+      EXPECT_EQ(fs::exists(suite.D("Yedek/P") / g.paketteki), !karar) << g.paketteki;
     }
   }
 }

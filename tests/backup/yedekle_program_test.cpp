@@ -5,11 +5,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <optional>
 
 #include "platform/files.h"
 #include "platform/utf8_path.h"
-#include "support/suite_copy.h"
+#include "support/process.h"
+#include "support/sample_suite.h"
 
 namespace px::backup {
 namespace {
@@ -18,23 +19,16 @@ namespace fs = std::filesystem;
 using px::testing::RunProgram;
 using px::testing::RunResult;
 
-// Arguments separated by blanks; none of them holds one.
-std::vector<std::string> Args(const std::string& line) {
-  std::vector<std::string> args;
-  std::istringstream in(line);
-  for (std::string a; in >> a;) args.push_back(a);
-  return args;
-}
-
 class YedekleProgrami : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!s_.present()) GTEST_SKIP() << "no sample suite";
+    PX_SAMPLE_SUITE_OR_SKIP();
+    s_.emplace();
   }
-  RunResult Run(const std::string& args) { return s_.Run(Args(args)); }
-  fs::path Paket(const std::string& ad) const { return s_.D("Yedek/" + ad); }
+  RunResult Run(const std::string& args) { return RunProgram(px::testing::Words(args)); }
+  fs::path Paket(const std::string& ad) const { return s_->D("Yedek/" + ad); }
 
-  px::testing::SuiteCopy s_;
+  std::optional<px::testing::SampleSuite> s_;
 };
 
 TEST_F(YedekleProgrami, DogrulaNamesTruncatedFlippedMissingAndExtraFiles) {
@@ -91,7 +85,7 @@ TEST_F(YedekleProgrami, ExitCodesOfTheRun) {
       << o.out;
   // A second run beside one that holds the temporary folder is refused before it starts.
   {
-    const std::string kilit = Utf8FromPath(s_.Temp() / "pergonix-yedek.lock");
+    const std::string kilit = Utf8FromPath(s_->Staging() / "pergonix-yedek.lock");
     auto tutulan = platform::SystemFiles().LockExclusive(kilit);
     ASSERT_TRUE(tutulan.ok()) << tutulan.status().ToString();
     o = Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek --modul Cari");
@@ -102,7 +96,7 @@ TEST_F(YedekleProgrami, ExitCodesOfTheRun) {
     EXPECT_EQ(o.err.find("Yedekleniyor"), std::string::npos) << o.err;
   }
   // A missing shared file is an error box.
-  fs::remove(s_.C("Genel/Data/YedekDosya.ini"));
+  fs::remove(s_->C("Genel/Data/YedekDosya.ini"));
   EXPECT_EQ(Run("--evet yedekle --paket P --sirket 001 --yil 2009 --hedef D:\\Yedek").exit_code, 1);
 }
 

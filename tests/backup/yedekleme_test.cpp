@@ -8,6 +8,7 @@
 #include "core/sha256.h"
 #include "db/memory_connection.h"
 #include "operator/scripted_operator.h"
+#include "restore/test_katalog.h"
 #include "support/bellek_dosyalar.h"
 #include "support/boxes.h"
 #include "xbf/pbf.h"
@@ -140,20 +141,12 @@ class YedeklemeTest : public ::testing::Test {
     fs_.KlasorZinciri(kHedef);
     fs_.KlasorZinciri(kGecici);
 
-    db::MemoryConnection katalog;
-    db::MemoryTable vt;
-    for (auto a : {"VeritabaniModulAdi", "VeritabaniAccessAdi", "VeritabaniSqlServerAdi",
-                   "VeritabaniKonum", "VeritabaniTanimi"}) {
-      vt.fields.push_back(db::TextField(a));
-    }
-    auto satir = [](const char* m, const char* a, const char* k) {
-      return Row{std::string(m), std::string(a), std::string("X"), std::string(k), std::string()};
-    };
-    vt.rows = {satir("Cari", "cari.mdb", "DataSirketYil"),
-               satir("Demirbas", "demirbas.mdb", "DataSirket"),
-               satir("Stok", "stok.mdb", "DataSirketYil"), satir("Beyanname", "beyan.mdb", "Data")};
-    katalog.Add("tablo_veritabani_bilgileri", vt);
-    Ekle("C:\\Pergonix\\genel\\data\\DonemAc.mdb", katalog);
+    restore::testing::KatalogKurucu katalog;
+    katalog.Veritabani("Cari", "cari.mdb", "X", "DataSirketYil", "");
+    katalog.Veritabani("Demirbas", "demirbas.mdb", "X", "DataSirket", "");
+    katalog.Veritabani("Stok", "stok.mdb", "X", "DataSirketYil", "");
+    katalog.Veritabani("Beyanname", "beyan.mdb", "X", "Data", "");
+    Ekle("C:\\Pergonix\\genel\\data\\DonemAc.mdb", *katalog.Baglanti());
 
     db::MemoryConnection sirket;
     db::MemoryTable ts;
@@ -289,17 +282,12 @@ TEST_F(YedeklemeTest, ChecksBeforeAnythingStopTheRun) {
   }
 }
 
-// What a run did, as the flags of its result that hold.
 std::string Bayraklar(const YedekSonucu& s) {
-  std::string out;
-  for (const auto& [b, ad] : {std::pair{s.basladi, "basladi"},
-                              {s.tamamlandi, "tamamlandi"},
-                              {s.hata_gosterildi, "hata"},
-                              {s.iptal_edildi, "iptal"},
-                              {s.reddedildi, "reddedildi"}}) {
-    if (b) out += out.empty() ? ad : std::string(" ") + ad;
-  }
-  return out;
+  return px::testing::Flags({{s.basladi, "basladi"},
+                             {s.tamamlandi, "tamamlandi"},
+                             {s.hata_gosterildi, "hata"},
+                             {s.iptal_edildi, "iptal"},
+                             {s.reddedildi, "reddedildi"}});
 }
 
 // One run: what is changed before it, the operator's answers, and what it must show and leave.

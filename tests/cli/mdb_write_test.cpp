@@ -29,18 +29,6 @@ std::string Printed(const std::vector<std::string>& args) {
   return r.out;
 }
 
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> out;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t nl = text.find('\n', start);
-    if (nl == std::string::npos) nl = text.size();
-    out.push_back(text.substr(start, nl - start));
-    start = nl + 1;
-  }
-  return out;
-}
-
 // Each end of each relationship among user tables: "table.index -> other.index type t
 // cascade u/d", and the MSysRelationships rows that join user tables.
 std::set<std::string> Relationships(const std::string& path) {
@@ -126,7 +114,7 @@ class MdbKopyala : public ::testing::TestWithParam<const char*> {
 TEST_P(MdbKopyala, CopyReadsBackEqual) {
   const std::string tables = Printed({"mdb", "tablolar", source_});
   EXPECT_EQ(Printed({"mdb", "tablolar", copy_}), tables);
-  for (const std::string& table : Lines(tables)) {
+  for (const std::string& table : testing::SplitLines(tables)) {
     EXPECT_EQ(Printed({"mdb", "satirlar", copy_, table}),
               Printed({"mdb", "satirlar", source_, table}))
         << table;
@@ -140,7 +128,7 @@ TEST_P(MdbKopyala, ExternalJackcessReadsTheCopyAsTheOriginal) {
   PX_JET_ORACLE_OR_SKIP();
   auto check = RunJetOracle({"check", copy_});
   EXPECT_TRUE(check.ExitedWith(0)) << check.Describe() << "\n" << check.out.substr(0, 3000);
-  for (const std::string& table : Lines(RunJetOracle({"tables", source_}).out)) {
+  for (const std::string& table : testing::SplitLines(RunJetOracle({"tables", source_}).out)) {
     EXPECT_EQ(RunJetOracle({"rows", copy_, table}).out, RunJetOracle({"rows", source_, table}).out)
         << table;
   }

@@ -13,6 +13,7 @@
 #include "jet/writer.h"
 #include "platform/files.h"
 #include "support/column_spec.h"
+#include "support/jet_oracle.h"
 #include "support/process.h"
 #include "support/temp_folder.h"
 
@@ -25,9 +26,6 @@ using px::testing::ReadAll;
 using px::testing::TempFolder;
 
 constexpr int64_t kRows = 100000;
-
-const std::filesystem::path kOracle =
-    std::filesystem::path(PX_SHARED_DIR) / "tools" / "jet-oracle" / "jet-oracle";
 
 // The table `jet-oracle gen` writes (Hareket) with kRows rows, in one transaction.
 Status WriteGenTable(const std::string& path) {
@@ -104,12 +102,9 @@ TEST_F(BulkInsertTest, TheOracleFindsEveryRowThroughEveryIndex) {
   ASSERT_TRUE(db.ok()) << db.status().ToString();
   IntegrityReport report = CheckDatabase(**db);
   EXPECT_TRUE(report.ok()) << report.findings.front();
-  if (!std::filesystem::exists(kOracle) || testing::FindOnPath("java").empty()) {
-    GTEST_SKIP() << "jet-oracle or Java is missing";
-  }
-  testing::RunOptions options;
-  options.timeout_seconds = 300;
-  testing::RunResult r = testing::RunProcess({kOracle.string(), "check", source_}, options);
+  PX_JET_ORACLE_OR_SKIP();
+  testing::RunResult r =
+      testing::RunJetOracle({"check", source_}, {.input = "", .timeout_seconds = 300});
   ASSERT_TRUE(r.started) << r.Describe();
   EXPECT_NE(r.out.find("\"ok\": true"), std::string::npos) << r.out.substr(0, 2000) << r.err;
   EXPECT_NE(r.out.find("\"entries\": 100000"), std::string::npos) << r.out.substr(0, 2000);

@@ -23,7 +23,7 @@ std::string Joined(const std::vector<std::string>& lines) {
 }
 
 std::vector<std::string> OurTables(const std::string& path) {
-  ProcessResult ours = RunOurs({"mdb", "tablolar", path});
+  ProcessResult ours = ::px::testing::RunProgram({"mdb", "tablolar", path});
   EXPECT_TRUE(ours.ExitedWith(0)) << "mdb tablolar " << path << ": " << ours.Describe() << "\n"
                                   << ours.err;
   return SplitLines(ours.out);
@@ -34,7 +34,7 @@ std::vector<std::string> CompareAllTables(Reference ref, const std::string& path
                                           const std::vector<std::string>& tables) {
   std::vector<std::string> failures;
   for (const std::string& table : tables) {
-    ProcessResult ours = RunOurs({"mdb", "satirlar", path, table});
+    ProcessResult ours = ::px::testing::RunProgram({"mdb", "satirlar", path, table});
     if (!ours.ExitedWith(0)) {
       failures.push_back("table " + table + ": mdb satirlar " + ours.Describe() + ": " + ours.err);
       continue;
@@ -83,7 +83,7 @@ TEST_P(MdbSampleTest, TablesAndRowsMatchMdbtoolsAndMdbReader) {
 TEST_P(MdbSampleTest, RowsKeepTheirSlotOrder) {
   if (!GetParam().starts_with("overflowTest"))
     GTEST_SKIP() << "only the overflow samples number their rows";
-  ProcessResult ours = RunOurs({"mdb", "satirlar", path(), "Table1"});
+  ProcessResult ours = ::px::testing::RunProgram({"mdb", "satirlar", path(), "Table1"});
   ASSERT_TRUE(ours.ExitedWith(0)) << ours.Describe() << "\n" << ours.err;
   std::vector<std::string> lines = SplitLines(ours.out);
   ASSERT_EQ(lines.size(), 7u) << ours.out;
@@ -97,25 +97,6 @@ TEST_P(MdbSampleTest, RowsKeepTheirSlotOrder) {
           << "row " << i + 1 << " column " << key << ": " << value.ToJson();
     }
   }
-}
-
-// The two references through the same rules, without our engine: whatever they disagree on
-// beyond the documented cases would make one of the comparisons above meaningless.
-TEST_P(MdbSampleTest, ReferencesAgreeWithEachOther) {
-  if (std::string why = MdbtoolsMissing(); !why.empty()) GTEST_SKIP() << why;
-  if (std::string why = MdbReaderMissing(); !why.empty()) GTEST_SKIP() << why;
-  ProcessResult tables = RunMdbReaderDump({"tables", path()});
-  ASSERT_TRUE(tables.ExitedWith(0)) << tables.Describe() << "\n" << tables.err;
-  std::vector<std::string> failures;
-  for (const std::string& table : SplitLines(tables.out)) {
-    ProcessResult reader = RunMdbReaderDump({"rows", path(), table});
-    ProcessResult json = RunMdbJson(path(), table);
-    ASSERT_TRUE(reader.ExitedWith(0) && json.ExitedWith(0))
-        << table << ": " << reader.err << json.err;
-    RowsComparison c = CompareRows(Reference::kMdbJson, table, reader.out, json.out);
-    failures.insert(failures.end(), c.failures.begin(), c.failures.end());
-  }
-  EXPECT_TRUE(failures.empty()) << path() << Joined(failures);
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, MdbSampleTest, ::testing::ValuesIn(SampleParams()),

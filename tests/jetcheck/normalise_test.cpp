@@ -40,11 +40,7 @@ TEST(JsonLines, FlatObjectsKeepNumberTextAndOthersAreRefused) {
   EXPECT_TRUE(ParseJsonObject("{}", nullptr));
 }
 
-TEST(Normalise, TrimDecimalAndPrintedPrecision) {
-  const std::pair<const char*, const char*> trims[] = {
-      {"3.5000", "3.5"}, {"-1234.0000", "-1234"}, {"0.0001", "0.0001"}, {"0.0000", "0"},
-      {"-0.00", "0"},    {"100", "100"},          {"007.10", "7.1"}};
-  for (const auto& [in, out] : trims) EXPECT_EQ(TrimDecimal(in), out) << in;
+TEST(Normalise, PrintedPrecision) {
   struct Case {
     const char* ours;
     const char* printed;
@@ -64,23 +60,14 @@ TEST(Normalise, TrimDecimalAndPrintedPrecision) {
   }
 }
 
-TEST(Normalise, DatesParseRoundAndCarry) {
+TEST(Normalise, DatesParse) {
   auto p = ParseDateTime("2009-11-05T23:41:28.250");
   ASSERT_TRUE(p);
   EXPECT_EQ(p->millisecond, 250);
-  EXPECT_FALSE(ParseDateTime("2009-11-05 23:41:28"));
-  EXPECT_FALSE(ParseDateTime("2009-13-05T23:41:28"));
-  EXPECT_FALSE(ParseDateTime("2009-11-05T23:41:28.25"));
-  EXPECT_FALSE(ParseDateTime("11/05/09 23:41:28"));
-
-  DateTimeParts new_year = RoundToSecond(*ParseDateTime("1999-12-31T23:59:59.500"));
-  EXPECT_EQ(new_year, (DateTimeParts{2000, 1, 1, 0, 0, 0, 0}));
-  DateTimeParts leap = RoundToSecond(*ParseDateTime("2000-02-28T23:59:59.999"));
-  EXPECT_EQ(leap, (DateTimeParts{2000, 2, 29, 0, 0, 0, 0}));
-  EXPECT_EQ(RoundToSecond(*ParseDateTime("1974-09-21T10:00:00.499")),
-            (DateTimeParts{1974, 9, 21, 10, 0, 0, 0}));
-  EXPECT_EQ(NormaliseDay(*ParseDateTime("1900-02-28T24:00:00")),
-            (DateTimeParts{1900, 3, 1, 0, 0, 0, 0}));
+  for (const char* bad : {"2009-11-05 23:41:28", "2009-13-05T23:41:28", "2009-11-05T23:41:28.25",
+                          "11/05/09 23:41:28"}) {
+    EXPECT_FALSE(ParseDateTime(bad)) << bad;
+  }
 }
 
 TEST(MdbJsonRules, DatesAreHeldToWholeSecondsInsideMdbtoolsRange) {
@@ -89,6 +76,11 @@ TEST(MdbJsonRules, DatesAreHeldToWholeSecondsInsideMdbtoolsRange) {
   EXPECT_FALSE(AgreesWithMdbJson(Str("1974-09-21T12:00:00.700"), Str("1974-09-21T12:00:00")));
   EXPECT_TRUE(AgreesWithMdbJson(Str("1974-09-21T12:00:00.500"), Str("1974-09-21T12:00:00")));
   EXPECT_FALSE(AgreesWithMdbJson(Str("1974-09-22T00:00:00"), Str("1974-09-21T00:00:00")));
+  EXPECT_FALSE(AgreesWithMdbJson(Str("1974-09-21T10:00:00.499"), Str("1974-09-21T10:00:01")));
+  // Rounding carries into the next year and over a leap day; mdbtools may print hour 24.
+  EXPECT_TRUE(AgreesWithMdbJson(Str("1999-12-31T23:59:59.600"), Str("2000-01-01T00:00:00")));
+  EXPECT_TRUE(AgreesWithMdbJson(Str("2000-02-28T23:59:59.999"), Str("2000-02-29T00:00:00")));
+  EXPECT_TRUE(AgreesWithMdbJson(Str("1900-03-01T00:00:00"), Str("1900-02-28T24:00:00")));
   // Outside the years mdbtools converts, mdb-reader decides.
   JsonScalar day_zero = Str("1900-01-00T00:00:00");
   ValueCheck old = CheckValue(Reference::kMdbJson, Str("1850-01-01T06:00:00"), &day_zero);
@@ -97,6 +89,8 @@ TEST(MdbJsonRules, DatesAreHeldToWholeSecondsInsideMdbtoolsRange) {
 
 TEST(MdbJsonRules, OtherTypes) {
   EXPECT_TRUE(AgreesWithMdbJson(Str("3.5"), Num("3.5000")));
+  EXPECT_TRUE(AgreesWithMdbJson(Str("-1234"), Num("-1234.0000")));
+  EXPECT_TRUE(AgreesWithMdbJson(Str("0"), Num("-0.00")));
   EXPECT_FALSE(AgreesWithMdbJson(Str("3.5"), Num("3.5001")));
   EXPECT_TRUE(AgreesWithMdbJson({K::kBool, "true"}, Num("1")));
   EXPECT_FALSE(AgreesWithMdbJson({K::kBool, "false"}, Num("1")));
@@ -109,14 +103,6 @@ TEST(MdbJsonRules, OtherTypes) {
   // mdb-json leaves NULL columns out of the row.
   EXPECT_TRUE(CheckValue(Reference::kMdbJson, {K::kNull, "null"}, nullptr).equal);
   EXPECT_FALSE(CheckValue(Reference::kMdbJson, Str(""), nullptr).equal);
-}
-
-TEST(MdbReaderRules, ValuesMustBeIdentical) {
-  JsonScalar a = Num("0.1");
-  EXPECT_TRUE(CheckValue(Reference::kMdbReader, a, &a).equal);
-  JsonScalar b = Num("0.10000000149011612");
-  EXPECT_FALSE(CheckValue(Reference::kMdbReader, a, &b).equal);
-  EXPECT_FALSE(CheckValue(Reference::kMdbReader, a, nullptr).equal);
 }
 
 TEST(CompareRows, ReportsTableRowColumnAndBothValues) {

@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "jetcheck/process_helpers.h"
 #include "platform/utf8_path.h"
 #include "support/jet_oracle.h"
 #include "support/process.h"
@@ -95,7 +94,7 @@ class RandomTable {
 };
 
 std::vector<std::string> SortedLines(const std::string& text) {
-  std::vector<std::string> lines = jetcheck::SplitLines(text);
+  std::vector<std::string> lines = SplitLines(text);
   std::sort(lines.begin(), lines.end());
   return lines;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -10,6 +9,8 @@
 #include <iterator>
 
 #include "core/value_text.h"
+#include "platform/text_case.h"
+#include "support/samples.h"
 
 namespace px::jetcheck {
 namespace fs = std::filesystem;
@@ -18,38 +19,29 @@ namespace {
 constexpr std::size_t kMaxFailuresListed = 40;
 constexpr const char* kDateFormat = "%Y-%m-%dT%H:%M:%S";
 
-bool HasFile(const fs::path& p) {
-  std::error_code ec;
-  return fs::is_regular_file(p, ec);
+// Hour 24 becomes midnight of the next day, a second of 60 the next minute; the
+// milliseconds are dropped.
+DateParts NormaliseDay(DateParts p) {
+  p.millisecond = 0;
+  return *OleDateToParts(PartsToOleDate(p));
 }
 
-// Moves whole seconds (0..86400) past the start of p's day into calendar parts.
-DateTimeParts FromDaySeconds(const DateTimeParts& p, long long seconds) {
-  using namespace std::chrono;
-  const sys_days day = sys_days(year(p.year) / p.month / p.day) + days(seconds / 86400);
-  const year_month_day ymd(day);
-  seconds %= 86400;
-  return {int(ymd.year()),     int(unsigned(ymd.month())), int(unsigned(ymd.day())),
-          int(seconds / 3600), int(seconds / 60 % 60),     int(seconds % 60)};
-}
-
-long long DaySeconds(const DateTimeParts& p) {
-  return p.hour * 3600LL + p.minute * 60LL + p.second;
+// The same instant rounded to whole seconds, half a second rounding up, as mdbtools does.
+DateParts RoundToSecond(DateParts p) {
+  p.second += p.millisecond >= 500 ? 1 : 0;
+  return NormaliseDay(p);
 }
 
 bool IsIntegerText(const std::string& s) {
   return s.find_first_of(".eE") == std::string::npos;
 }
 
-bool DatesAgreeWithMdbtools(const DateTimeParts& ours, const std::string& printed) {
-  std::optional<DateTimeParts> theirs = ParseDateTime(printed);
+bool DatesAgreeWithMdbtools(const DateParts& ours, const std::string& printed) {
+  std::optional<DateParts> theirs = ParseDateTime(printed);
   if (!theirs || theirs->millisecond != 0) return false;
-  DateTimeParts t = NormaliseDay(*theirs);
-  if (t == RoundToSecond(ours)) return true;
+  DateParts t = NormaliseDay(*theirs);
   // Exactly half a second in our millisecond text may have been a hair below it in the file.
-  DateTimeParts truncated = ours;
-  truncated.millisecond = 0;
-  return ours.millisecond == 500 && t == truncated;
+  return t == RoundToSecond(ours) || (ours.millisecond == 500 && t == NormaliseDay(ours));
 }
 
 ValueCheck CheckWithMdbJson(const JsonScalar& ours, const JsonScalar* theirs) {
@@ -73,10 +65,13 @@ ValueCheck CheckWithMdbJson(const JsonScalar& ours, const JsonScalar* theirs) {
     default:
       return {false};
   }
-  if (theirs->kind == K::kNumber) return {TrimDecimal(theirs->text) == ours.text};
+  if (theirs->kind == K::kNumber) {  // every scale digit printed: "3.5000"
+    std::optional<Decimal> d = DecimalFromText(theirs->text);
+    return {d && DecimalToPlain(*d) == ours.text};
+  }
   if (theirs->kind != K::kString) return {false};
   if (theirs->text == ours.text) return {true};
-  if (std::optional<DateTimeParts> date = ParseDateTime(ours.text)) {
+  if (std::optional<DateParts> date = ParseDateTime(ours.text)) {
     if (date->year < 1900 || date->year > 2699) return {false, true};
     return {DatesAgreeWithMdbtools(*date, theirs->text)};
   }
@@ -98,22 +93,12 @@ std::string KeyList(const JsonObject& o) {
 
 }  // namespace
 
-std::string SamplesDir() {
-  fs::path dir = fs::path(PX_SHARED_DIR) / "samples" / "mdb";
-  std::error_code ec;
-  return fs::is_directory(dir, ec) ? dir.string() : std::string();
-}
-
 std::vector<std::string> SampleFiles() {
   std::vector<std::string> names;
-  std::string dir = SamplesDir();
-  if (dir.empty()) return names;
   std::error_code ec;
-  for (const auto& entry : fs::directory_iterator(dir, ec)) {
-    std::string name = entry.path().filename().string();
-    std::string lower = name;
-    for (char& c : lower) c = char(std::tolower(static_cast<unsigned char>(c)));
-    if (entry.is_regular_file() && lower.size() > 4 && lower.ends_with(".mdb")) {
+  for (const auto& entry : fs::directory_iterator(::px::testing::SamplePath("mdb"), ec)) {
+    const std::string name = entry.path().filename().string();
+    if (entry.is_regular_file() && name.size() > 4 && FoldCase(name).ends_with(".MDB")) {
       names.push_back(name);
     }
   }
@@ -123,22 +108,20 @@ std::vector<std::string> SampleFiles() {
 
 std::string MdbtoolsMissing() {
   for (const char* tool : {"mdb-tables", "mdb-json", "mdb-export"}) {
-    if (FindOnPath(tool).empty()) return std::string(tool) + " (mdbtools) is not installed";
+    if (::px::testing::FindOnPath(tool).empty())
+      return std::string(tool) + " (mdbtools) is not installed";
   }
   return "";
 }
 
 std::string MdbReaderMissing() {
-  if (FindOnPath("node").empty()) return "node is not installed";
+  if (::px::testing::FindOnPath("node").empty()) return "node is not installed";
   fs::path tools = fs::path(PX_SOURCE_DIR) / "tools";
-  if (!HasFile(tools / "node_modules" / "mdb-reader" / "package.json")) {
+  std::error_code ec;
+  if (!fs::is_regular_file(tools / "node_modules" / "mdb-reader" / "package.json", ec)) {
     return "tools/node_modules/mdb-reader is missing (run: cd tools && npm ci)";
   }
   return "";
-}
-
-ProcessResult RunOurs(const std::vector<std::string>& args, const ProcessOptions& options) {
-  return ::px::testing::RunProgram(args, options);
 }
 
 ProcessResult RunMdbReaderDump(const std::vector<std::string>& args) {
@@ -274,22 +257,6 @@ bool HasOverflowRows(const std::string& path) {
   return false;
 }
 
-std::string TrimDecimal(const std::string& text) {
-  std::string s = text;
-  bool negative = !s.empty() && s[0] == '-';
-  if (negative) s.erase(0, 1);
-  std::size_t point = s.find('.');
-  if (point != std::string::npos) {
-    while (!s.empty() && s.back() == '0') s.pop_back();
-    if (!s.empty() && s.back() == '.') s.pop_back();
-  }
-  std::size_t lead = 0;
-  while (lead + 1 < s.size() && s[lead] == '0' && s[lead + 1] != '.') ++lead;
-  s.erase(0, lead);
-  if (s.empty() || s == "0") return "0";
-  return negative ? "-" + s : s;
-}
-
 bool SameToPrintedDigits(const std::string& ours, const std::string& printed) {
   std::string mantissa = printed.substr(0, printed.find_first_of("eE"));
   int digits = 0;
@@ -308,8 +275,8 @@ bool SameToPrintedDigits(const std::string& ours, const std::string& printed) {
   return std::strtod(buf, nullptr) == theirs;
 }
 
-std::optional<DateTimeParts> ParseDateTime(const std::string& text) {
-  DateTimeParts p;
+std::optional<DateParts> ParseDateTime(const std::string& text) {
+  DateParts p;
   char tail[8] = {};
   int consumed = 0;
   if (text.size() < 19 || text[4] != '-' || text[10] != 'T') return std::nullopt;
@@ -330,14 +297,6 @@ std::optional<DateTimeParts> ParseDateTime(const std::string& text) {
     return std::nullopt;
   }
   return p;
-}
-
-DateTimeParts RoundToSecond(DateTimeParts p) {
-  return FromDaySeconds(p, DaySeconds(p) + (p.millisecond >= 500 ? 1 : 0));
-}
-
-DateTimeParts NormaliseDay(DateTimeParts p) {
-  return FromDaySeconds(p, DaySeconds(p));
 }
 
 }  // namespace px::jetcheck

@@ -33,21 +33,23 @@
 #include <string>
 #include <vector>
 
+#include "core/value_text.h"
 #include "jetcheck/jsonl_helpers.h"
-#include "jetcheck/process_helpers.h"
+#include "support/process.h"
 
 namespace px::jetcheck {
 
-// Folder of the sample Access files and their names (sorted); empty when absent.
-std::string SamplesDir();
+using ProcessResult = ::px::testing::RunResult;
+using ::px::testing::RunProcess;
+using ::px::testing::SplitLines;
+
+// The names of the sample Access files (sorted); empty when they are absent.
 std::vector<std::string> SampleFiles();
 
 // Reasons why a reference cannot be used here; empty when it can.
 std::string MdbtoolsMissing();
 std::string MdbReaderMissing();
 
-// "pergonix-yedek <args>".
-ProcessResult RunOurs(const std::vector<std::string>& args, const ProcessOptions& options = {});
 // "node tools/mdb-reader-dump.js <args>".
 ProcessResult RunMdbReaderDump(const std::vector<std::string>& args);
 // "mdb-json" with date formats in our layout.
@@ -84,23 +86,12 @@ bool HasOverflowRows(const std::string& path);
 
 // --- normalisation rules (exposed for their own tests) -----------------------------
 
-// "3.5000" -> "3.5", "-0.00" -> "0", "12." -> "12".
-std::string TrimDecimal(const std::string& text);
-
 // True when `ours` (a number's text) rounded to the significant digits shown in
 // `printed` gives the number `printed` stands for.
 bool SameToPrintedDigits(const std::string& ours, const std::string& printed);
 
-struct DateTimeParts {
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, millisecond = 0;
-  bool operator==(const DateTimeParts&) const = default;
-};
 // "YYYY-MM-DDTHH:MM:SS[.fff]" (hour 24 accepted, as mdbtools prints it when rounding
 // reaches midnight).
-std::optional<DateTimeParts> ParseDateTime(const std::string& text);
-// The same instant rounded to whole seconds, half a second rounding up.
-DateTimeParts RoundToSecond(DateTimeParts p);
-// Hour 24 of a day becomes midnight of the next one; milliseconds dropped otherwise kept.
-DateTimeParts NormaliseDay(DateTimeParts p);
+std::optional<DateParts> ParseDateTime(const std::string& text);
 
 }  // namespace px::jetcheck

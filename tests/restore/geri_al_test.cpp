@@ -226,13 +226,8 @@ TEST_F(GeriAlTest, FullRunIntoAnotherCompanyAndYear) {
   FakeDatabase* personel = pool_.Get(kPersonelDb);
   ASSERT_NE(personel, nullptr);
   const std::vector<std::string> son(personel->log.end() - 3, personel->log.end());
-  EXPECT_EQ(
-      son, (std::vector<std::string>{
-               "UPDATE tablo_isyeri_bilgileri SET strIsyeriKey = '004' + MID(strIsyeriKey,4,3), "
-               "strIsyeriKodu = '004' WHERE strIsyeriKodu = '001'",
-               "UPDATE tablo_personel_parametreleri SET strPersonelKey = MID(strPersonelKey, 1, 2) "
-               "+ '004' WHERE MID(strPersonelKey, 3, 3) = '001'",
-               "Commit"}));
+  EXPECT_EQ(son, (std::vector<std::string>{IsyeriKeyMetni("001", "004", "Access"),
+                                           ParametreKeyMetni("001", "004", "Access"), "Commit"}));
   // Folders of every level exist for the target.
   for (const char* klasor :
        {"Cari/Data/004/2010", "Demirbas/Data/004/2010", "Personel/Data/004/2010"}) {
@@ -249,14 +244,9 @@ Box Hata(const std::string& text) {
   return Box{text, "Hata", Icon::kExclamation, Buttons::kOk, 1};
 }
 
-// What a run came to, as the flags of its result that hold.
 std::string Bayraklar(const GeriAlSonucu& s) {
-  std::string out;
-  for (const auto& [b, ad] :
-       {std::pair{s.hata, "hata"}, {s.reddedildi, "reddedildi"}, {s.sona_ulasti, "sona_ulasti"}}) {
-    if (b) out += out.empty() ? ad : std::string(" ") + ad;
-  }
-  return out;
+  return px::testing::Flags(
+      {{s.hata, "hata"}, {s.reddedildi, "reddedildi"}, {s.sona_ulasti, "sona_ulasti"}});
 }
 
 // One restore run: what is changed before it, the answers, every box, the result, and what the
@@ -417,6 +407,7 @@ YilGeriAlGirdileri YilGirdileri() {
   g.kaynak = "C:\\Yedek";
   g.kaynak_yil = "2009";
   g.hedef_yil = "2010";
+  g.moduller = {{"Cari", true}};
   return g;
 }
 
@@ -451,7 +442,6 @@ TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
     op::ScriptedOperator op;
     Ortam ortam = Ortami(op, pool_);
     YilGeriAlGirdileri g = YilGirdileri();
-    g.moduller = {{"Cari", true}};
     c.bozma(g);
     EXPECT_TRUE(YilGeriAl(ortam, g).hata);
     EXPECT_EQ(op.boxes, std::vector<Box>{Bilgi(c.mesaj)}) << c.mesaj;
@@ -463,7 +453,6 @@ TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
     op.Queue(Answer::kNo);
     Ortam ortam = Ortami(op, pool_);
     YilGeriAlGirdileri g = YilGirdileri();
-    g.moduller = {{"Cari", true}};
     EXPECT_TRUE(YilGeriAl(ortam, g).reddedildi);
     std::vector<Box> beklenen{Soru(kYilSorusu, "Yedek İşlemleri")};
     if (no_at == 1)
@@ -475,7 +464,7 @@ TEST_F(GeriAlTest, YearRestoreEntryChecksAndQuestions) {
 }
 
 TEST_F(GeriAlTest, YearRestoreEveryCompanyWithTheItemTableQuirks) {
-  // Company 003 appears first under Demirbas... no: the scan goes Cari, Cek, Demirbas, ...
+  // The scan goes module by module: Cari (001, 002), Cek (003), ...
   Tablo("Cari/Data/002/2009/cari-tblNot.xbf",
         {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)},
         {{std::string("B"), std::string("iki")}});
@@ -550,7 +539,6 @@ TEST_F(GeriAlTest, YearRestorePackageWithoutCompaniesMakesOneEmptyPass) {
   std::filesystem::remove_all(c_.path() / "Yedek/Paket1");
   c_.Mkdir("Yedek/Paket1");
   YilGeriAlGirdileri g = YilGirdileri();
-  g.moduller = {{"Cari", true}};
   op_.Queue(Answer::kYes);
   op_.Queue(Answer::kYes);
   Ortam o = Ortami();
@@ -561,27 +549,40 @@ TEST_F(GeriAlTest, YearRestorePackageWithoutCompaniesMakesOneEmptyPass) {
   EXPECT_TRUE(pool_.log.empty());
 }
 
-TEST_F(GeriAlTest, YearRestoreGoesOnAfterAFault) {
+// A fault ends that module of that company only: its box shows and the run goes on.
+TEST_F(GeriAlTest, YearRestoreShowsAFaultAndGoesOn) {
   Tablo("Cari/Data/002/2009/cari-tblNot.xbf",
         {F("Kod", ado::kVarWChar), F("Aciklama", ado::kVarWChar)},
         {{std::string("B"), std::string("iki")}});
   c_.Write("Yedek/Paket1/Cari/Data/001/2009/cari-tblNot.xbf", "<xml damaged");
-  YilGeriAlGirdileri g = YilGirdileri();
-  g.moduller = {{"Cari", true}};
-  g.onaysiz = true;
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kYes);
-  Ortam o = Ortami();
-  GeriAlSonucu s = YilGeriAl(o, g);
-  EXPECT_TRUE(s.hata);
-  EXPECT_TRUE(s.sona_ulasti);
-  ASSERT_EQ(op_.boxes.size(), 3u);
-  EXPECT_EQ(op_.boxes[2].title, "Hata");
-  EXPECT_EQ(s.moduller,
-            (std::vector<ModulSonucu>{{"Cari", "001", "Hata"}, {"Cari", "002", "Tamam"}}));
-  EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb")->tables.size(), 0u);
-  EXPECT_EQ(pool_.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb")->Rows("tblNot"),
-            std::vector<std::string>{"B|iki"});
+  const std::string sql =
+      "Hata Kodu: -2147467259\r\nAçıklama: SQL Server databases cannot be "
+      "restored by this version";
+  for (const std::string tur : {"Access", "SQLServer"}) {
+    FakePool pool;
+    op::ScriptedOperator op({Answer::kYes, Answer::kYes});
+    YilGeriAlGirdileri g = YilGirdileri();
+    g.moduller = {{"Cari", true}, {"Demirbaş", true}};
+    g.onaysiz = true;
+    g.hedef_turu = tur;
+    Ortam o = Ortami(op, pool);
+    GeriAlSonucu s = YilGeriAl(o, g);
+    EXPECT_TRUE(s.hata);
+    EXPECT_TRUE(s.sona_ulasti);
+    ASSERT_EQ(op.boxes.size(), tur == "Access" ? 3u : 5u);
+    EXPECT_TRUE(px::testing::BoxesMatch({op.boxes[2]}, {Hata(tur == "Access" ? "*" : sql)}));
+    const std::string ikinci = tur == "Access" ? "Tamam" : "Hata";
+    EXPECT_EQ(s.moduller,
+              (std::vector<ModulSonucu>{
+                  {"Cari", "001", "Hata"}, {"Demirbaş", "001", ikinci}, {"Cari", "002", ikinci}}));
+    if (tur == "SQLServer") {
+      EXPECT_TRUE(pool.log.empty());
+      continue;
+    }
+    EXPECT_EQ(pool.Get("C:\\Pergonix\\Cari\\Data\\001\\2010\\cari.mdb")->tables.size(), 0u);
+    EXPECT_EQ(pool.Get("C:\\Pergonix\\Cari\\Data\\002\\2010\\cari.mdb")->Rows("tblNot"),
+              std::vector<std::string>{"B|iki"});
+  }
 }
 
 // One table file into one live table, by the table's keys and identity column.
@@ -752,26 +753,6 @@ TEST_F(GeriAlTest, MissingDatabasesCreatedExistingOnesUpdated) {
   EXPECT_EQ(katalog->queries.front(),
             "SELECT * FROM tablo_veritabani_bilgileri WHERE VeritabaniModulAdi ='Cari'");
   EXPECT_EQ(pool_.Get(kCariDb)->tables.size(), 2u);
-}
-
-TEST_F(GeriAlTest, YearRestoreToSqlServerShowsTheErrorAndGoesOn) {
-  YilGeriAlGirdileri g = YilGirdileri();
-  g.moduller = {{"Cari", true}, {"Demirbaş", true}};
-  g.onaysiz = true;
-  g.hedef_turu = "SQLServer";
-  op_.Queue(Answer::kYes);
-  op_.Queue(Answer::kYes);
-  Ortam o = Ortami();
-  GeriAlSonucu s = YilGeriAl(o, g);
-  EXPECT_TRUE(s.hata);
-  EXPECT_TRUE(s.sona_ulasti);
-  EXPECT_EQ(s.moduller,
-            (std::vector<ModulSonucu>{{"Cari", "001", "Hata"}, {"Demirbaş", "001", "Hata"}}));
-  ASSERT_EQ(op_.boxes.size(), 4u);
-  EXPECT_EQ(op_.boxes[3].text,
-            "Hata Kodu: -2147467259\r\nAçıklama: SQL Server databases cannot be restored by this "
-            "version");
-  EXPECT_TRUE(pool_.log.empty());
 }
 
 TEST_F(GeriAlTest, CompaniesInTheOrderOfFirstAppearanceModuleByModule) {

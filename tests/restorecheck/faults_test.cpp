@@ -74,7 +74,6 @@ TEST_F(Hatalar001, ADamagedFileOrARefusedKeyLeavesTheModuleByteIdentical) {
   const fs::path klasor = Paket("Cari/Data/002/2009");
   const auto saglam = Suit::Baytlar(
       {klasor / "cari-CariHareket.pbf", klasor / "cari-CariKart.pbf", klasor / "cari-CariNot.pbf"});
-  const auto vt = s_->Veritabanlari("001", "2009");
   const fs::path cari = s_->C("Cari/Data/001/2009/cari.mdb");
   const std::string once = px::testing::ReadAll(cari);
   for (const auto& d : durumlar) {

@@ -81,9 +81,9 @@ TEST(PaketManifesti, RewrittenPackagesGiveWarningsOrErrors) {
   // The program lists the warnings after its module table and still exits 0.
   std::ofstream(paket / "PergonixYedek.json", std::ios::binary) << manifest;
   durumlar[1].degistir();
-  auto r = px::testing::RunProgram({"--evet", "geri-al", "--kaynak", "D:\\Yedek", "--paket", "P",
-                                    "--sirket", "001", "--yil", "2009", "--paketteki-sirket", "002",
-                                    "--modul", "Cari", "--onaysiz"});
+  auto r = px::testing::RunProgram(px::testing::Words(
+      "--evet geri-al --kaynak D:\\Yedek --paket P --sirket 001 --yil 2009 --paketteki-sirket 002 "
+      "--modul Cari --onaysiz"));
   EXPECT_TRUE(r.ExitedWith(0)) << r.Describe();
   EXPECT_NE(r.out.find("Cari: Tamam\nwarning: " + kart + ": "), std::string::npos) << r.out;
 }

@@ -13,7 +13,6 @@
 #include "platform/host_path.h"
 #include "platform/temp_path.h"
 #include "support/process.h"
-#include "support/samples.h"
 
 namespace px::restorecheck {
 
@@ -96,13 +95,8 @@ std::map<std::string, VeritabaniDokumu> Dok(const std::vector<fs::path>& dosyala
     }
     EXPECT_EQ(cevaplar[i].rc, 0) << dosya << " " << tablo << ": " << cevaplar[i].out;
     auto& satirlar = dokum[dosya][tablo].satirlar;
-    size_t konum = 0;
-    const std::string& out = cevaplar[i].out;
-    while (konum < out.size()) {
-      size_t son = out.find('\n', konum);
-      if (son == std::string::npos) son = out.size();
-      if (son > konum) satirlar.push_back(json::parse(out.substr(konum, son - konum)));
-      konum = son + 1;
+    for (const std::string& satir : px::testing::SplitLines(cevaplar[i].out)) {
+      if (!satir.empty()) satirlar.push_back(json::parse(satir));
     }
     satirlar = Sirali(std::move(satirlar));
   }
@@ -143,8 +137,6 @@ bool InsertYolu(const json& sema) {
   return anahtar == 1 && otomatik;
 }
 
-Suit::Suit(const std::vector<std::string>& yalniz) : SuiteCopy(yalniz) {}
-
 std::vector<fs::path> Suit::Veritabanlari(const std::string& sirket, const std::string& yil) const {
   std::vector<fs::path> out;
   for (const auto& e : fs::recursive_directory_iterator(C())) {
@@ -158,7 +150,7 @@ std::vector<fs::path> Suit::Veritabanlari(const std::string& sirket, const std::
 
 std::vector<fs::path> Suit::ArtikGeciciler() const {
   std::vector<fs::path> out;
-  for (const auto& e : fs::recursive_directory_iterator(C())) {
+  for (const auto& e : fs::recursive_directory_iterator(root() / "C")) {
     if (e.path().filename().string().starts_with(".~")) out.push_back(e.path());
   }
   // The empty lock file that keeps two runs apart stays; staging files do not.

@@ -16,7 +16,7 @@
 #include "platform/files.h"
 #include "restore/geri_al.h"
 #include "support/jet_oracle.h"
-#include "support/suite_copy.h"
+#include "support/sample_suite.h"
 
 namespace px::restorecheck {
 
@@ -50,12 +50,12 @@ std::vector<nlohmann::json> InsertIle(const TabloDokumu& t);
 bool InsertYolu(const nlohmann::json& sema);
 std::vector<nlohmann::json> Sirali(std::vector<nlohmann::json> satirlar);
 
-// The sample suite copied to C: (every file, or only those given), packages on D:, the
-// staging folder of its own; the drive map and TMPDIR set for the test's scope.
-class Suit : public px::testing::SuiteCopy {
+// The sample suite on C: (every file, or only those given), packages on D:.
+class Suit : public px::testing::SampleSuite {
  public:
-  explicit Suit(const std::vector<std::string>& yalniz = {});
-  fs::path Gecici() const { return Temp(); }
+  using SampleSuite::SampleSuite;
+  fs::path Gecici() const { return Staging(); }
+
   // The module databases of one company and year below C:\Pergonix (module-wide ones too).
   std::vector<fs::path> Veritabanlari(const std::string& sirket, const std::string& yil) const;
   // Files named ".~..." (temporaries of a write) anywhere below C:, and files left in the
@@ -77,10 +77,6 @@ class Suit : public px::testing::SuiteCopy {
                   const std::string& paket_yil, const std::string& sirket, const std::string& yil,
                   platform::FileLayer& files = platform::SystemFiles(),
                   std::vector<std::string> moduller = {});
-
- private:
-  px::testing::ScopedEnv drives_{kDriveMapVariable, Drives()};
-  px::testing::ScopedEnv tmpdir_{"TMPDIR", Utf8FromPath(Temp())};
 };
 
 // Where the runs' module databases keep the record of the commit they share.

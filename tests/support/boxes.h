@@ -4,8 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <ostream>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "operator/operator.h"
@@ -48,6 +51,15 @@ inline ::testing::AssertionResult BoxesMatch(const std::vector<op::Box>& shown,
   if (same) return ::testing::AssertionSuccess();
   return ::testing::AssertionFailure() << "shown  " << ::testing::PrintToString(shown)
                                        << "\nwanted " << ::testing::PrintToString(wanted);
+}
+
+// The names of the flags that hold, blank-separated: what a run came to, in one comparable text.
+inline std::string Flags(std::initializer_list<std::pair<bool, const char*>> flags) {
+  std::string out;
+  for (const auto& [on, name] : flags) {
+    if (on) out += (out.empty() ? "" : " ") + std::string(name);
+  }
+  return out;
 }
 
 }  // namespace px::testing

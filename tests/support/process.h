@@ -37,4 +37,10 @@ RunResult RunProgram(const std::vector<std::string>& args, const RunOptions& opt
 // Full path of an executable found on PATH; empty when there is none.
 std::string FindOnPath(const std::string& name);
 
+// The words of a command line separated by blanks (no quoting: no argument holds a blank).
+std::vector<std::string> Words(const std::string& line);
+
+// What a program printed, a line each without the line ends; a last line without "\n" counts.
+std::vector<std::string> SplitLines(const std::string& text);
+
 }  // namespace px::testing
