@@ -202,28 +202,6 @@ std::vector<uint8_t> ChainRow(uint8_t next_row, uint32_t next_page, std::string_
   return r;
 }
 
-TEST(LongValue, InlineSingleAndChain) {
-  const JetFormat& f = kJet4Format;
-  auto lval = DataPage(
-      f, 0x4C41564C,
-      {ChainRow(1, 1, "hello "), ChainRow(0, 0, "world!!"), std::vector<uint8_t>{'o', 'n', 'e'}});
-  Pager pager(MemorySource(Join({std::vector<uint8_t>(f.page_size), lval}), "lv.mdb"), f.page_size,
-              0);
-  auto inline_desc = Descriptor(kLongValueInline | 2, 0, 0);
-  inline_desc.insert(inline_desc.end(), {'h', 'i'});
-  auto v = ReadLongValue(pager, f, inline_desc, "memo");
-  ASSERT_TRUE(v.ok());
-  EXPECT_EQ(std::string(v->begin(), v->end()), "hi");
-
-  v = ReadLongValue(pager, f, Descriptor(kLongValueSingle | 3, 2, 1), "memo");
-  ASSERT_TRUE(v.ok()) << v.status().ToString();
-  EXPECT_EQ(std::string(v->begin(), v->end()), "one");
-
-  v = ReadLongValue(pager, f, Descriptor(11, 0, 1), "memo");  // chain, capped at 11 bytes
-  ASSERT_TRUE(v.ok()) << v.status().ToString();
-  EXPECT_EQ(std::string(v->begin(), v->end()), "hello world");
-}
-
 TEST(LongValue, HostileDescriptorsAndChains) {
   const JetFormat& f = kJet4Format;
   // Two rows pointing at each other.
