@@ -122,12 +122,6 @@ TEST(Text, CompressedUnicodeWithModeSwitches) {
   EXPECT_EQ(*DecodeJet4Text(b), "abğc");
 }
 
-TEST(Text, Jet3CodePages) {
-  std::vector<uint8_t> b = {0xDD, 0xFD, 0xF0, 0xDE};
-  EXPECT_EQ(*DecodeJet3Text(b, 1254), "İığŞ");
-  EXPECT_EQ(*DecodeJet3Text(b, 1252), "ÝýðÞ");
-}
-
 TEST(Text, JetComparisonIgnoresCaseOnly) {
   struct Case {
     const char* a;
