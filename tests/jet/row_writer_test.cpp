@@ -282,6 +282,9 @@ TEST(LongValueWriter, EveryKindReadsBack) {
                         MaxLongValueRow(*f) + 1, 3 * ChainPieceSize(*f) + 17}) {
       std::vector<uint8_t> payload(size);
       for (size_t k = 0; k < size; ++k) payload[k] = uint8_t(k * 7 + size);
+      // Stored rows run past the value's length: the length, not the row, ends it.
+      std::vector<uint8_t> stored = payload;
+      stored.insert(stored.end(), 3, 0xEE);
       const LongValueKind kind = ChooseLongValueKind(*f, size, true);
       std::vector<uint8_t> descriptor;
       std::vector<std::vector<uint8_t>> pages = {std::vector<uint8_t>(f->page_size, 0)};
@@ -289,7 +292,7 @@ TEST(LongValueWriter, EveryKindReadsBack) {
         descriptor = InlineLongValue(payload);
         EXPECT_LE(size, kMaxInlineLongValue);
       } else if (kind == LongValueKind::kSingle) {
-        pages.push_back(DataPage(*f, 0x4C41564C, {payload}));
+        pages.push_back(DataPage(*f, 0x4C41564C, {stored}));
         auto d = LongValueDescriptor(kind, uint32_t(size), RowPointer{1, 0});
         descriptor.assign(d.begin(), d.end());
       } else {
@@ -297,7 +300,7 @@ TEST(LongValueWriter, EveryKindReadsBack) {
         const size_t piece = ChainPieceSize(*f);
         const size_t n = (size + piece - 1) / piece;
         for (size_t k = 0; k < n; ++k) {
-          Bytes part = Bytes(payload).subspan(k * piece, std::min(piece, size - k * piece));
+          Bytes part = Bytes(stored).subspan(k * piece, std::min(piece, stored.size() - k * piece));
           RowPointer next = k + 1 < n ? RowPointer{uint32_t(k + 2), 0} : RowPointer{};
           pages.push_back(DataPage(*f, 0x4C41564C, {ChainRow(next, part)}));
         }
